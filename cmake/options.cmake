@@ -1,0 +1,32 @@
+# SPDX-FileCopyrightText: The Marlowick authors
+# SPDX-License-Identifier: MIT
+
+# What every target of the project compiles with: language, warnings, Qt's strict modes, sanitizers.
+add_library(marlowick_options INTERFACE)
+target_compile_features(marlowick_options INTERFACE cxx_std_20)
+target_compile_options(marlowick_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion
+    # Constructor parameters may be named like the fields that they fill.
+    $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
+    $<$<BOOL:${MARLOWICK_WERROR}>:-Werror>)
+target_compile_definitions(marlowick_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_STRICT_ITERATORS
+    QT_USE_QSTRINGBUILDER)
+if(MARLOWICK_SANITIZE)
+    target_compile_options(marlowick_options INTERFACE
+        -fsanitize=${MARLOWICK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(marlowick_options INTERFACE -fsanitize=${MARLOWICK_SANITIZE})
+endif()
+
+# marlowick_library(<subsystem> SOURCES <file>... LINK <library>...)
+# One static library a subsystem; its headers are included as "<subsystem>/<file>.h".
+function(marlowick_library subsystem)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
+    add_library(marlowick_${subsystem} STATIC ${arg_SOURCES})
+    target_include_directories(marlowick_${subsystem} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(marlowick_${subsystem} PUBLIC ${arg_LINK} PRIVATE marlowick_options)
+endfunction()
