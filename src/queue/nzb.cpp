@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "queue/nzb.h"
+
+#include <QHash>
+#include <QThread>
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+#include <vector>
+
+#include "queue/nzbfile.h"
+#include "queue/percentage.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isPar2(const NzbFile *file) { return file->extension() == "par2"_L1; }
+
+/// "r00", "s12", "001": the second and later volumes of a set whose first is "x.rar".
+bool isOldStyleVolume(const NzbFile *file)
+{
+    const QString extension = file->extension();
+    return extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
+}
+
+/// The name without its dot and three characters of extension.
+QString volumeStem(const NzbFile *file)
+{
+    const QString name = file->name();
+    return name.left(name.size() - 4);
+}
+
+struct SortKey {
+    QString place; ///< its own name, or that of the volume which it goes ahead of
+    bool own; ///< false for a file that goes ahead of another
+    QString name;
+    NzbFile *file;
+
+    bool operator<(const SortKey &other) const
+    {
+        return std::tie(place, own, name) < std::tie(other.place, other.own, other.name);
+    }
+};
+
+/// By volumeStem(), the old-style volume of the lowest name.
+QHash<QString, QString> lowestVolumes(const QList<NzbFile *> &files)
+{
+    QHash<QString, QString> lowest;
+    for (const NzbFile *file : files) {
+        if (isOldStyleVolume(file)) {
+            QString &name = lowest[volumeStem(file)];
+            name = name.isNull() ? file->name() : std::min(name, file->name());
+        }
+    }
+    return lowest;
+}
+
+} // namespace
+
+Nzb::Nzb(QObject *parent, const QString &folder, const QString &nzbFile)
+    : INzbItem(parent)
+    , folder_(folder)
+{
+    if (!nzbFile.isEmpty())
+        readNzb(nzbFile);
+}
+
+quint64 Nzb::size() const
+{
+    return std::accumulate(files.cbegin(), files.cend(), quint64(0),
+                           [](quint64 sum, const NzbFile *file) { return sum + file->size(); });
+}
+
+QString Nzb::status() const
+{
+    if (!status_.isEmpty())
+        return status_;
+    quint64 total = 0;
+    quint64 done = 0;
+    bool incomplete = false;
+    bool heldBack = false;
+    for (const NzbFile *file : files) {
+        if (file->isPaused()) {
+            heldBack = heldBack || !isPar2(file);
+            continue;
+        }
+        total += file->size();
+        done += file->completedBytes();
+        incomplete = incomplete || file->isIncomplete();
+    }
+    if (done == total && !heldBack)
+        return incomplete ? tr("Finished") + tr(" incomplete") : tr("Finished");
+    if (isPaused())
+        return tr("Paused");
+    return done != 0 ? percentage(done, total) : QString();
+}
+
+bool Nzb::isPaused() const
+{
+    return std::all_of(files.cbegin(), files.cend(),
+                       [](const NzbFile *file) { return file->isPaused(); });
+}
+
+void Nzb::setPaused(bool paused)
+{
+    for (NzbFile *file : files)
+        file->setPaused(paused);
+}
+
+void Nzb::moveFile(int from, int to)
+{
+    if (from >= 0 && from < files.size() && to >= 0)
+        files.move(from, std::min<qsizetype>(to, files.size() - 1));
+}
+
+QString Nzb::folder() const { return folder_ + u'/' + name_; }
+
+void Nzb::removeFile(NzbFile *file)
+{
+    files.removeOne(file);
+    if (!file->hasActiveSegments())
+        delete file;
+}
+
+bool Nzb::hasActiveSegments() const
+{
+    const QObjectList &all = children(); // removed files with an active segment are among them
+    return std::any_of(all.cbegin(), all.cend(), [](const QObject *child) {
+        const auto *file = qobject_cast<const NzbFile *>(child);
+        return file && file->hasActiveSegments();
+    });
+}
+
+bool Nzb::hasIncompleteFiles() const
+{
+    return std::any_of(files.cbegin(), files.cend(),
+                       [](const NzbFile *file) { return file->isIncomplete(); });
+}
+
+bool Nzb::isComplete() const
+{
+    return std::all_of(files.cbegin(), files.cend(), [](const NzbFile *file) {
+        return file->isFinished() || (isPar2(file) && file->isPaused());
+    });
+}
+
+void Nzb::sortFiles()
+{
+    // Comparing "rar" with its volumes pair by pair would have no consistent order for hostile
+    // names: x.r00 < x.r9z < x.rar < x.r00.
+    const QHash<QString, QString> lowest = lowestVolumes(files);
+    std::vector<SortKey> keys;
+    keys.reserve(static_cast<size_t>(files.size()));
+    for (NzbFile *file : std::as_const(files)) {
+        const QString name = file->name();
+        const QString volume =
+            file->extension() == "rar"_L1 ? lowest.value(volumeStem(file), name) : name;
+        keys.push_back({std::min(name, volume), name <= volume, name, file});
+    }
+    std::stable_sort(keys.begin(), keys.end());
+    std::transform(keys.cbegin(), keys.cend(), files.begin(),
+                   [](const SortKey &key) { return key.file; });
+}
+
+QString Nzb::cleanName(const QString &name)
+{
+    return name.endsWith(".nzb"_L1, Qt::CaseInsensitive) ? name.chopped(4).trimmed()
+                                                         : name.trimmed();
+}
+
+void Nzb::addExtractedFile(const QString &file, quint64 bytesExtracted)
+{
+    if (QThread::currentThread() == thread()) {
+        extractedFiles_.insert(file, bytesExtracted);
+        return;
+    }
+    QMetaObject::invokeMethod(
+        this, [this, file, bytesExtracted] { addExtractedFile(file, bytesExtracted); },
+        Qt::QueuedConnection);
+}

@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The job as a handler of XML. It serves both an .nzb and the queue file, which holds more.
+#include <QDebug>
+#include <QFileInfo>
+
+#include <stdexcept>
+
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "queue/readxml.h"
+
+using namespace Qt::StringLiterals;
+
+void Nzb::readNzb(const QString &nzbFile)
+{
+    const XmlResult result = readXml(nzbFile, *this);
+    if (result == XmlResult::CannotOpen)
+        throw std::runtime_error(tr("Error opening NZB for reading").toStdString());
+    if (result == XmlResult::Damaged) {
+        if (files.isEmpty())
+            throw std::runtime_error(tr("Error parsing NZB").toStdString());
+        qDebug() << "Error encountered while parsing NZB, but keeping it silent as we do were able "
+                    "to parse some items";
+    }
+    name_ = cleanName(QFileInfo(nzbFile).fileName());
+}
+
+bool Nzb::startElement(const QString &, const QString &, const QString &qName,
+                       const QXmlAttributes &attributes)
+{
+    if (qName == "file"_L1) {
+        startFile(attributes);
+    } else if (qName == "segment"_L1) {
+        currentSegmentNumber = attributes.value("number"_L1).toInt();
+        currentSegmentBytes = attributes.value("bytes"_L1).toInt();
+    } else if (qName == "nzb"_L1) {
+        if (attributes.index("name"_L1) >= 0)
+            name_ = cleanName(attributes.value("name"_L1));
+    } else if (qName == "extractedfile"_L1) {
+        startExtractedFile(attributes);
+    }
+    return true;
+}
+
+bool Nzb::endElement(const QString &, const QString &, const QString &)
+{
+    currentSegmentNumber = 0;
+    currentSegmentBytes = 0;
+    return true;
+}
+
+bool Nzb::characters(const QString &text)
+{
+    if (currentSegmentNumber != 0 && !files.isEmpty())
+        files.last()->addSegment(currentSegmentNumber, currentSegmentBytes, text);
+    return true;
+}
+
+void Nzb::startFile(const QXmlAttributes &attributes)
+{
+    const auto has = [&](QLatin1StringView name) { return attributes.index(name) >= 0; };
+    const auto bytes = [&](QLatin1StringView name) {
+        return static_cast<quint64>(attributes.value(name).toLongLong());
+    };
+    files.append(new NzbFile(this, attributes.value("subject"_L1), attributes.value("poster"_L1),
+                             attributes.value("date"_L1).toInt(), bytes("size"_L1),
+                             bytes("completed"_L1), has("paused"_L1),
+                             attributes.value("completedparts"_L1).toInt(), has("yenc"_L1)));
+}
+
+void Nzb::startExtractedFile(const QXmlAttributes &attributes)
+{
+    const QString name = attributes.value("name"_L1);
+    if (name.isEmpty() || R"(/\.)"_L1.contains(name.front()) || name.contains(u':'))
+        return;
+    extractedFiles_[name] = static_cast<quint64>(attributes.value("size"_L1).toLongLong());
+}

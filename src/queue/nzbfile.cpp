@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "queue/nzbfile.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "queue/percentage.h"
+#include "queue/subject.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Whether @p text, in lower case, is the "part01" or "vol003+02" of a volume or the "001" of a
+/// piece, as it stands between the name proper and the extension.
+bool isVolumeTail(const QString &text)
+{
+    return text.startsWith("part"_L1) || text.startsWith("vol"_L1)
+           || (text.size() == 3
+               && std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }));
+}
+
+} // namespace
+
+NzbFile::NzbFile(QObject *parent, const QString &subjectLine, const QString &postedBy, int postDate,
+                 quint64 bytes, quint64 done, bool hold, int partsDone, bool viaYenc)
+    : INzbItem(parent)
+    , subject(subjectLine)
+    , poster(postedBy)
+    , date(postDate)
+    , completedparts(partsDone)
+    , size_(bytes)
+    , completed(done)
+    , paused(hold)
+    , yenc(viaYenc)
+{
+    Subject parsed = parseSubject(subject);
+    filename = std::move(parsed.filename);
+    extension_ = std::move(parsed.extension);
+    parts = parsed.parts;
+    incomplete = completedparts < parts;
+}
+
+QString NzbFile::status() const
+{
+    if (size_ == 0)
+        return tr("-empty file-");
+    if (isFinished())
+        return incomplete ? tr("Finished") + tr(" incomplete") : tr("Finished");
+    if (paused)
+        return tr("Paused");
+    return completed != 0 ? percentage(completed, size_) : tr("Queued");
+}
+
+void NzbFile::addSegment(int number, int bytes, const QString &messageId)
+{
+    QString id = messageId;
+    id.squeeze(); // millions may wait, and a text from the XML reader holds spare room
+    pendingSegments.insert(number, id);
+    size_ += bytes;
+    incomplete = pendingSegments.size() + completedparts < parts;
+}
+
+QString NzbFile::nextSegment(int *seqnr)
+{
+    if (pendingSegments.isEmpty()) {
+        return {};
+    }
+    *seqnr = pendingSegments.firstKey();
+    const QString messageId = pendingSegments.take(*seqnr);
+    activeSegments.insert(*seqnr, messageId);
+    return messageId;
+}
+
+void NzbFile::requeueSegment(int seqnr)
+{
+    const QString messageId = activeSegments.take(seqnr);
+    if (!messageId.isEmpty())
+        pendingSegments.insert(seqnr, messageId);
+}
+
+void NzbFile::segmentNotFound(int seqnr)
+{
+    activeSegments.remove(seqnr);
+    incomplete = true;
+}
+
+void NzbFile::segmentDecoded(int seqnr, const QString &name, quint64 bytes, bool ok, bool viaYenc)
+{
+    activeSegments.remove(seqnr);
+    completed += bytes;
+    size_ = std::max(size_, completed);
+    if (isFinished())
+        completed = size_;
+    yenc = yenc || viaYenc;
+    if (!ok) {
+        incomplete = true;
+    } else if (completedparts < std::numeric_limits<int>::max()) {
+        ++completedparts;
+    }
+    if (!name.isEmpty() && name != filename)
+        setFilename(name);
+}
+
+void NzbFile::markRepaired()
+{
+    incomplete = false;
+    completedparts = parts;
+}
+
+QString NzbFile::baseName() const
+{
+    const QString stem = filename.left(filename.size() - 1 - extension_.size());
+    const qsizetype dot = stem.lastIndexOf(u'.');
+    return dot >= 0 && isVolumeTail(stem.mid(dot + 1).toLower()) ? stem.left(dot) : stem;
+}
+
+void NzbFile::setFilename(const QString &name)
+{
+    filename = name;
+    const qsizetype dot = name.lastIndexOf(u'.');
+    extension_ = dot < 0 ? QString() : name.mid(dot + 1).toLower();
+}

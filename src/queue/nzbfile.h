@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMap>
+
+#include "queue/inzbitem.h"
+
+/// One file of a job and the articles that it is made of.
+///
+/// A segment is one article, known by its number (from 1) and its message id. It waits in
+/// `pendingSegments`, moves to `activeSegments` when a connection takes it, and is in neither once
+/// its result, good or bad, is booked.
+class NzbFile final : public INzbItem {
+    Q_OBJECT
+
+public:
+    /// @param done  bytes decoded by an earlier run
+    /// @param partsDone  segments that an earlier run decoded well
+    NzbFile(QObject *parent, const QString &subjectLine, const QString &postedBy, int postDate,
+            quint64 bytes, quint64 done, bool hold, int partsDone, bool viaYenc);
+
+    [[nodiscard]] QString name() const override { return filename; }
+    [[nodiscard]] quint64 size() const override { return size_; }
+    [[nodiscard]] QString status() const override;
+    [[nodiscard]] bool isPaused() const override { return paused; }
+    void setPaused(bool hold) override { paused = hold; }
+
+    [[nodiscard]] QString extension() const { return extension_; }
+    [[nodiscard]] quint64 completedBytes() const { return completed; }
+    [[nodiscard]] bool isIncomplete() const { return incomplete; }
+    [[nodiscard]] bool isYenc() const { return yenc; }
+    /// Parts announced by the subject line; not the number of segments listed.
+    [[nodiscard]] int partCount() const { return parts; }
+    [[nodiscard]] bool hasPendingSegments() const { return !pendingSegments.isEmpty(); }
+    [[nodiscard]] bool hasActiveSegments() const { return !activeSegments.isEmpty(); }
+    [[nodiscard]] bool isFinished() const
+    {
+        return pendingSegments.isEmpty() && activeSegments.isEmpty();
+    }
+
+    void addSegment(int number, int bytes, const QString &messageId);
+    /// Hands out the lowest pending segment: its message id, and its number in @p seqnr. An empty
+    /// text, and @p seqnr left alone, when none is pending.
+    QString nextSegment(int *seqnr);
+    /// Back to pending after a failed connection; no effect unless the segment is active.
+    void requeueSegment(int seqnr);
+    /// The server does not have the article: the segment is given up.
+    void segmentNotFound(int seqnr);
+    /// Books a decoded article. @p name is the decoder's, empty to keep the present one;
+    /// @p ok is false for a damaged article, whose bytes count all the same.
+    void segmentDecoded(int seqnr, const QString &name, quint64 bytes, bool ok, bool viaYenc);
+    void markRepaired();
+
+    /// The name without its extension and without a volume tail: "movie" for both
+    /// "movie.part01.rar" and "movie.vol003+02.par2". Takes a dot before the extension for granted.
+    [[nodiscard]] QString baseName() const;
+
+private:
+    void setFilename(const QString &name);
+
+    QString subject;
+    QString poster;
+    QString filename;
+    QString extension_;
+    int date = 0;
+    int completedparts = 0;
+    int parts = 1;
+    quint64 size_ = 0;
+    quint64 completed = 0;
+    bool paused = false;
+    bool incomplete = false;
+    bool yenc = false;
+    QMap<int, QString> pendingSegments;
+    QMap<int, QString> activeSegments;
+};

@@ -1,0 +1,124 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "queue/readxml.h"
+
+#include <QFile>
+#include <QXmlDefaultHandler>
+#include <QXmlInputSource>
+#include <QXmlSimpleReader>
+
+#include <algorithm>
+#include <quazip/quagzipfile.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 chunkSize = 16 * 1024;
+/// Some four million articles; what is made of so much stays near two gigabytes at the worst.
+constexpr qint64 maxDocument = 512 * 1024 * 1024;
+constexpr int maxElements = 5'000'000;
+/// The reader calls itself for each level of elements, and in a DTD for each parenthesis: some
+/// 10,000 and 60,000 of them overflow the stack.
+constexpr int maxDepth = 100;
+constexpr qint64 maxProlog = 2 * chunkSize;
+/// Holds for a comment and all else that the handler does not see, too.
+constexpr qint64 maxToken = 1024 * 1024;
+
+/// Ends the document early when it exceeds a limit, so that the parse fails there.
+class LimitedSource final : public QXmlInputSource {
+public:
+    explicit LimitedSource(QIODevice &input)
+        : device(input)
+    {
+    }
+
+    void fetchData() override
+    {
+        const qint64 room = std::min(maxDocument - total, maxToken - sinceToken);
+        const QByteArray chunk = device.read(std::clamp<qint64>(room, 0, chunkSize));
+        total += chunk.size();
+        sinceToken += chunk.size();
+        setData(chunk);
+    }
+
+    void tokenRead() { sinceToken = 0; }
+
+private:
+    QIODevice &device;
+    qint64 total = 0;
+    qint64 sinceToken = maxToken - maxProlog;
+};
+
+/// Stands between the reader and the handler proper.
+class LimitedHandler final : public QXmlDefaultHandler {
+public:
+    LimitedHandler(QXmlContentHandler &handler, LimitedSource &input)
+        : target(handler)
+        , source(input)
+    {
+    }
+
+    bool startElement(const QString &uri, const QString &localName, const QString &qName,
+                      const QXmlAttributes &attributes) override
+    {
+        source.tokenRead();
+        return ++depth <= maxDepth && ++elements <= maxElements
+               && target.startElement(uri, localName, qName, attributes);
+    }
+
+    bool endElement(const QString &uri, const QString &localName, const QString &qName) override
+    {
+        source.tokenRead();
+        --depth;
+        return target.endElement(uri, localName, qName);
+    }
+
+    bool characters(const QString &text) override
+    {
+        source.tokenRead();
+        return target.characters(text);
+    }
+
+    // A few bytes of references can stand for gigabytes of declared text.
+    bool internalEntityDecl(const QString &, const QString &) override { return false; }
+    bool externalEntityDecl(const QString &, const QString &, const QString &) override
+    {
+        return false;
+    }
+
+private:
+    QXmlContentHandler &target;
+    LimitedSource &source;
+    int depth = 0;
+    int elements = 0;
+};
+
+bool parse(QIODevice &device, QXmlContentHandler &handler)
+{
+    LimitedSource source(device);
+    LimitedHandler limited(handler, source);
+    QXmlSimpleReader reader;
+    // Names are compared as they stand, and many xmlns attributes cost quadratic time.
+    reader.setFeature(u"http://xml.org/sax/features/namespaces"_s, false);
+    reader.setFeature(u"http://xml.org/sax/features/namespace-prefixes"_s, true);
+    reader.setContentHandler(&limited);
+    reader.setDeclHandler(&limited);
+    return reader.parse(&source);
+}
+
+} // namespace
+
+XmlResult readXml(const QString &fileName, QXmlContentHandler &handler)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return XmlResult::CannotOpen;
+    if (file.peek(2) != "\x1f\x8b")
+        return parse(file, handler) ? XmlResult::Read : XmlResult::Damaged;
+    file.close();
+    QuaGzipFile unpacked(fileName);
+    if (!unpacked.open(QIODevice::ReadOnly))
+        return XmlResult::CannotOpen;
+    return parse(unpacked, handler) ? XmlResult::Read : XmlResult::Damaged;
+}

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+/// What the subject line of a post tells of the file in it.
+struct Subject {
+    QString filename;
+    QString extension; ///< behind the last dot, without it; lower case only from a quoted name
+    int parts = 1; ///< articles announced by the last "(n/m)"; 1 without one
+};
+
+/// Digs file name and part count out of a subject line, the free text that posters write, such as
+/// `some post "movie.part01.rar" yEnc (1/33)`.
+[[nodiscard]] Subject parseSubject(const QString &subject);
