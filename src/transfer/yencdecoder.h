@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "transfer/abstractdecoder.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+class QFile;
+
+/// Decodes one yEnc article straight into the final file, at the offset its "=ypart" line names.
+///
+/// The parts of a file may come in any order and over several connections at once: each decoder
+/// opens the file anew and writes its own range. A wrong size or checksum leaves isOk() false and
+/// the bytes on disk; only what hinders the writing is thrown.
+class YencDecoder final : public AbstractDecoder {
+    Q_OBJECT
+
+public:
+    /// @param outputFolder  the folder to write into, which must exist
+    YencDecoder(const QString &outputFolder, QObject *parent);
+
+    [[nodiscard]] bool isYenc() const override { return true; }
+    void decode(QByteArray &data) override;
+
+private:
+    enum class Phase { BeforeBegin = 1, Body, AfterEnd };
+
+    [[nodiscard]] bool continuesOpenLine(const QByteArray &data);
+    void keepForNextBlock(QByteArrayView rest);
+    void walk(QByteArray &data);
+    [[nodiscard]] qsizetype judgeLineStart(QByteArray &data, qsizetype lf);
+    [[nodiscard]] qsizetype handleControlLine(QByteArray &data, qsizetype lf, qsizetype lineEnd);
+    [[nodiscard]] bool handleBegin(QByteArrayView line);
+    void handlePart(QByteArrayView line);
+    void handleEnd(QByteArrayView line);
+    void openFile();
+    void writeDecoded();
+
+    QByteArray outputBuffer;
+    qsizetype decodedSize = 0; // of what is in outputBuffer and not yet written
+    QByteArray leftover{"\n"}; // so that the first line counts as one that follows an LF
+    Phase phase = Phase::BeforeBegin;
+    QFile *file = nullptr;
+    quint32 crc = 0xFFFFFFFF;
+};
