@@ -1,0 +1,298 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "transfer/nntp.h"
+
+#include <QDebug>
+#include <QSslCertificate>
+#include <QSslSocket>
+#include <algorithm>
+#include <limits>
+
+#include "queue/nzbfile.h"
+#include "transfer/abstractdecoder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A server that sends more than this without a line end is at fault: replies have at most 512
+/// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
+constexpr qint64 maxLineLength = 1024 * 1024;
+
+} // namespace
+
+NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const QString &pass,
+           bool useSsl, QObject *parent)
+    : QObject(parent)
+    , host(hostName)
+    , port(portNumber)
+    , username(user)
+    , password(pass)
+    , ssl(useSsl)
+{
+    if (ssl) {
+        auto *sslSocket = new QSslSocket(this);
+        connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
+        connect(sslSocket, &QSslSocket::peerVerifyError, this, &NNTP::onSSLerror);
+        socket = sslSocket;
+    } else {
+        socket = new QTcpSocket(this);
+        connect(socket, &QTcpSocket::connected, this, &NNTP::onConnected);
+    }
+    connect(socket, &QAbstractSocket::readyRead, this, &NNTP::onReadyRead);
+    connect(socket, &QAbstractSocket::errorOccurred, this, &NNTP::onError);
+
+    retryTimer.setSingleShot(true);
+    connect(&retryTimer, &QTimer::timeout, this, &NNTP::login);
+}
+
+NNTP::~NNTP()
+{
+    // This may run inside a signal of the socket, which must see its own function end.
+    socket->disconnect(this);
+    socket->abort();
+    socket->setParent(nullptr);
+    socket->deleteLater();
+}
+
+void NNTP::login()
+{
+    nzbfile = nullptr;
+    retryTimer.stop();
+    retryPending = false;
+    if (deletePending) {
+        deleteLater();
+        return;
+    }
+    if (socket->isOpen())
+        return;
+
+    state = StateConnecting;
+    qDebug().nospace() << "Connecting to server: " << host << " port: " << port << " SSL: " << ssl;
+    if (auto *sslSocket = qobject_cast<QSslSocket *>(socket))
+        sslSocket->connectToHostEncrypted(host, static_cast<quint16>(port));
+    else
+        socket->connectToHost(host, static_cast<quint16>(port));
+    lastActivity.start();
+}
+
+void NNTP::getArticle(const QString &messageId, const QString &jobFolder, NzbFile *file, int number)
+{
+    if (!socket->isOpen())
+        login();
+    msgid = messageId;
+    folder = jobFolder;
+    nzbfile = file;
+    seqnr = number;
+    if (state == StateReady)
+        requestBody();
+}
+
+void NNTP::requestBody()
+{
+    state = StateSentBody;
+    dropDecoder();
+    sendCommand("BODY <"_L1 + msgid + u'>');
+}
+
+void NNTP::quit()
+{
+    if (!socket->isOpen()) {
+        delete this;
+        return;
+    }
+    state = StateQuitting;
+    sendCommand(u"QUIT"_s);
+}
+
+void NNTP::retryAfter(int seconds)
+{
+    constexpr int longest = std::numeric_limits<int>::max() / 1000;
+    retryPending = true;
+    retryTimer.start(std::clamp(seconds, 0, longest) * 1000);
+    qDebug() << "retry after" << seconds;
+}
+
+void NNTP::deleteLater()
+{
+    if (retryPending)
+        deletePending = true;
+    else
+        QObject::deleteLater();
+}
+
+int NNTP::idleSeconds() const
+{
+    return lastActivity.isValid() ? static_cast<int>(lastActivity.elapsed() / 1000) : 0;
+}
+
+void NNTP::abortWithError(int code, const QString &msg)
+{
+    const QPointer<NNTP> self(this);
+    resetConnection();
+    emit error(code, msg, nzbfile, seqnr);
+    if (self)
+        nzbfile = nullptr;
+}
+
+void NNTP::resetConnection()
+{
+    msgid.clear();
+    state = StateDisconnected;
+    dropDecoder();
+    lastActivity.invalidate();
+    // abort() leaves a socket that the server has closed open for reading; close() alone would wait
+    // for unsent bytes, and the socket would refuse to connect again.
+    socket->abort();
+    socket->close();
+}
+
+void NNTP::dropDecoder()
+{
+    delete decoder;
+    decoder = nullptr;
+}
+
+void NNTP::sendCommand(const QString &command)
+{
+    QString line = command;
+    // A message id out of an NZB must not smuggle in a command of its own.
+    line.removeIf([](QChar c) { return c < u' '; });
+    if (state == StateSentPassword)
+        qDebug() << "Sending password (not logged)";
+    else
+        qDebug().nospace() << "Sending: " << line;
+    socket->write((line + "\r\n"_L1).toLatin1());
+}
+
+void NNTP::onConnected()
+{
+    qDebug() << "Connected";
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+}
+
+void NNTP::onError(QAbstractSocket::SocketError socketError)
+{
+    if (socketError == QAbstractSocket::RemoteHostClosedError && state == StateQuitting) {
+        qDebug() << "Disconnected";
+        deleteLater();
+        return;
+    }
+    const QString text = socket->errorString();
+    qDebug().nospace() << "Socket error: (" << static_cast<int>(socketError) << ") " << text;
+    abortWithError(socketError, text);
+}
+
+void NNTP::onSSLerror(const QSslError &sslError)
+{
+    QString message = tr("SSL verification error");
+    switch (sslError.error()) {
+    case QSslError::SelfSignedCertificate:
+    case QSslError::NoError:
+        message += tr(".<p>This could mean something bad, like a man-in-the-middle attack."
+                      "<p>However it is more likely that your provider forgot to install a proper "
+                      "SSL certificate issued by a 'real' Certificate Authority on their Usenet "
+                      "server. Contact them to have this fixed!");
+        break;
+    case QSslError::HostNameMismatch: {
+        const QSslCertificate certificate = sslError.certificate();
+        const QStringList names = certificate.subjectInfo(QSslCertificate::CommonName);
+        message += tr(": You entered hostname '%1' but the server's SSL certificate is only valid "
+                      "for '%2'")
+                       .arg(host, names.join(", "_L1));
+        break;
+    }
+    default:
+        message += ": "_L1 + sslError.errorString();
+    }
+    abortWithError(0, message);
+}
+
+void NNTP::onReadyRead()
+{
+    lastActivity.start();
+    if (decoder)
+        readChunk();
+    else
+        readReply();
+}
+
+void NNTP::readReply()
+{
+    if (!socket->canReadLine()) {
+        if (socket->bytesAvailable() > maxLineLength)
+            abortWithError(0, tr("The server sent a line without an end"));
+        return;
+    }
+    const QByteArray line = takeLine();
+    if (state == StateReadingBody) {
+        readBodyLines(line);
+        return;
+    }
+    qDebug().nospace() << "Received: " << QString::fromLatin1(line.trimmed());
+    if (line.size() > 2)
+        handleReply(line);
+}
+
+QByteArray NNTP::takeLine()
+{
+    QByteArray line = socket->readLine();
+    bytesReceived_ += static_cast<quint64>(line.size());
+    return line;
+}
+
+/// Any code from 200 to 399 moves the machine on; 430 alone has a meaning of its own, and what the
+/// others mean is for the receiver of error() to decide.
+void NNTP::handleReply(const QByteArray &line)
+{
+    constexpr int noSuchArticle = 430;
+    const int code = line.first(3).toInt();
+    if (code == noSuchArticle) {
+        state = StateReady;
+        emit articleNotFound(msgid, nzbfile, seqnr);
+    } else if (code < 200 || code > 399) {
+        abortWithError(code, QString::fromLatin1(line));
+    } else {
+        advance();
+    }
+}
+
+void NNTP::advance()
+{
+    switch (state) {
+    case StateConnecting:
+        if (password.isEmpty()) {
+            finishLogin();
+        } else {
+            state = StateSentUser;
+            sendCommand("AUTHINFO USER "_L1 + username);
+        }
+        break;
+    case StateSentUser:
+        state = StateSentPassword;
+        sendCommand("AUTHINFO PASS "_L1 + password);
+        break;
+    case StateSentPassword:
+        finishLogin();
+        break;
+    case StateSentBody:
+        terminatorMatch = 0;
+        state = StateReadingBody;
+        onReadyRead();
+        break;
+    case StateDisconnected:
+    case StateReady:
+    case StateReadingBody:
+    case StateQuitting:
+        break;
+    }
+}
+
+void NNTP::finishLogin()
+{
+    state = StateReady;
+    if (msgid.isEmpty())
+        emit loggedIn();
+    else
+        requestBody();
+}

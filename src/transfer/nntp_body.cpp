@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The receiving of an article's body: lines until the encoding is known, raw chunks from then on.
+#include <QDebug>
+#include <stdexcept>
+
+#include "queue/nzbfile.h"
+#include "transfer/nntp.h"
+#include "transfer/uudecoder.h"
+#include "transfer/yencdecoder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The end of a multi-line reply, with the line end before it (RFC 3977 3.1.1).
+constexpr QByteArrayView terminator = "\r\n.\r\n";
+
+/// How many bytes of the terminator @p chunk ends with, 0 to 4.
+int terminatorBegun(const QByteArray &chunk)
+{
+    for (const int length : {4, 3, 2, 1}) {
+        if (chunk.endsWith(terminator.first(length)))
+            return length;
+    }
+    return 0;
+}
+
+/// True when @p chunk ends the article, @p begun being terminatorBegun() of the chunk before it.
+/// A terminator in three pieces is not recognised; the owner's time-out ends such an article.
+bool endsArticle(const QByteArray &chunk, int begun)
+{
+    return chunk.endsWith(terminator) || chunk == terminator.sliced(begun);
+}
+
+/// A line of 45 encoded bytes, the only length that posters use but for the last line.
+bool isFullUuencodeLine(const QByteArray &line)
+{
+    return (line.size() == 63 || line.size() == 64) && line.startsWith('M');
+}
+
+} // namespace
+
+void NNTP::readBodyLines(QByteArray line)
+{
+    const QPointer<NNTP> self(this);
+    examineBodyLine(line);
+    while (self && socket->canReadLine()) {
+        line = takeLine();
+        examineBodyLine(line);
+    }
+}
+
+void NNTP::examineBodyLine(QByteArray &line)
+{
+    if (line.startsWith("=ybegin ")) {
+        startDecoder(new YencDecoder(folder, this), line);
+    } else if (isUuencode(line)) {
+        qDebug() << "Detected UUencoding";
+        const QString name = nzbfile ? nzbfile->name() : QString();
+        startDecoder(new UUDecoder(folder, name, seqnr, this), line);
+    } else if (line == ".\r\n" || line == ".\n") {
+        finishUnknownArticle();
+    }
+}
+
+bool NNTP::isUuencode(const QByteArray &line)
+{
+    if (seqnr == 1 ? UUDecoder::isBeginLine(line) : isFullUuencodeLine(line))
+        return true;
+    // The last line of a file's last article may be the only one, and short; what follows it tells.
+    const QByteArray ahead = socket->peek(100);
+    const bool lastPart = nzbfile && seqnr == nzbfile->partCount();
+    return (lastPart && ahead.startsWith("`\r\nend\r\n")) || ahead.startsWith("`\nend\n");
+}
+
+void NNTP::startDecoder(AbstractDecoder *newDecoder, QByteArray &line)
+{
+    const QPointer<NNTP> self(this);
+    decoder = newDecoder;
+    decode(line);
+    if (self)
+        onReadyRead();
+}
+
+void NNTP::finishUnknownArticle()
+{
+    qDebug() << "Article has unknown encoding :-(";
+    state = StateReady;
+    msgid.clear();
+    emit dataDecoded(nzbfile, seqnr, QString(), 0, false, false);
+}
+
+void NNTP::readChunk()
+{
+    const QPointer<NNTP> self(this);
+    // Unlike readAll(), this hands over the socket's own block without a copy.
+    QByteArray chunk = socket->read(socket->bytesAvailable());
+    bytesReceived_ += static_cast<quint64>(chunk.size());
+    const bool finished = endsArticle(chunk, terminatorMatch);
+    if (!finished)
+        terminatorMatch = terminatorBegun(chunk);
+    decode(chunk);
+    if (finished && self && decoder)
+        finishArticle();
+}
+
+/// A decoder that fails ends the connection and is gone when this returns.
+void NNTP::decode(QByteArray &data)
+{
+    try {
+        decoder->decode(data);
+    } catch (const std::runtime_error &failure) {
+        abortWithError(DecoderFailed, QString::fromUtf8(failure.what()));
+    }
+}
+
+void NNTP::finishArticle()
+{
+    // Ready before the signal goes out: its receiver asks for the next article from within it.
+    state = StateReady;
+    msgid.clear();
+    const QPointer<AbstractDecoder> done(decoder);
+    decoder->finish();
+    const bool yenc = decoder->isYenc();
+    const bool ok = decoder->isOk();
+    const quint64 bytes = decoder->bytes();
+    emit dataDecoded(nzbfile, seqnr, decoder->filename(), bytes, ok, yenc);
+    if (done)
+        dropDecoder();
+}

@@ -1,0 +1,468 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "transfer/nntp.h"
+
+#include <QDir>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "support/articles.h"
+#include "support/newsserver.h"
+#include "support/testcertificate.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray content = randomBytes(7, 5000);
+const QByteArray article = yencArticle("film.bin", 5000, 1, 1, 1, content);
+
+/// A server, one connection to it, and what the connection has said.
+struct Link {
+    explicit Link(NewsServer &newsServer, const QString &password = {}, bool ssl = false,
+                  const QString &host = u"127.0.0.1"_s)
+        : nntp(new NNTP(host, newsServer.serverPort(), u"joe"_s, password, ssl, nullptr))
+        , decoded(nntp, &NNTP::dataDecoded)
+        , failed(nntp, &NNTP::error)
+        , notFound(nntp, &NNTP::articleNotFound)
+        , loggedIn(nntp, &NNTP::loggedIn)
+    {
+        nntp->login();
+    }
+    ~Link() { delete nntp; }
+    Q_DISABLE_COPY_MOVE(Link)
+
+    [[nodiscard]] int outcomes() const
+    {
+        return static_cast<int>(decoded.size() + failed.size() + notFound.size());
+    }
+
+    QPointer<NNTP> nntp;
+    QSignalSpy decoded;
+    QSignalSpy failed;
+    QSignalSpy notFound;
+    QSignalSpy loggedIn;
+};
+
+} // namespace
+
+class TestNntp final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qRegisterMetaType<NzbFile *>(); }
+    void init();
+
+    void login_data();
+    void login();
+    void fetchesArticle_data();
+    void fetchesArticle();
+    void missesTerminatorInThreePieces();
+    void findsEncoding_data();
+    void findsEncoding();
+    void replies_data();
+    void replies();
+    void retriesAndReportsArticle();
+    void reportsDecoderFailureOnce_data();
+    void reportsDecoderFailureOnce();
+    void endlessLine_data();
+    void endlessLine();
+    void messageIdIsNoCommand();
+    void endsItself();
+    void receiverDeletesConnection_data();
+    void receiverDeletesConnection();
+    void verifiesCertificate_data();
+    void verifiesCertificate();
+    void survivesRandomServer();
+
+private:
+    NzbFile *makeFile(int parts);
+    void fetch(Link &link, int seqnr = 1);
+    [[nodiscard]] QByteArray saved(const QString &name) const;
+
+    std::optional<QTemporaryDir> dir;
+    std::unique_ptr<NewsServer> server;
+    std::unique_ptr<NzbFile> file;
+};
+
+void TestNntp::init()
+{
+    dir.emplace();
+    server = std::make_unique<NewsServer>();
+    server->addArticle("a@b", article);
+    makeFile(1);
+}
+
+NzbFile *TestNntp::makeFile(int parts)
+{
+    const QString subject = u"\"film.bin\" (1/%1)"_s.arg(parts);
+    file = std::make_unique<NzbFile>(nullptr, subject, QString(), 0, 0, 0, false, 0, false);
+    return file.get();
+}
+
+void TestNntp::fetch(Link &link, int seqnr)
+{
+    link.nntp->getArticle(u"a@b"_s, dir->path(), file.get(), seqnr);
+}
+
+QByteArray TestNntp::saved(const QString &name) const
+{
+    QFile output(dir->filePath(name));
+    return output.open(QIODevice::ReadOnly) ? output.readAll() : QByteArray("(no file)");
+}
+
+void TestNntp::login_data()
+{
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("answerToUser");
+    QTest::addColumn<QList<QByteArray>>("commands");
+    const QList<QByteArray> both{"AUTHINFO USER joe", "AUTHINFO PASS secret"};
+    QTest::newRow("user and password") << u"secret"_s << QByteArray() << both;
+    QTest::newRow("a password after 281") << u"secret"_s << QByteArray("281 welcome") << both;
+    QTest::newRow("no password, so no user") << QString() << QByteArray() << QList<QByteArray>();
+}
+
+void TestNntp::login()
+{
+    QFETCH(const QString, password);
+    QFETCH(const QByteArray, answerToUser);
+    QFETCH(const QList<QByteArray>, commands);
+    if (!answerToUser.isEmpty())
+        server->script(When::command("AUTHINFO"), Reply::code(answerToUser));
+    Link link(*server, password);
+    QTRY_COMPARE(link.loggedIn.size(), 1);
+    QCOMPARE(server->commands(), commands);
+    QCOMPARE(link.outcomes(), 0);
+}
+
+void TestNntp::fetchesArticle_data()
+{
+    QTest::addColumn<QList<qsizetype>>("splits");
+    QTest::newRow("as it comes") << QList<qsizetype>();
+    QTest::newRow("CR LF dot | CR LF") << QList<qsizetype>{-2};
+    QTest::newRow("CR | LF dot CR LF") << QList<qsizetype>{-4};
+    QTest::newRow("CR LF dot CR | LF") << QList<qsizetype>{-1};
+    QTest::newRow("data | terminator") << QList<qsizetype>{-5};
+    QTest::newRow("inside reply, header and data") << QList<qsizetype>{1, 5, 30, 40, 300, 2000};
+}
+
+void TestNntp::fetchesArticle()
+{
+    QFETCH(const QList<qsizetype>, splits);
+    server->script(When::body(), Reply::ordinary().splitAt(splits));
+    Link link(*server, u"secret"_s);
+    fetch(link);
+    QTRY_COMPARE(link.decoded.size(), 1);
+    const QVariantList expected{1, u"film.bin"_s, quint64(content.size()), true, true};
+    QCOMPARE(link.decoded.first().first().value<NzbFile *>(), file.get());
+    QCOMPARE(link.decoded.first().sliced(1), expected);
+    QCOMPARE(saved(u"film.bin"_s), content);
+    // An article that was waiting is asked for at the end of the login, without loggedIn().
+    QCOMPARE(server->commands().last(), QByteArray("BODY <a@b>"));
+    QVERIFY(link.loggedIn.isEmpty());
+
+    fetch(link); // the connection is ready for another
+    QTRY_COMPARE(link.decoded.size(), 2);
+    QCOMPARE(link.failed.size(), 0);
+}
+
+void TestNntp::missesTerminatorInThreePieces()
+{
+    server->script(When::body(), Reply::ordinary().splitAt({-4, -3}));
+    Link link(*server);
+    fetch(link);
+    QTRY_COMPARE(link.nntp->bytesReceived(), quint64(server->bytesSent()));
+    QTRY_COMPARE(saved(u"film.bin"_s), content);
+    QCoreApplication::processEvents();
+    QCOMPARE(link.outcomes(), 0);
+    link.nntp->abortWithError(NNTP::NetworkTimeout, u"Network time-out"_s);
+    QCOMPARE(link.failed.first().at(2).value<NzbFile *>(), file.get());
+}
+
+void TestNntp::findsEncoding_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<int>("seqnr");
+    QTest::addColumn<int>("parts");
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<quint64>("bytes");
+    QTest::addColumn<bool>("ok");
+    const QByteArray full = "M" + QByteArray(60, '!');
+    const QByteArray begin = "begin 644 other.txt\r\n";
+    const QByteArray end = "`\r\nend\r\n";
+    QTest::newRow("text before yEnc") << QByteArray("hello\r\n\r\n" + article) << 1 << 1
+                                      << u"film.bin"_s << quint64(5000) << true;
+    QTest::newRow("uuencode, first") << QByteArray(begin + full + "\r\n" + end) << 1 << 1
+                                     << u"film.bin.uu000001"_s << quint64(45) << true;
+    QTest::newRow("full uuencode line in a later article")
+        << QByteArray(full + "\r\n" + full + "\r\n") << 2 << 3 << u"film.bin.uu000002"_s
+        << quint64(90) << true;
+    QTest::newRow("full uuencode line in a first article")
+        << QByteArray(full + "\r\n") << 1 << 3 << QString() << quint64(0) << false;
+    QTest::newRow("short last line of the last article")
+        << QByteArray("#86)C\r\n" + end) << 3 << 3 << u"film.bin.uu000003"_s << quint64(3) << true;
+    QTest::newRow("short last line, CR LF, not the last article")
+        << QByteArray("#86)C\r\n" + end) << 2 << 3 << QString() << quint64(0) << false;
+    QTest::newRow("short last line, bare LF, not the last article")
+        << QByteArray("#86)C\n`\nend\n\r\n") << 2 << 3 << u"film.bin.uu000002"_s << quint64(3) << true;
+    QTest::newRow("begin without a mode") << QByteArray("begin your day well\r\n") << 1 << 1
+                                          << QString() << quint64(0) << false;
+    QTest::newRow("empty body") << QByteArray() << 1 << 1 << QString() << quint64(0) << false;
+}
+
+void TestNntp::findsEncoding()
+{
+    QFETCH(const QByteArray, body);
+    QFETCH(const int, seqnr);
+    QFETCH(const int, parts);
+    QFETCH(const QString, output);
+    QFETCH(const quint64, bytes);
+    QFETCH(const bool, ok);
+    makeFile(parts);
+    server->addArticle("a@b", body);
+    Link link(*server);
+    fetch(link, seqnr);
+    QTRY_COMPARE(link.decoded.size(), 1);
+    QCOMPARE(link.decoded.first().at(3).toULongLong(), bytes);
+    QCOMPARE(link.decoded.first().at(4).toBool(), ok);
+    const QStringList expected = output.isEmpty() ? QStringList() : QStringList(output);
+    QCOMPARE(QDir(dir->path()).entryList(QDir::Files), expected);
+}
+
+void TestNntp::replies_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QString>("outcome");
+    QTest::newRow("430") << QByteArray("430 no such article\r\n") << u"not found"_s;
+    QTest::newRow("423") << QByteArray("423 no such number\r\n") << u"423"_s;
+    QTest::newRow("480") << QByteArray("480 login first\r\n") << u"480"_s;
+    QTest::newRow("no digits") << QByteArray("what?\r\n") << u"0"_s;
+    QTest::newRow("binary") << QByteArray("\0\xff\x01\x80\r\n", 6) << u"0"_s;
+    QTest::newRow("negative") << QByteArray("-22 odd\r\n") << u"-22"_s;
+    QTest::newRow("huge") << QByteArray("99999999999999999999\r\n") << u"999"_s;
+}
+
+void TestNntp::replies()
+{
+    QFETCH(const QByteArray, reply);
+    QFETCH(const QString, outcome);
+    server->script(When::body(), Reply::bytes(reply));
+    Link link(*server);
+    fetch(link);
+    QTRY_COMPARE(link.outcomes(), 1);
+    if (outcome == "not found"_L1) {
+        QCOMPARE(link.notFound.first().at(0).toString(), u"a@b"_s);
+        QCOMPARE(link.notFound.first().at(1).value<NzbFile *>(), file.get());
+        server->clearScript(); // the connection stays usable
+        fetch(link);
+        QTRY_COMPARE(link.decoded.size(), 1);
+        return;
+    }
+    const QVariantList expected{outcome.toInt(), QString::fromLatin1(reply)};
+    QCOMPARE(link.failed.first().first(2), expected);
+    QCOMPARE(link.failed.first().at(2).value<NzbFile *>(), file.get());
+    QTRY_COMPARE(server->openConnections(), 0);
+}
+
+void TestNntp::retriesAndReportsArticle()
+{
+    server->script(When::body(), Reply::ordinary().cutAfter(1000), 1);
+    Link link(*server, u"secret"_s);
+    fetch(link);
+    QTRY_COMPARE(link.failed.size(), 1);
+    QCOMPARE(link.failed.first().at(0).toInt(), int(QAbstractSocket::RemoteHostClosedError));
+    QCOMPARE(link.failed.first().at(2).value<NzbFile *>(), file.get());
+    QCOMPARE(link.nntp->idleSeconds(), 0);
+
+    link.nntp->retryAfter(0);
+    QTRY_COMPARE(link.loggedIn.size(), 1); // the article has been given back, so none waits
+    fetch(link);
+    QTRY_COMPARE(link.decoded.size(), 1);
+    QCOMPARE(saved(u"film.bin"_s), content);
+}
+
+void TestNntp::reportsDecoderFailureOnce_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("in the header line")
+        << yencArticle("x/../" + QByteArray(300, 'n'), 9, 1, 1, 1, "123456789")
+        << u"Error opening file: "_s;
+    QTest::newRow("on the chunk with the terminator")
+        << QByteArray("=ybegin part=1 line=128 size=9 name=film.bin\r\n=ypart begin=0 end=9\r\nabc\r\n")
+        << u"Error seeking file"_s;
+}
+
+void TestNntp::reportsDecoderFailureOnce()
+{
+    QFETCH(const QByteArray, body);
+    QFETCH(const QString, text);
+    server->addArticle("a@b", body);
+    Link link(*server);
+    fetch(link);
+    QTRY_COMPARE(link.failed.size(), 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(link.outcomes(), 1);
+    QCOMPARE(link.failed.first().at(0).toInt(), int(NNTP::DecoderFailed));
+    QVERIFY2(link.failed.first().at(1).toString().startsWith(text),
+             qPrintable(link.failed.first().at(1).toString()));
+    QCOMPARE(link.failed.first().at(2).value<NzbFile *>(), file.get());
+}
+
+void TestNntp::endlessLine_data()
+{
+    QTest::addColumn<QByteArray>("start");
+    QTest::addColumn<int>("seqnr");
+    QTest::newRow("reply") << QByteArray() << 1;
+    QTest::newRow("body line") << QByteArray("222 body\r\n") << 1;
+    QTest::newRow("yEnc control line") << QByteArray("222 body\r\n=ybegin size=9 name=a\r\n=y") << 1;
+    QTest::newRow("uuencode line") << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << 2;
+}
+
+void TestNntp::endlessLine()
+{
+    QFETCH(const QByteArray, start);
+    QFETCH(const int, seqnr);
+    server->script(When::body(), Reply::bytes(start + QByteArray(4'000'000, 'x')));
+    Link link(*server);
+    fetch(link, seqnr);
+    QTRY_COMPARE(link.failed.size(), 1);
+    QVERIFY(link.decoded.isEmpty());
+    QVERIFY(link.nntp->bytesReceived() < 4'000'000);
+}
+
+void TestNntp::messageIdIsNoCommand()
+{
+    Link link(*server);
+    link.nntp->getArticle(u"a@b>\r\nQUIT\r\n"_s, dir->path(), file.get(), 1);
+    QTRY_COMPARE(server->commands().size(), 1);
+    QCOMPARE(server->commands().first(), QByteArray("BODY <a@b>QUIT>"));
+}
+
+void TestNntp::endsItself()
+{
+    Link open(*server);
+    QTRY_COMPARE(open.loggedIn.size(), 1);
+    open.nntp->quit();
+    QTRY_VERIFY(!open.nntp);
+    QCOMPARE(server->commands(), QList<QByteArray>{"QUIT"});
+    QVERIFY(open.failed.isEmpty());
+
+    auto *closed = new NNTP(u"127.0.0.1"_s, 1, QString(), QString(), false, nullptr);
+    const QPointer<NNTP> watched(closed);
+    closed->quit();
+    QVERIFY(!watched);
+
+    Link waiting(*server);
+    QTRY_COMPARE(waiting.loggedIn.size(), 1);
+    waiting.nntp->abortWithError(NNTP::ConnectionsClosed, QString());
+    const int accepted = server->acceptedConnections();
+    waiting.nntp->retryAfter(0);
+    waiting.nntp->deleteLater();
+    QVERIFY(waiting.nntp);
+    QTRY_VERIFY(!waiting.nntp);
+    QCOMPARE(server->acceptedConnections(), accepted);
+}
+
+void TestNntp::receiverDeletesConnection_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::newRow("data decoded") << QByteArray();
+    QTest::newRow("unknown encoding") << QByteArray("222 body\r\n.\r\nmore\r\nlines\r\n");
+    QTest::newRow("not found") << QByteArray("430 no\r\n222 yes\r\n");
+    QTest::newRow("error") << QByteArray("500 no\r\n222 yes\r\n");
+    QTest::newRow("decoder failure") << QByteArray(
+        "222 body\r\n=ybegin size=1 name=" + QByteArray(300, 'n') + "\r\nx\r\n.\r\n");
+}
+
+void TestNntp::receiverDeletesConnection()
+{
+    QFETCH(const QByteArray, reply);
+    if (!reply.isEmpty())
+        server->script(When::body(), Reply::bytes(reply));
+    Link link(*server);
+    const auto kill = [&link] { delete link.nntp; };
+    connect(link.nntp, &NNTP::dataDecoded, this, kill);
+    connect(link.nntp, &NNTP::articleNotFound, this, kill);
+    connect(link.nntp, &NNTP::error, this, kill);
+    fetch(link);
+    QTRY_VERIFY(!link.nntp);
+    QCOMPARE(link.outcomes(), 1);
+}
+
+void TestNntp::verifiesCertificate_data()
+{
+    QTest::addColumn<bool>("ownAuthority");
+    QTest::addColumn<QString>("validFor");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("valid") << true << u"localhost"_s << QString();
+    QTest::newRow("self-signed")
+        << false << u"localhost"_s << u"SSL verification error.<p>This could mean something bad"_s;
+    QTest::newRow("other host")
+        << true << u"news.example"_s
+        << u"SSL verification error: You entered hostname 'localhost' but the server's SSL "
+           "certificate is only valid for 'news.example'"_s;
+}
+
+void TestNntp::verifiesCertificate()
+{
+    QFETCH(const bool, ownAuthority);
+    QFETCH(const QString, validFor);
+    QFETCH(const QString, text);
+    QString reason;
+    const QStringList names{"DNS:"_L1 + validFor};
+    const auto made = ownAuthority ? TestCertificate::signedByAuthority(validFor, names, &reason)
+                                   : TestCertificate::selfSigned(validFor, names, &reason);
+    if (!made)
+        QSKIP(qPrintable(reason));
+    std::optional<TrustedAuthority> trust;
+    if (ownAuthority)
+        trust.emplace(made->authority);
+    server = std::make_unique<NewsServer>(made->serverConfiguration());
+    server->addArticle("a@b", article);
+
+    Link link(*server, u"secret"_s, true, u"localhost"_s);
+    fetch(link);
+    QTRY_COMPARE(link.outcomes(), 1);
+    if (text.isEmpty()) {
+        QCOMPARE(link.decoded.size(), 1);
+        QCOMPARE(saved(u"film.bin"_s), content);
+        return;
+    }
+    QCOMPARE(link.failed.size(), 1);
+    QCOMPARE(link.failed.first().at(0).toInt(), 0);
+    QVERIFY2(link.failed.first().at(1).toString().startsWith(text),
+             qPrintable(link.failed.first().at(1).toString()));
+    QVERIFY(server->commands().isEmpty());
+}
+
+void TestNntp::survivesRandomServer()
+{
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo() << "seed" << seed;
+    QRandomGenerator random(seed);
+    const QList<QByteArray> words{"222 body\r\n", "=ybegin ", "size=", " name=", "f",    "\r\n",
+                                  "=ypart ",      " begin=",  "=yend", " ",      "pcrc32=", "-1",
+                                  "99999999999",  "begin 644 x\r\n",   "\r\n.\r\n",  ".",  "\n",
+                                  "430 no\r\n",   "M" + QByteArray(60, '!') + "\r\n", "`\r\nend\r\n",
+                                  QByteArray(1, '\0'),  "=", "\xff", "480\r\n", "200 ok\r\n"};
+    for (int round = 0; round < 200; ++round) {
+        QByteArray bytes = random.bounded(4) ? QByteArray("222 body\r\n") : QByteArray();
+        for (int count = random.bounded(60); count > 0; --count)
+            bytes += words.at(random.bounded(words.size()));
+        server->clearScript();
+        server->script(When::body(), Reply::bytes(bytes).closeAfter(Reply::whole));
+        Link link(*server);
+        link.nntp->getArticle(u"a@b"_s, dir->path(), file.get(), 1 + random.bounded(2));
+        QTRY_VERIFY(!link.failed.isEmpty()); // the server closes after each reply
+    }
+    const QString parent = QFileInfo(dir->path()).path();
+    QVERIFY(!QFile::exists(parent + "/f"_L1));
+}
+
+QTEST_GUILESS_MAIN(TestNntp)
+#include "test_nntp.moc"
