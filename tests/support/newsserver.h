@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QSet>
+#include <QSslConfiguration>
+#include <QTcpServer>
+
+#include <optional>
+
+#include "support/reply.h"
+
+class NewsConnection;
+
+/// A scripted news server on 127.0.0.1 for tests: the part of RFC 3977 and RFC 4643 that a reader
+/// of article bodies uses, plain or with implicit TLS, which misbehaves where the script says so.
+/// It lives in the thread that made it and needs that thread's event loop.
+class NewsServer final : public QTcpServer {
+    Q_OBJECT
+
+public:
+    struct Command {
+        qint64 time; ///< in milliseconds since the server was made
+        int connection; ///< from 1, in order of accept
+        QByteArray text; ///< without the line end
+    };
+
+    /// Listens at once, on a port that the system chooses.
+    explicit NewsServer(QObject *parent = nullptr);
+    /// The same with implicit TLS; see TestCertificate::serverConfiguration().
+    explicit NewsServer(const QSslConfiguration &ssl, QObject *parent = nullptr);
+    ~NewsServer() override;
+
+    /// @param id    without angle brackets
+    /// @param body  as it goes over the wire: CR LF line ends, dot-stuffed (see dotStuffed()),
+    ///     without the final dot line
+    void addArticle(const QByteArray &id, const QByteArray &body) { articles.insert(id, body); }
+    /// From now on the article is answered with 430.
+    void removeArticle(const QByteArray &id) { articles.remove(id); }
+
+    /// Demands this login: BODY is answered with 480 without it, another one with 481. Without a
+    /// demand every login is accepted.
+    void requireLogin(const QByteArray &user, const QByteArray &password);
+
+    /// Adds a rule. Of the rules that match an event the first added with uses left is carried
+    /// out and loses one use. @p uses below 0 is without end.
+    void script(const When &when, const Reply &reply, int uses = -1);
+    void clearScript() { rules.clear(); }
+
+    /// A held article's reply waits for release() or releaseAll(); other rules still apply to it.
+    void hold(const QByteArray &id) { held.insert(id); }
+    /// Holds every article that the server has now.
+    void holdAll();
+    void release(const QByteArray &id);
+    void releaseAll();
+    /// The held articles that a connection waits for at present.
+    [[nodiscard]] QList<QByteArray> waiting() const;
+
+    /// Closes the port and every connection; the port refuses until bringBack() listens on it.
+    void takeOffline();
+    void bringBack();
+    /// Closes every open connection, as a server does that goes down.
+    void dropConnections();
+
+    [[nodiscard]] const QList<Command> &log() const { return log_; }
+    /// What connection @p number sent, in order, without line ends; 0 stands for all connections.
+    [[nodiscard]] QList<QByteArray> commands(int number = 0) const;
+    [[nodiscard]] int bodyCount(const QByteArray &id) const { return bodyCounts.value(id); }
+    [[nodiscard]] int openConnections() const { return static_cast<int>(connections.size()); }
+    [[nodiscard]] int mostConnections() const { return most; }
+    /// Connections since the start, refused ones included.
+    [[nodiscard]] int acceptedConnections() const { return static_cast<int>(acceptTimes_.size()); }
+    /// When each of them came, in milliseconds since the server was made.
+    [[nodiscard]] const QList<qint64> &acceptTimes() const { return acceptTimes_; }
+    /// Bytes of replies, before encryption.
+    [[nodiscard]] qint64 bytesSent() const { return sent; }
+
+signals:
+    void released();
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    friend class NewsConnection;
+
+    struct Rule {
+        When when;
+        Reply reply;
+        int usesLeft;
+    };
+
+    void start();
+    void record(int connection, const QByteArray &command);
+    /// The id that a BODY command names; empty for other commands.
+    [[nodiscard]] static QByteArray articleOf(const QByteArray &command);
+    [[nodiscard]] Reply takeReply(int connection, const QByteArray &event);
+    void forget(NewsConnection *connection) { connections.removeOne(connection); }
+
+    std::optional<QSslConfiguration> ssl;
+    QHash<QByteArray, QByteArray> articles;
+    QByteArray user;
+    QByteArray password;
+    bool loginNeeded = false;
+    QList<Rule> rules;
+    QSet<QByteArray> held;
+    QList<NewsConnection *> connections;
+    QElapsedTimer clock;
+    QList<Command> log_;
+    QList<qint64> acceptTimes_;
+    QHash<QByteArray, int> bodyCounts;
+    quint16 port = 0;
+    int most = 0;
+    qint64 sent = 0;
+};
