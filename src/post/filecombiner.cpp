@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "post/filecombiner.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <array>
+#include <cstdio>
+#include <numeric>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString extensionOf(const QString &path)
+{
+    const qsizetype dot = path.lastIndexOf(u'.');
+    return dot < 0 ? QString() : path.mid(dot + 1);
+}
+
+qint64 totalSize(const QStringList &paths)
+{
+    return std::accumulate(
+        paths.cbegin(), paths.cend(), qint64(0),
+        [](qint64 sum, const QString &path) { return sum + QFileInfo(path).size(); });
+}
+
+/// Not QFile::rename(), which falls back to copying.
+bool renameFile(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+} // namespace
+
+FileCombiner::FileCombiner(Nzb *job, QObject *parent)
+    : QThread(parent)
+    , nzb(job)
+{
+}
+
+bool FileCombiner::hasGaps()
+{
+    if (parts.isEmpty())
+        return true;
+    parts.sort();
+    return extensionOf(parts.first()).toInt() != 1
+           || extensionOf(parts.last()).toInt() != parts.size();
+}
+
+void FileCombiner::run()
+{
+    if (parts.isEmpty()) {
+        emit processingComplete(nzb, QString());
+        return;
+    }
+    parts.sort();
+    const QString extension = extensionOf(parts.first());
+    firstNumber = extension.toInt();
+    outputName = parts.first().left(parts.first().size() - 1 - extension.size());
+    pieceSize = QFileInfo(parts.first()).size();
+
+    if (QFile::exists(outputName))
+        finishEarlierRun();
+    else if (join())
+        emit processingComplete(nzb, outputName);
+}
+
+/// The output is there already. Right in size it is taken for the work of an earlier run.
+void FileCombiner::finishEarlierRun()
+{
+    if (totalSize(parts) != QFileInfo(outputName).size()) {
+        fail(tr("Output filename '%1' already exists").arg(outputName));
+        return;
+    }
+    for (const QString &part : std::as_const(parts))
+        QFile::remove(part);
+    emit processingComplete(nzb, outputName);
+}
+
+bool FileCombiner::join()
+{
+    QFile output(outputName);
+    if (!takeFirstPart(output))
+        return false;
+    for (qsizetype i = 1; i < parts.size(); ++i) {
+        if (sparseOutput)
+            output.seek(output.pos() + pieceSize);
+        if (!moveInto(output, parts.at(i)))
+            return false;
+    }
+    return true;
+}
+
+/// Leaves @p output open behind the data of the first piece, and without a buffer: a full disk must
+/// show before the piece is deleted.
+bool FileCombiner::takeFirstPart(QFile &output)
+{
+    const bool placed = sparseOutput && firstNumber != 1;
+    if (!placed && renameFile(parts.first(), outputName)) {
+        // An output that does not open shows in the first write to it.
+        static_cast<void>(output.open(QIODevice::Append | QIODevice::Unbuffered));
+        return true;
+    }
+    // The name is free; NewOnly also keeps off what a dangling link points to.
+    if (!output.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
+        fail(tr("Error opening output file '%1'").arg(outputName));
+        return false;
+    }
+    if (sparseOutput && firstNumber > 1)
+        output.seek((firstNumber - 1) * pieceSize);
+    return moveInto(output, parts.first());
+}
+
+bool FileCombiner::moveInto(QFile &output, const QString &part)
+{
+    if (!appendFile(part, &output))
+        return false;
+    QFile::remove(part);
+    return true;
+}
+
+bool FileCombiner::appendFile(const QString &source, QIODevice *output)
+{
+    QFile input(source);
+    if (!input.open(QIODevice::ReadOnly)) {
+        fail(tr("Error opening file: ") + source);
+        return false;
+    }
+    std::array<char, 32768> buffer;
+    while (!input.atEnd()) {
+        const qint64 length = input.read(buffer.data(), buffer.size());
+        if (length <= 0) {
+            fail(tr("Error reading from file: ") + input.errorString());
+            return false;
+        }
+        if (output->write(buffer.data(), length) < length) {
+            fail(tr("Error writing to file: ") + input.errorString());
+            return false;
+        }
+    }
+    return true;
+}
+
+void FileCombiner::fail(const QString &error) { emit processingError(nzb, outputName, error); }

@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QStringList>
+#include <QThread>
+
+class Nzb;
+class QFile;
+class QIODevice;
+
+/// Joins a numbered series of files into one and deletes the pieces.
+///
+/// The output is named after the first piece, less its last extension. One object a series: fill it
+/// with addFile(), then either startProcessing(), which reports through queued signals, or run() on
+/// the calling thread. There is no cancellation.
+class FileCombiner final : public QThread {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FileCombiner)
+    Q_MOC_INCLUDE("queue/nzb.h") // a queued signal needs the whole type
+
+public:
+    /// @param job  handed back in the signals, never looked into; may be null
+    FileCombiner(Nzb *job, QObject *parent);
+
+    /// @param path  full path of a piece
+    void addFile(const QString &path) { parts << path; }
+    /// True unless the series, judged by its two ends, runs from 1 to the number of pieces.
+    [[nodiscard]] bool hasGaps();
+    void startProcessing() { start(QThread::LowPriority); }
+    /// Places pieces at multiples of the first piece's size instead of one after the other.
+    void setSparseOutput(bool sparse) { sparseOutput = sparse; }
+
+    void run() override;
+
+signals:
+    /// @p file is the full path of the output, empty when there was no piece.
+    void processingComplete(Nzb *nzb, QString file);
+    /// Nothing is rolled back: pieces already joined are gone, the output so far stays.
+    void processingError(Nzb *nzb, QString file, QString error);
+
+private:
+    void finishEarlierRun();
+    [[nodiscard]] bool join();
+    [[nodiscard]] bool takeFirstPart(QFile &output);
+    [[nodiscard]] bool moveInto(QFile &output, const QString &part);
+    [[nodiscard]] bool appendFile(const QString &source, QIODevice *output);
+    void fail(const QString &error);
+
+    bool sparseOutput = false;
+    Nzb *nzb = nullptr;
+    QString outputName;
+    QStringList parts;
+    int firstNumber = 0;
+    qint64 pieceSize = 0;
+};
