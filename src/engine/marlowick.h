@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+
+class INzbItem;
+class NNTP;
+class Nzb;
+class NzbFile;
+
+/// The engine: owner of the settings, the queue and the connections, and the one who decides what
+/// follows each result. Lives on the GUI thread; all its signals are direct.
+///
+/// Nothing is scheduled ahead: a connection that is free asks for work, and the engine walks the
+/// queue from the top. Each subject has its own source file, marlowick_*.cpp.
+class Marlowick final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Marlowick)
+
+public:
+    explicit Marlowick(QObject *parent);
+    ~Marlowick() override;
+
+    [[nodiscard]] QSettings *settings() const { return settings_; }
+    /// The folder below which each job gets its own, "%APPDIR" replaced.
+    [[nodiscard]] QString downloadFolder() const;
+    [[nodiscard]] QString mediaPlayer() const;
+    [[nodiscard]] QString version() const { return tr("0.99d"); }
+    [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
+    /// Starts the periodic save of the queue.
+    void setSaveInterval(int seconds);
+
+    /// Makes a job of an NZB file, plain or gzip-compressed, and starts the download.
+    /// @throws std::runtime_error  with a text for the user; the queue is as it was
+    Nzb *addNZB(const QString &nzbFile);
+    /// Takes a job or a file out of the queue. What a connection still fetches for it stays
+    /// allocated until that article has come back.
+    void deleteItem(INzbItem *item);
+    /// Removes the item's files from disk, never anything outside the job's folder. Called before
+    /// deleteItem(); what cannot be removed stays, without a message.
+    void deleteFiles(INzbItem *item);
+
+    /// True when some unpaused file has a pending segment.
+    [[nodiscard]] bool hasWork() const;
+    /// True when every job is paused, and for an empty queue.
+    [[nodiscard]] bool allPaused() const;
+    void pauseAll();
+    /// The scheduling decision: the first unpaused file from the top of the queue that has a
+    /// pending segment, and of it the lowest one, which becomes active. False without one.
+    [[nodiscard]] bool nextArticle(NzbFile *&file, int &number, QString &messageId);
+    /// Ends every connection; their articles go back to the queue.
+    void closeAllConnections();
+
+signals:
+    void beforeAddNZB(QString name);
+    /// Closes what beforeAddNZB() opened; null when the job could not be made.
+    void NZBadded(Nzb *nzb);
+    void beforeNzbDelete(Nzb *nzb);
+    void beforeNzbFileDelete(NzbFile *file);
+    void NzbItemDeleted();
+    void downloadProgresses(NzbFile *file);
+    void fileComplete(NzbFile *file);
+    void nzbComplete(Nzb *nzb);
+    /// For a message box. @p code is always 0.
+    void error(int code, QString msg);
+    /// For the status bar. @p code is always 0.
+    void notice(int code, QString msg);
+    /// @p speedinbytespsec is raw bytes off the sockets per second; @p bytesleft does not count
+    /// paused files; @p secondsleft is 0 when the speed is.
+    void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
+
+public slots:
+    /// Opens one more connection, if the limit and the queue allow it.
+    void startToDownloadQueue();
+
+protected slots:
+    void dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes, bool ok,
+                     bool yenc);
+    void nntpLoggedIn();
+    void nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr);
+    void articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr);
+    void checkSockets();
+    void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
+
+private:
+    void openSettings();
+    [[nodiscard]] QString expanded(const char *key) const;
+
+    [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
+
+    [[nodiscard]] NNTP *senderConnection() const;
+    [[nodiscard]] NNTP *makeConnection();
+    void assignArticle(NNTP *connection);
+    void dismiss(NNTP *connection);
+    void drop(NNTP *connection);
+
+    [[nodiscard]] bool isQueued(NzbFile *file) const;
+    void finishFile(NzbFile *nzbfile, const QString &filename);
+    void joinParts(NzbFile *nzbfile);
+    void processNzb(Nzb *nzb);
+    void releaseRemoved(NzbFile *file);
+
+    void decoderFailed(bool jobDeleted, const QString &msg);
+    [[nodiscard]] quint64 checkTimeouts();
+    void updateStatistics(quint64 total);
+    [[nodiscard]] quint64 bytesLeft() const;
+
+    QList<Nzb *> nzbs;
+    QList<NNTP *> connections;
+    QSettings *settings_ = nullptr;
+    QString queueFileName;
+    QString backupFileName;
+    QElapsedTimer speedClock;
+    QTimer socketTimer;
+    QTimer saveTimer;
+    bool errorShown = false;
+    int bytesPerSecond = 0;
+    quint64 lastBytesReceived = 0;
+};

@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// What follows when a connection fails.
+#include <QDebug>
+#include <utility>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "transfer/nntp.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Replies to AUTHINFO and to commands that want it (RFC 4643 2.2, 2.4).
+enum ReplyCode {
+    AuthenticationRequired = 480,
+    AuthenticationRefused = 483,
+};
+
+} // namespace
+
+void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr)
+{
+    qDebug().nospace() << "NNTP/socket error: " << error << ' ' << msg;
+    const bool jobDeleted = nzbfile && !nzbs.contains(qobject_cast<Nzb *>(nzbfile->parent()));
+    if (nzbfile) {
+        nzbfile->requeueSegment(seqnr);
+        releaseRemoved(nzbfile);
+    }
+    NNTP *connection = senderConnection();
+    if (!connection) { // it was logging out
+        qobject_cast<NNTP *>(sender())->deleteLater();
+        return;
+    }
+
+    switch (error) {
+    case AuthenticationRequired:
+        drop(connection);
+        emit this->error(
+            0, tr("Server asks for password. Please specify password in 'settings' window."));
+        break;
+    case AuthenticationRefused:
+        drop(connection);
+        if (!std::exchange(errorShown, true))
+            emit this->error(0, tr("Supplied password not accepted. Check server settings"));
+        break;
+    case NNTP::DecoderFailed:
+        drop(connection);
+        decoderFailed(jobDeleted, msg);
+        break;
+    case NNTP::ConnectionsClosed:
+        emit notice(0, tr("Server settings changed"));
+        drop(connection);
+        break;
+    default:
+        const int seconds = settings_->value("networkRetry"_L1).toInt();
+        emit notice(0, tr("Last error: ") + msg + tr(", retrying in ") + QString::number(seconds)
+                        + tr(" seconds"));
+        connection->retryAfter(seconds);
+    }
+}
+
+/// A file could not be written. The folder of a deleted job may just be gone; anything else, a full
+/// disk above all, concerns the whole queue.
+void Marlowick::decoderFailed(bool jobDeleted, const QString &msg)
+{
+    if (jobDeleted) {
+        QTimer::singleShot(1000, this, &Marlowick::startToDownloadQueue);
+    } else if (!errorShown) {
+        pauseAll();
+        errorShown = true;
+        emit error(0, msg + tr(". Pausing downloads"));
+    }
+}
+
+void Marlowick::closeAllConnections()
+{
+    const QList<NNTP *> alive = connections;
+    for (NNTP *connection : alive)
+        connection->abortWithError(NNTP::ConnectionsClosed, u"Closing all connections"_s);
+}

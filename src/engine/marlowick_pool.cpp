@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The connection pool: how many there are, and which article each fetches next.
+#include <QDebug>
+#include <algorithm>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "transfer/nntp.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A server that does not close after QUIT is not waited for any longer than this.
+constexpr int farewellMsec = 30000;
+
+bool isWanted(const NzbFile *file)
+{
+    return !file->isPaused() && file->hasPendingSegments();
+}
+
+/// The first file in queue order that has something to fetch, or null. Linear in the files before
+/// it; keeping no index is what lets a reorder, pause or delete take effect at once.
+NzbFile *firstWanted(const QList<Nzb *> &queue)
+{
+    for (const Nzb *nzb : queue) {
+        const int count = nzb->fileCount();
+        for (int i = 0; i < count; ++i) {
+            if (NzbFile *file = nzb->fileAt(i); isWanted(file))
+                return file;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void Marlowick::startToDownloadQueue()
+{
+    const int threads = settings_->value("threads"_L1, u"0"_s).toInt();
+    if (threads <= connectionCount() || !hasWork())
+        return;
+    errorShown = false;
+    if (connections.isEmpty())
+        emit notice(0, tr("Connecting to server..."));
+    NNTP *connection = makeConnection();
+    connections.append(connection);
+    connection->login();
+}
+
+NNTP *Marlowick::makeConnection()
+{
+    const QByteArray encoded = settings_->value("password"_L1).toByteArray();
+    auto *connection = new NNTP(settings_->value("hostname"_L1).toString(),
+                                settings_->value("port"_L1).toInt(),
+                                settings_->value("username"_L1).toString(),
+                                QString::fromLatin1(QByteArray::fromBase64(encoded)),
+                                settings_->value("ssl"_L1).toBool(), this);
+    connect(connection, &NNTP::dataDecoded, this, &Marlowick::dataDecoded);
+    connect(connection, &NNTP::loggedIn, this, &Marlowick::nntpLoggedIn);
+    connect(connection, &NNTP::articleNotFound, this, &Marlowick::articleNotFound);
+    connect(connection, &NNTP::error, this, &Marlowick::nntpError);
+    return connection;
+}
+
+/// The connection whose signal is being delivered, or null when it has left the pool: one that has
+/// been told to quit gets no more work, whatever its server still says.
+NNTP *Marlowick::senderConnection() const
+{
+    auto *connection = qobject_cast<NNTP *>(sender());
+    return connections.contains(connection) ? connection : nullptr;
+}
+
+void Marlowick::nntpLoggedIn()
+{
+    const int count = connectionCount();
+    if (hasWork())
+        emit notice(0, tr("Connected (%1)").arg(count));
+    assignArticle(senderConnection());
+    if (settings_->value("threads"_L1).toInt() > count && hasWork())
+        startToDownloadQueue();
+}
+
+bool Marlowick::hasWork() const
+{
+    return firstWanted(nzbs) != nullptr;
+}
+
+bool Marlowick::allPaused() const
+{
+    return std::all_of(nzbs.cbegin(), nzbs.cend(), [](const Nzb *nzb) { return nzb->isPaused(); });
+}
+
+void Marlowick::pauseAll()
+{
+    for (Nzb *nzb : std::as_const(nzbs))
+        nzb->setPaused(true);
+}
+
+bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
+{
+    file = firstWanted(nzbs);
+    if (!file)
+        return false;
+    messageId = file->nextSegment(&number);
+    return true;
+}
+
+void Marlowick::assignArticle(NNTP *connection)
+{
+    if (!connection)
+        return;
+    NzbFile *file = nullptr;
+    int number = 0;
+    QString messageId;
+    if (!nextArticle(file, number, messageId)) {
+        qDebug() << "Queue empty, telling NNTP to logout";
+        dismiss(connection);
+        return;
+    }
+    const auto *nzb = qobject_cast<Nzb *>(file->parent());
+    connection->getArticle(messageId, nzb->folder(), file, number);
+    emit downloadProgresses(file);
+}
+
+/// Lets a connection log out. It belongs to nobody from here on and ends itself.
+void Marlowick::dismiss(NNTP *connection)
+{
+    connections.removeAll(connection);
+    QTimer::singleShot(farewellMsec, connection, &NNTP::deleteLater);
+    connection->quit();
+}
+
+/// Takes a failed connection out of the pool for good.
+void Marlowick::drop(NNTP *connection)
+{
+    connections.removeAll(connection);
+    connection->deleteLater();
+}

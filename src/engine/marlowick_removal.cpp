@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// Taking items out of the queue, and their files off the disk.
+#include <QDirIterator>
+#include <QFile>
+
+#include "engine/marlowick.h"
+#include "engine/uuparts.h"
+#include "queue/jobpath.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The rule for names that may be deleted at all; where they lead is checked besides.
+bool isPlainName(const QString &name)
+{
+    return !name.isEmpty() && !u"/\\."_s.contains(name.front()) && !name.contains(u':');
+}
+
+void removeInside(const QString &folder, const QString &path)
+{
+    if (QFile::exists(path) && isInsideFolder(folder, path))
+        QFile::remove(path);
+}
+
+void removeFilesOf(const NzbFile *file)
+{
+    const QString folder = qobject_cast<Nzb *>(file->parent())->folder();
+    if (!isPlainName(file->name()))
+        return;
+    const QString path = folder + u'/' + file->name();
+    removeInside(folder, path);
+    if (file->isFinished() || file->completedBytes() == 0 || file->isYenc())
+        return;
+    const QStringList parts = uuParts(path, file->partCount());
+    for (const QString &part : parts)
+        removeInside(folder, part);
+}
+
+/// Folders that hold anything else stay.
+void removeEmptyFolders(const QString &root)
+{
+    QStringList folders(root);
+    QDirIterator below(root, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (below.hasNext())
+        folders << below.next();
+    for (auto folder = folders.crbegin(); folder != folders.crend(); ++folder)
+        QDir().rmdir(*folder);
+}
+
+void removeFilesOf(Nzb *nzb)
+{
+    if (!isInsideFolder(nzb->downloadFolder(), nzb->folder()))
+        return;
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        removeFilesOf(nzb->fileAt(i));
+    const QString folder = nzb->folder();
+    for (auto it = nzb->extractedFiles().cbegin(); it != nzb->extractedFiles().cend(); ++it)
+        removeInside(folder, folder + u'/' + it.key());
+    removeEmptyFolders(folder);
+}
+
+} // namespace
+
+void Marlowick::deleteFiles(INzbItem *item)
+{
+    if (auto *nzb = qobject_cast<Nzb *>(item))
+        removeFilesOf(nzb);
+    else if (const auto *file = qobject_cast<NzbFile *>(item))
+        removeFilesOf(file);
+}
+
+void Marlowick::deleteItem(INzbItem *item)
+{
+    if (auto *file = qobject_cast<NzbFile *>(item)) {
+        emit beforeNzbFileDelete(file);
+        qobject_cast<Nzb *>(file->parent())->removeFile(file);
+    } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
+        emit beforeNzbDelete(nzb);
+        nzbs.removeAll(nzb);
+        if (!nzb->hasActiveSegments())
+            delete nzb;
+    }
+    emit NzbItemDeleted();
+}
+
+bool Marlowick::isQueued(NzbFile *file) const
+{
+    auto *nzb = qobject_cast<Nzb *>(file->parent());
+    return nzbs.contains(nzb) && nzb->indexOf(file) >= 0;
+}
+
+/// Frees a removed item that was kept for an article under way, once the last one has come back.
+void Marlowick::releaseRemoved(NzbFile *file)
+{
+    auto *nzb = qobject_cast<Nzb *>(file->parent());
+    if (!nzbs.contains(nzb)) {
+        if (!nzb->hasActiveSegments())
+            delete nzb;
+    } else if (nzb->indexOf(file) < 0 && !file->hasActiveSegments()) {
+        delete file;
+    }
+}

@@ -1,0 +1,89 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// What follows when an article has come in, up to the whole file.
+#include <QDebug>
+#include <QElapsedTimer>
+
+#include "engine/marlowick.h"
+#include "engine/uuparts.h"
+#include "post/filecombiner.h"
+#include "queue/jobpath.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "transfer/nntp.h"
+
+using namespace Qt::StringLiterals;
+
+void Marlowick::dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes,
+                            bool ok, bool yenc)
+{
+    if (nzbfile) {
+        nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
+        if (!isQueued(nzbfile)) {
+            releaseRemoved(nzbfile);
+        } else {
+            emit downloadProgresses(nzbfile);
+            if (nzbfile->isFinished())
+                finishFile(nzbfile, filename);
+        }
+    }
+    assignArticle(senderConnection());
+}
+
+void Marlowick::articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr)
+{
+    qDebug().nospace() << "Article <" << msgid << "> not found on server";
+    NNTP *connection = senderConnection();
+    if (nzbfile && connection) {
+        nzbfile->segmentNotFound(seqnr);
+        releaseRemoved(nzbfile);
+    }
+    // No look at completion here: a file whose last article is missing reads as finished, but is
+    // neither joined nor announced.
+    assignArticle(connection);
+}
+
+void Marlowick::finishFile(NzbFile *nzbfile, const QString &filename)
+{
+    auto *nzb = qobject_cast<Nzb *>(nzbfile->parent());
+    if (!nzbfile->isYenc())
+        joinParts(nzbfile);
+    emit notice(0, tr("File download complete: ") + filename);
+    emit fileComplete(nzbfile);
+    if (nzb->isComplete())
+        processNzb(nzb);
+}
+
+/// Joins the parts of a uuencoded file on this thread; a part that is missing leaves it shorter.
+void Marlowick::joinParts(NzbFile *nzbfile)
+{
+    const QString folder = qobject_cast<Nzb *>(nzbfile->parent())->folder();
+    const QString path = folder + u'/' + nzbfile->name();
+    if (!isInsideFolder(folder, path))
+        return;
+    FileCombiner combiner(nullptr, nullptr);
+    const QStringList parts = uuParts(path, nzbfile->partCount());
+    for (const QString &part : parts)
+        combiner.addFile(part);
+    QElapsedTimer clock;
+    clock.start();
+    connect(&combiner, &FileCombiner::processingError, this, &Marlowick::splitCombinerError);
+    combiner.run();
+    qDebug() << "Combined in" << clock.elapsed() << "miliseconds";
+}
+
+void Marlowick::splitCombinerError(Nzb * /*nzb*/, const QString & /*file*/, const QString &error)
+{
+    qDebug().nospace() << "Split file combiner error: " << error;
+    if (!error.isEmpty())
+        emit notice(0, error);
+    sender()->deleteLater();
+}
+
+/// Decides what comes next for a job of which all that was wanted has arrived.
+void Marlowick::processNzb(Nzb *nzb)
+{
+    emit notice(0, tr("NZB complete: ") + nzb->name());
+    emit nzbComplete(nzb);
+}
