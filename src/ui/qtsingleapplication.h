@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QApplication>
+#include <QPointer>
+
+#include "ui/instancelink.h"
+
+class QWidget;
+
+/// The application object of a program that runs once per user.
+///
+/// A copy of the executable in another folder, or another user's process, is another program.
+class QtSingleApplication final : public QApplication {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(QtSingleApplication)
+
+public:
+    QtSingleApplication(int &argc, char **argv);
+
+    /// True if another process of this program was there first.
+    [[nodiscard]] bool isRunning() const { return link_.isRunning(); }
+
+    /// Sends @p message to the first instance; see InstanceLink::sendMessage.
+    bool sendMessage(const QString &message, int timeout)
+    {
+        return link_.sendMessage(message, timeout);
+    }
+
+    /// Sets the window that activateWindow() raises, on each message too if @p activateOnMessage.
+    void setActivationWindow(QWidget *window, bool activateOnMessage = true);
+
+public slots:
+    /// Brings the activation window to the front, out of its minimised state if need be.
+    void activateWindow();
+
+signals:
+    /// Another instance sent @p message. Messages wait until this signal has its first receiver.
+    void messageReceived(const QString &message);
+
+protected:
+    void connectNotify(const QMetaMethod &signal) override;
+
+private:
+    void onMessage(const QString &message);
+
+    InstanceLink link_;
+    QPointer<QWidget> activationWindow_;
+    bool activateOnMessage_ = false;
+};

@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include <QDir>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include "support/newsserver.h"
+#include "support/posts.h"
+
+using namespace Qt::StringLiterals;
+
+/// The program itself, a copy of it with a settings file beside it, started as a user starts it.
+class TestProgram final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void downloadsFromCommandLine();
+    void secondStartHandsOver();
+    void badFileDoesNotEndIt();
+
+private:
+    [[nodiscard]] std::unique_ptr<QProcess> start(const QStringList &arguments);
+    [[nodiscard]] QByteArray saved(const QString &path) const;
+    [[nodiscard]] bool hasSaid(QProcess &program, const QByteArray &text);
+
+    std::optional<QTemporaryDir> dir;
+    std::unique_ptr<NewsServer> server;
+    QByteArray said;
+};
+
+void TestProgram::init()
+{
+    dir.emplace();
+    said.clear();
+    server = std::make_unique<NewsServer>();
+    server->requireLogin("joe", "secret");
+    QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), dir->filePath(u"marlowick"_s)));
+    QVERIFY(QDir(dir->path()).mkdir(u"run"_s));
+    QFile::setPermissions(dir->filePath(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    QSettings settings(dir->filePath(u"Marlowick.ini"_s), QSettings::IniFormat);
+    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
+    settings.setValue("port"_L1, server->serverPort());
+    settings.setValue("username"_L1, u"joe"_s);
+    settings.setValue("password"_L1, QByteArray("secret").toBase64());
+    settings.setValue("threads"_L1, 3);
+    settings.setValue("networkTimeout"_L1, 30);
+    settings.setValue("downloadFolder"_L1, u"%APPDIR/downloads"_s);
+}
+
+void TestProgram::cleanup()
+{
+    if (QTest::currentTestFailed())
+        qInfo().noquote() << said;
+}
+
+std::unique_ptr<QProcess> TestProgram::start(const QStringList &arguments)
+{
+    auto process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_RUNTIME_DIR"_s, dir->filePath(u"run"_s));
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    process->setProcessEnvironment(environment);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->start(dir->filePath(u"marlowick"_s), arguments);
+    return process;
+}
+
+QByteArray TestProgram::saved(const QString &path) const
+{
+    QFile file(dir->filePath(u"downloads/"_s + path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+}
+
+bool TestProgram::hasSaid(QProcess &program, const QByteArray &text)
+{
+    said += program.readAll();
+    return said.contains(text);
+}
+
+void TestProgram::downloadsFromCommandLine()
+{
+    Post post;
+    const QByteArray film = randomBytes(1, 500'000);
+    const QByteArray text = randomBytes(2, 45 * 900);
+    post.addYenc(u"film.bin"_s, film, 20'000);
+    post.addUuencoded(u"text.txt"_s, text);
+    post.upload(*server);
+    const QString upper = post.writeGzipNzb(dir->path(), u"film.NZB"_s);
+    const auto program = start({upper, u"nothing.nzb"_s, dir->filePath(u"Marlowick.ini"_s)});
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*program, "Notice: \"NZB complete: film\""), 30'000);
+    QCOMPARE(saved(u"film/film.bin"_s), film);
+    QCOMPARE(saved(u"film/text.txt"_s), text);
+    QCOMPARE(server->mostConnections(), 3);
+    QVERIFY(!said.contains("secret"));
+    QVERIFY(!said.contains("c2VjcmV0")); // nor in Base64
+    QCOMPARE(program->state(), QProcess::Running);
+    program->kill();
+    program->waitForFinished();
+}
+
+void TestProgram::secondStartHandsOver()
+{
+    const auto first = start({});
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Queue filename"), 30'000);
+    Post post(u"später"_s);
+    const QByteArray film = randomBytes(3, 50'000);
+    post.addYenc(u"film.bin"_s, film, 20'000);
+    post.upload(*server);
+    const auto second = start({post.writeNzb(dir->path())});
+    QTRY_COMPARE_WITH_TIMEOUT(second->state(), QProcess::NotRunning, 30'000);
+    QCOMPARE(second->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second->exitCode(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Notice: \"NZB complete: sp"), 30'000);
+    QCOMPARE(saved(u"später/film.bin"_s), film);
+    first->kill();
+    first->waitForFinished();
+}
+
+void TestProgram::badFileDoesNotEndIt()
+{
+    QFile bad(dir->filePath(u"bad.nzb"_s));
+    QVERIFY(bad.open(QIODevice::WriteOnly));
+    bad.write("no NZB at all");
+    bad.close();
+    const auto first = start({});
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Queue filename"), 30'000);
+    Post post(u"good"_s);
+    post.addYenc(u"film.bin"_s, "film");
+    post.upload(*server);
+    const auto second = start({bad.fileName(), post.writeNzb(dir->path())});
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Error parsing NZB"), 30'000);
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Notice: \"NZB complete: good"), 30'000);
+    QCOMPARE(saved(u"good/film.bin"_s), QByteArray("film"));
+    first->kill();
+    first->waitForFinished();
+}
+
+QTEST_GUILESS_MAIN(TestProgram)
+#include "test_program.moc"
