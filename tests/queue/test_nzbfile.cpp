@@ -78,6 +78,8 @@ void TestNzbFile::requeue()
     QVERIFY(!file->hasActiveSegments());
     QCOMPARE(file->nextSegment(&seqnr), id);
     QCOMPARE(seqnr, 1);
+    QCOMPARE(file->nextSegment(&seqnr), u"m2"_s);
+    QVERIFY(!file->hasPendingSegments());
 }
 
 void TestNzbFile::repeatedNumber()

@@ -167,10 +167,11 @@ void TestReadNzb::segments()
 
 void TestReadNzb::attributes()
 {
-    const auto job =
-        read("<qzb><file subject='f\xc3\xa9.b' size='70' completed='30' paused='0' "
-             "completedparts='1' yenc='0'/>"
-             "<file size='9999999999999999999' completed='x' date='99999999999'/></qzb>");
+    const auto job = read("<qzb><file subject='f\xc3\xa9.b' size='70' completed='30' paused='0' "
+                          "completedparts='1' yenc='0'/>"
+                          "<file size='9999999999999999999' completed='x' date='99999999999'/>"
+                          "<file subject='(1/2)' completedparts='1'><segment number='2'>a</segment>"
+                          "</file></qzb>");
     const NzbFile *first = job->fileAt(0);
     QCOMPARE(first->name(), u"\u00e9.b"_s);
     QCOMPARE(first->size(), quint64(70));
@@ -179,6 +180,7 @@ void TestReadNzb::attributes()
     const NzbFile *second = job->fileAt(1);
     QCOMPARE(second->size(), quint64(0));
     QVERIFY(!second->isPaused() && !second->isYenc() && second->isIncomplete());
+    QVERIFY(!job->fileAt(2)->isIncomplete()); // one part is there, the other pending
 }
 
 void TestReadNzb::extractedFiles()

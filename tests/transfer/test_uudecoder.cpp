@@ -77,6 +77,8 @@ void TestUUDecoder::decodes_data()
     QTest::newRow("count 46") << Blocks{"N" + QByteArray(64, '!') + "\r\n" + abc} << ""_ba << false;
     QTest::newRow("line shorter than its count")
         << Blocks{"M" + QByteArray(56, '!') + "\n"} << ""_ba << false;
+    QTest::newRow("line just long enough for its count")
+        << Blocks{"M" + QByteArray(57, '!') + "\n"} << fullBytes.first(42) + "\x06\xa8\x20" << true;
     QTest::newRow("line end decoded as data") << Blocks{"#!!\n"} << "\4\x1a\xa0"_ba << true;
     QTest::newRow("first byte above 127") << Blocks{"\xcd" + full.mid(1)} << fullBytes << true;
     QTest::newRow("stuffed dots stay: the first counts 14 bytes")

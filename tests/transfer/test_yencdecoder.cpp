@@ -88,6 +88,7 @@ private slots:
     void fails_data();
     void fails();
     void survivesHugeSize();
+    void takesSizeAtLineEndForName();
     void putsPartsTogether();
     void keepsWhatLiesBehindThePart();
     void changesFilesWithoutLeak();
@@ -288,6 +289,14 @@ void TestYencDecoder::survivesHugeSize()
     const QByteArray huge = "=ybegin line=128 size=9223372036854775807 name=a\r\n";
     QCOMPARE(feed(decoder, {huge + encoded("ab") + endLine("ab")}), QString());
     QVERIFY(decoder.isOk());
+}
+
+void TestYencDecoder::takesSizeAtLineEndForName()
+{
+    YencDecoder decoder(dir->path(), nullptr);
+    const QByteArray begin = "=ybegin line=128 name=a size=9\r\n";
+    QCOMPARE(feed(decoder, {begin + encoded("ab") + endLine("ab")}), QString());
+    QCOMPARE(contents(u"a size=9"_s), "ab"_ba);
 }
 
 // Two connections at once, the later part first.

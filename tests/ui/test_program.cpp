@@ -109,11 +109,11 @@ void TestProgram::secondStartHandsOver()
 {
     const auto first = start({});
     QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Queue filename"), 30'000);
-    Post post(u"später"_s);
+    Post post;
     const QByteArray film = randomBytes(3, 50'000);
     post.addYenc(u"film.bin"_s, film, 20'000);
     post.upload(*server);
-    const auto second = start({post.writeNzb(dir->path())});
+    const auto second = start({post.writeNzb(dir->path(), u"später.nzb"_s)});
     QTRY_COMPARE_WITH_TIMEOUT(second->state(), QProcess::NotRunning, 30'000);
     QCOMPARE(second->exitStatus(), QProcess::NormalExit);
     QCOMPARE(second->exitCode(), 0);
