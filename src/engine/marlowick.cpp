@@ -23,10 +23,7 @@ Marlowick::Marlowick(QObject *parent)
     socketTimer.start(2000);
 }
 
-Marlowick::~Marlowick()
-{
-    qDeleteAll(connections);
-}
+Marlowick::~Marlowick() { qDeleteAll(connections); }
 
 /// The file beside the program wins by its mere existence, which makes an installation movable.
 void Marlowick::openSettings()
@@ -52,15 +49,9 @@ void Marlowick::openSettings()
     backupFileName = queueFileName + ".old"_L1;
 }
 
-QString Marlowick::downloadFolder() const
-{
-    return expanded("downloadFolder");
-}
+QString Marlowick::downloadFolder() const { return expanded("downloadFolder"); }
 
-QString Marlowick::mediaPlayer() const
-{
-    return expanded("mediaPlayer");
-}
+QString Marlowick::mediaPlayer() const { return expanded("mediaPlayer"); }
 
 QString Marlowick::expanded(const char *key) const
 {
@@ -68,7 +59,4 @@ QString Marlowick::expanded(const char *key) const
     return value.replace("%APPDIR"_L1, QCoreApplication::applicationDirPath());
 }
 
-void Marlowick::setSaveInterval(int seconds)
-{
-    saveTimer.start(seconds * 1000);
-}
+void Marlowick::setSaveInterval(int seconds) { saveTimer.start(seconds * 1000); }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // The connection pool: how many there are, and which article each fetches next.
-#include <QDebug>
 #include <algorithm>
+#include <QDebug>
 
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
@@ -17,10 +17,7 @@ namespace {
 /// A server that does not close after QUIT is not waited for any longer than this.
 constexpr int farewellMsec = 30000;
 
-bool isWanted(const NzbFile *file)
-{
-    return !file->isPaused() && file->hasPendingSegments();
-}
+bool isWanted(const NzbFile *file) { return !file->isPaused() && file->hasPendingSegments(); }
 
 /// The first file in queue order that has something to fetch, or null. Linear in the files before
 /// it; keeping no index is what lets a reorder, pause or delete take effect at once.
@@ -54,11 +51,11 @@ void Marlowick::startToDownloadQueue()
 NNTP *Marlowick::makeConnection()
 {
     const QByteArray encoded = settings_->value("password"_L1).toByteArray();
-    auto *connection = new NNTP(settings_->value("hostname"_L1).toString(),
-                                settings_->value("port"_L1).toInt(),
-                                settings_->value("username"_L1).toString(),
-                                QString::fromLatin1(QByteArray::fromBase64(encoded)),
-                                settings_->value("ssl"_L1).toBool(), this);
+    auto *connection =
+        new NNTP(settings_->value("hostname"_L1).toString(), settings_->value("port"_L1).toInt(),
+                 settings_->value("username"_L1).toString(),
+                 QString::fromLatin1(QByteArray::fromBase64(encoded)),
+                 settings_->value("ssl"_L1).toBool(), this);
     connect(connection, &NNTP::dataDecoded, this, &Marlowick::dataDecoded);
     connect(connection, &NNTP::loggedIn, this, &Marlowick::nntpLoggedIn);
     connect(connection, &NNTP::articleNotFound, this, &Marlowick::articleNotFound);
@@ -84,10 +81,7 @@ void Marlowick::nntpLoggedIn()
         startToDownloadQueue();
 }
 
-bool Marlowick::hasWork() const
-{
-    return firstWanted(nzbs) != nullptr;
-}
+bool Marlowick::hasWork() const { return firstWanted(nzbs) != nullptr; }
 
 bool Marlowick::allPaused() const
 {

@@ -22,10 +22,7 @@ int clampedToInt(quint64 value)
 
 } // namespace
 
-void Marlowick::checkSockets()
-{
-    updateStatistics(checkTimeouts());
-}
+void Marlowick::checkSockets() { updateStatistics(checkTimeouts()); }
 
 /// Ends the connections that have been silent for too long; returns the bytes that all of them have
 /// received so far.
@@ -51,7 +48,8 @@ void Marlowick::updateStatistics(quint64 total)
         // Whole bytes per millisecond first: the speed moves in steps of 1000 bytes per second.
         bytesPerSecond = clampedToInt((total - lastBytesReceived) / elapsed * 1000);
         const quint64 left = bytesLeft();
-        const quint64 secondsLeft = bytesPerSecond ? left / static_cast<quint64>(bytesPerSecond) : 0;
+        const quint64 secondsLeft =
+            bytesPerSecond ? left / static_cast<quint64>(bytesPerSecond) : 0;
         emit downloadStatistics(bytesPerSecond, left, clampedToInt(secondsLeft));
     }
     lastBytesReceived = total;

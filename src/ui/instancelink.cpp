@@ -36,28 +36,28 @@ bool send(QLocalSocket *first, const QByteArray &text, const QDeadlineTimer &dea
 InstanceLink::InstanceLink(const QString &folder, const QString &id, QObject *parent)
     : QObject(parent)
     , socketPath_(folder + u'/' + id + u".socket"_s)
-    , lock_(folder + u'/' + id + u".lock"_s)
-    , server_(this)
+    , lock(folder + u'/' + id + u".lock"_s)
+    , server(this)
 {
-    lock_.setStaleLockTime(0); // only the lock of a dead process is stale, however old
-    if (!folder.isEmpty() && lock_.tryLock(0))
+    lock.setStaleLockTime(0); // only the lock of a dead process is stale, however old
+    if (!folder.isEmpty() && lock.tryLock(0))
         return;
-    running_ = lock_.error() == QLockFile::LockFailedError;
-    if (!running_)
+    running = lock.error() == QLockFile::LockFailedError;
+    if (!running)
         qWarning() << "Cannot lock a file for the single instance in" << folder;
 }
 
 void InstanceLink::takeMessages()
 {
-    if (!lock_.isLocked() || server_.isListening())
+    if (!lock.isLocked() || server.isListening())
         return;
-    connect(&server_, &QLocalServer::newConnection, this, &InstanceLink::acceptSenders,
+    connect(&server, &QLocalServer::newConnection, this, &InstanceLink::acceptSenders,
             Qt::UniqueConnection);
     // The lock is held, so a socket that is there belongs to nobody.
     QLocalServer::removeServer(socketPath_);
-    server_.setSocketOptions(QLocalServer::UserAccessOption);
-    if (!server_.listen(socketPath_))
-        qWarning() << "Cannot listen for other instances:" << server_.errorString();
+    server.setSocketOptions(QLocalServer::UserAccessOption);
+    if (!server.listen(socketPath_))
+        qWarning() << "Cannot listen for other instances:" << server.errorString();
 }
 
 bool InstanceLink::sendMessage(const QString &message, int timeout) const
@@ -91,7 +91,7 @@ bool InstanceLink::connectTo(QLocalSocket *first, const QDeadlineTimer &deadline
 
 void InstanceLink::acceptSenders()
 {
-    while (QLocalSocket *sender = server_.nextPendingConnection()) {
+    while (QLocalSocket *sender = server.nextPendingConnection()) {
         sender->setReadBufferSize(headerBytes + maxMessageBytes);
         auto *silence = new QTimer(sender);
         silence->setSingleShot(true);

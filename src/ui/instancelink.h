@@ -27,7 +27,7 @@ public:
     InstanceLink(const QString &folder, const QString &id, QObject *parent = nullptr);
 
     /// True if another process is the first instance.
-    [[nodiscard]] bool isRunning() const { return running_; }
+    [[nodiscard]] bool isRunning() const { return running; }
 
     /// Path of the socket on which the first instance listens.
     [[nodiscard]] QString socketPath() const { return socketPath_; }
@@ -51,7 +51,7 @@ private:
     [[nodiscard]] bool connectTo(QLocalSocket *first, const QDeadlineTimer &deadline) const;
 
     QString socketPath_;
-    QLockFile lock_;
-    QLocalServer server_; // after the lock: the socket goes before the lock is given back
-    bool running_ = false;
+    QLockFile lock;
+    QLocalServer server; // after the lock: the socket goes before the lock is given back
+    bool running = false;
 };

@@ -27,36 +27,36 @@ QString applicationId()
 
 QtSingleApplication::QtSingleApplication(int &argc, char **argv)
     : QApplication(argc, argv)
-    , link_(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation), applicationId())
+    , link(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation), applicationId())
 {
-    connect(&link_, &InstanceLink::messageReceived, this, &QtSingleApplication::onMessage);
+    connect(&link, &InstanceLink::messageReceived, this, &QtSingleApplication::onMessage);
 }
 
 void QtSingleApplication::setActivationWindow(QWidget *window, bool activateOnMessage)
 {
-    activationWindow_ = window;
-    activateOnMessage_ = activateOnMessage;
+    activationWindow = window;
+    raisesOnMessage = activateOnMessage;
 }
 
 void QtSingleApplication::activateWindow()
 {
-    if (!activationWindow_)
+    if (!activationWindow)
         return;
-    activationWindow_->setWindowState(activationWindow_->windowState() & ~Qt::WindowMinimized);
-    activationWindow_->raise();
-    activationWindow_->activateWindow();
+    activationWindow->setWindowState(activationWindow->windowState() & ~Qt::WindowMinimized);
+    activationWindow->raise();
+    activationWindow->activateWindow();
 }
 
 void QtSingleApplication::connectNotify(const QMetaMethod &signal)
 {
     if (signal == QMetaMethod::fromSignal(&QtSingleApplication::messageReceived))
-        link_.takeMessages();
+        link.takeMessages();
     QApplication::connectNotify(signal);
 }
 
 void QtSingleApplication::onMessage(const QString &message)
 {
     emit messageReceived(message);
-    if (activateOnMessage_)
+    if (raisesOnMessage)
         activateWindow();
 }

@@ -20,12 +20,12 @@ public:
     QtSingleApplication(int &argc, char **argv);
 
     /// True if another process of this program was there first.
-    [[nodiscard]] bool isRunning() const { return link_.isRunning(); }
+    [[nodiscard]] bool isRunning() const { return link.isRunning(); }
 
     /// Sends @p message to the first instance; see InstanceLink::sendMessage.
     bool sendMessage(const QString &message, int timeout)
     {
-        return link_.sendMessage(message, timeout);
+        return link.sendMessage(message, timeout);
     }
 
     /// Sets the window that activateWindow() raises, on each message too if @p activateOnMessage.
@@ -45,7 +45,7 @@ protected:
 private:
     void onMessage(const QString &message);
 
-    InstanceLink link_;
-    QPointer<QWidget> activationWindow_;
-    bool activateOnMessage_ = false;
+    InstanceLink link;
+    QPointer<QWidget> activationWindow;
+    bool raisesOnMessage = false;
 };

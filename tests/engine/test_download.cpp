@@ -89,8 +89,8 @@ void TestDownload::anyOrder()
 void TestDownload::overSsl()
 {
     QString reason;
-    const auto certificate = TestCertificate::signedByAuthority(u"localhost"_s,
-                                                                {u"DNS:localhost"_s}, &reason);
+    const auto certificate =
+        TestCertificate::signedByAuthority(u"localhost"_s, {u"DNS:localhost"_s}, &reason);
     if (!certificate)
         QSKIP(qPrintable(reason));
     const TrustedAuthority trust(certificate->authority);
@@ -145,8 +145,7 @@ void TestDownload::damageIsBooked_data()
     QTest::addColumn<QByteArray>("endLine");
     QTest::addColumn<bool>("onServer");
     QTest::newRow("article missing") << QByteArray() << false;
-    QTest::newRow("wrong checksum")
-        << QByteArray("=yend size=1000 part=2 pcrc32=00000000") << true;
+    QTest::newRow("wrong checksum") << QByteArray("=yend size=1000 part=2 pcrc32=00000000") << true;
     QTest::newRow("wrong size") << QByteArray("=yend size=999 part=2") << true;
 }
 
@@ -162,8 +161,8 @@ void TestDownload::damageIsBooked()
     if (onServer) {
         YencOptions damaged;
         damaged.endLine = endLine;
-        file.segment(2).body
-            = yencArticle("film.bin", 3000, 2, 3, 1001, film.sliced(1000, 1000), damaged);
+        file.segment(2).body =
+            yencArticle("film.bin", 3000, 2, 3, 1001, film.sliced(1000, 1000), damaged);
     }
     t.server->hold(file.id(3)); // a result that completes the file comes after the damage
     const Nzb *nzb = t.start(post);

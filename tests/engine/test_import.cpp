@@ -46,7 +46,8 @@ void TestImport::namesFolders_data()
 {
     QTest::addColumn<QString>("nzbFile");
     QTest::addColumn<QStringList>("jobs");
-    QTest::newRow("three of one name") << u"abc.nzb"_s << QStringList{u"abc"_s, u"abc2"_s, u"abc3"_s};
+    QTest::newRow("three of one name")
+        << u"abc.nzb"_s << QStringList{u"abc"_s, u"abc2"_s, u"abc3"_s};
     QTest::newRow("upper case and blanks") << u" x .NZB"_s << QStringList{u"x"_s, u"x2"_s};
     QTest::newRow("only one ending goes") << u"x.nzb.nzb"_s << QStringList{u"x.nzb"_s};
     QTest::newRow("no name") << u".nzb"_s << QStringList{u"2"_s, u"3"_s};
@@ -68,7 +69,8 @@ void TestImport::namesFolders()
         QCOMPARE(nzb->folder(), t.downloads() + u'/' + name);
         QVERIFY(QFile::exists(nzb->folder()));
     }
-    QCOMPARE(QDir(t.downloads()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)
+    QCOMPARE(QDir(t.downloads())
+                 .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)
                  .size(),
              jobs.size());
 }
@@ -79,7 +81,8 @@ void TestImport::failures_data()
     QTest::addColumn<bool>("folderIsFile");
     QTest::addColumn<QByteArray>("text");
     const QByteArray good = "<nzb><file subject='a.b'/></nzb>";
-    QTest::newRow("no file") << QByteArray() << false << QByteArray("Error opening NZB for reading");
+    QTest::newRow("no file") << QByteArray() << false
+                             << QByteArray("Error opening NZB for reading");
     QTest::newRow("plain text") << QByteArray("hello") << false << QByteArray("Error parsing NZB");
     QTest::newRow("no folder") << good << true << QByteArray("Error creating folder for download");
 }

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 #include <QDir>
+#include <QProcess>
 #include <QTest>
 
 #include "enginefixture.h"
@@ -21,7 +22,8 @@ private slots:
     void newJobFindsLiveConnections();
     void failures_data();
     void failures();
-    void fullDiskPausesOnce();
+    void unwritableFilePausesOnce();
+    void fullDisk();
     void quittingConnectionGetsNoWork_data();
     void quittingConnectionGetsNoWork();
     void closesAll();
@@ -40,8 +42,8 @@ void TestPool::opensOneAfterAnother()
     QTRY_COMPARE(t.server->acceptedConnections(), 3);
     QTRY_COMPARE(t.server->waiting().size(), 2);
     QCOMPARE(t.engine->connectionCount(), 3); // the fourth waits for the third's login
-    QCOMPARE(t.notices, (QStringList{u"Connecting to server..."_s, u"Connected (1)"_s,
-                                     u"Connected (2)"_s}));
+    QCOMPARE(t.notices,
+             (QStringList{u"Connecting to server..."_s, u"Connected (1)"_s, u"Connected (2)"_s}));
 }
 
 void TestPool::opensNoneInVain_data()
@@ -99,9 +101,9 @@ void TestPool::fetchesInOrder()
     QTRY_COMPARE(t.completedJobs, (QStringList{u"first"_s, u"second"_s}));
     const PostedFile &volume = first.file(0);
     const PostedFile &archive = first.file(1);
-    QCOMPARE(t.requested(), (QList<QByteArray>{archive.id(1), archive.id(2), archive.id(2),
-                                               archive.id(3), volume.id(1), volume.id(2),
-                                               second.file(0).id(1)}));
+    QCOMPARE(t.requested(),
+             (QList<QByteArray>{archive.id(1), archive.id(2), archive.id(2), archive.id(3),
+                                volume.id(1), volume.id(2), second.file(0).id(1)}));
 }
 
 void TestPool::pausedConnectionsLogOut()
@@ -154,7 +156,8 @@ void TestPool::failures_data()
     QTest::addColumn<QString>("notice");
     QTest::newRow("asks for a password")
         << QByteArray("480 login first")
-        << u"Server asks for password. Please specify password in 'settings' window."_s << QString();
+        << u"Server asks for password. Please specify password in 'settings' window."_s
+        << QString();
     QTest::newRow("refuses the password")
         << QByteArray("483 no") << u"Supplied password not accepted. Check server settings"_s
         << QString();
@@ -188,7 +191,7 @@ void TestPool::failures()
     QTRY_COMPARE(t.completedJobs.size(), 1);
 }
 
-void TestPool::fullDiskPausesOnce()
+void TestPool::unwritableFilePausesOnce()
 {
     EngineFixture t;
     Post post;
@@ -212,6 +215,36 @@ void TestPool::fullDiskPausesOnce()
     t.engine->startToDownloadQueue();
     QTRY_COMPARE(t.completedJobs.size(), 1);
     QVERIFY(!nzb->hasIncompleteFiles());
+}
+
+void TestPool::fullDisk()
+{
+    EngineFixture t;
+    QVERIFY(QDir().mkpath(t.downloads()));
+    const auto mount = [&t](const QString &options) {
+        return QProcess::execute(
+            u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s, options, u"tmpfs"_s, t.downloads()});
+    };
+    if (mount(u"size=64k"_s) != 0)
+        QSKIP("a file system of its own needs the right to mount one");
+    const auto unmount = qScopeGuard([&t] {
+        QProcess::execute(u"umount"_s, {u"--lazy"_s, t.downloads()});
+    });
+    Post post;
+    const QByteArray film = randomBytes(1, 200'000);
+    post.addYenc(u"film.bin"_s, film, 10'000);
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.errors,
+                 QStringList{u"Error writing to file. Check disk space. Pausing downloads"_s});
+    QTRY_COMPARE(t.engine->connectionCount(), 0);
+    QVERIFY(t.engine->allPaused());
+
+    QCOMPARE(mount(u"remount,size=1m"_s), 0);
+    nzb->setPaused(false);
+    t.engine->startToDownloadQueue();
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/film.bin"_s), film);
+    QCOMPARE(nzb->status(), u"Finished"_s);
 }
 
 void TestPool::quittingConnectionGetsNoWork_data()

@@ -89,8 +89,8 @@ void TestRemoval::deletesOnlyOwnFiles()
     EngineFixture t;
     t.set("threads", 0);
     Post post;
-    const QStringList names{u"own.bin"_s,      u".hidden"_s, u"/etc/x"_s,      u"\\x"_s, u"c:x"_s,
-                            u"../../victim"_s, u"link"_s,    u"sub/../../../victim"_s};
+    const QStringList names{u"own.bin"_s, u".hidden"_s,      u"/etc/x"_s, u"\\x"_s,
+                            u"c:x"_s,     u"../../victim"_s, u"link"_s,   u"sub/../../../victim"_s};
     for (const QString &name : names)
         post.addYenc(name, "x").subject = u'"' + name + "\" (1/1)"_L1;
     Nzb *nzb = t.start(post);
@@ -109,7 +109,8 @@ void TestRemoval::deletesOnlyOwnFiles()
 
     t.engine->deleteFiles(nzb);
     QVERIFY(QFile::exists(victim));
-    const QStringList left = folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    const QStringList left =
+        folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     QCOMPARE(left, (QStringList{u".hidden"_s, u"c:x"_s, u"full"_s, u"link"_s, u"unknown"_s}));
 }
 
@@ -143,7 +144,8 @@ void TestRemoval::deletedJobDoesNotPauseQueue()
     Nzb *nzb = t.start(doomed);
     t.start(other);
     QTRY_COMPARE(t.server->waiting().size(), 1);
-    t.engine->deleteFiles(nzb); // takes the folder along, so that the late article cannot be written
+    t.engine->deleteFiles(
+        nzb); // takes the folder along, so that the late article cannot be written
     t.engine->deleteItem(nzb);
     t.server->releaseAll();
     QTRY_COMPARE(t.completedJobs, QStringList{u"other"_s});

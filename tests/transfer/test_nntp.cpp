@@ -208,9 +208,10 @@ void TestNntp::findsEncoding_data()
     QTest::newRow("short last line, CR LF, not the last article")
         << QByteArray("#86)C\r\n" + end) << 2 << 3 << QString() << quint64(0) << false;
     QTest::newRow("short last line, bare LF, not the last article")
-        << QByteArray("#86)C\n`\nend\n\r\n") << 2 << 3 << u"film.bin.uu000002"_s << quint64(3) << true;
-    QTest::newRow("begin without a mode") << QByteArray("begin your day well\r\n") << 1 << 1
-                                          << QString() << quint64(0) << false;
+        << QByteArray("#86)C\n`\nend\n\r\n") << 2 << 3 << u"film.bin.uu000002"_s << quint64(3)
+        << true;
+    QTest::newRow("begin without a mode")
+        << QByteArray("begin your day well\r\n") << 1 << 1 << QString() << quint64(0) << false;
     QTest::newRow("empty body") << QByteArray() << 1 << 1 << QString() << quint64(0) << false;
 }
 
@@ -292,9 +293,9 @@ void TestNntp::reportsDecoderFailureOnce_data()
     QTest::newRow("in the header line")
         << yencArticle("x/../" + QByteArray(300, 'n'), 9, 1, 1, 1, "123456789")
         << u"Error opening file: "_s;
-    QTest::newRow("on the chunk with the terminator")
-        << QByteArray("=ybegin part=1 line=128 size=9 name=film.bin\r\n=ypart begin=0 end=9\r\nabc\r\n")
-        << u"Error seeking file"_s;
+    QTest::newRow("on the chunk with the terminator") << QByteArray(
+        "=ybegin part=1 line=128 size=9 name=film.bin\r\n=ypart begin=0 end=9\r\nabc\r\n")
+                                                      << u"Error seeking file"_s;
 }
 
 void TestNntp::reportsDecoderFailureOnce()
@@ -319,8 +320,10 @@ void TestNntp::endlessLine_data()
     QTest::addColumn<int>("seqnr");
     QTest::newRow("reply") << QByteArray() << 1;
     QTest::newRow("body line") << QByteArray("222 body\r\n") << 1;
-    QTest::newRow("yEnc control line") << QByteArray("222 body\r\n=ybegin size=9 name=a\r\n=y") << 1;
-    QTest::newRow("uuencode line") << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << 2;
+    QTest::newRow("yEnc control line")
+        << QByteArray("222 body\r\n=ybegin size=9 name=a\r\n=y") << 1;
+    QTest::newRow("uuencode line")
+        << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << 2;
 }
 
 void TestNntp::endlessLine()
@@ -375,8 +378,8 @@ void TestNntp::receiverDeletesConnection_data()
     QTest::newRow("unknown encoding") << QByteArray("222 body\r\n.\r\nmore\r\nlines\r\n");
     QTest::newRow("not found") << QByteArray("430 no\r\n222 yes\r\n");
     QTest::newRow("error") << QByteArray("500 no\r\n222 yes\r\n");
-    QTest::newRow("decoder failure") << QByteArray(
-        "222 body\r\n=ybegin size=1 name=" + QByteArray(300, 'n') + "\r\nx\r\n.\r\n");
+    QTest::newRow("decoder failure")
+        << QByteArray("222 body\r\n=ybegin size=1 name=" + QByteArray(300, 'n') + "\r\nx\r\n.\r\n");
 }
 
 void TestNntp::receiverDeletesConnection()
@@ -400,8 +403,8 @@ void TestNntp::verifiesCertificate_data()
     QTest::addColumn<QString>("validFor");
     QTest::addColumn<QString>("text");
     QTest::newRow("valid") << true << u"localhost"_s << QString();
-    QTest::newRow("self-signed")
-        << false << u"localhost"_s << u"SSL verification error.<p>This could mean something bad"_s;
+    QTest::newRow("self-signed") << false << u"localhost"_s
+                                 << u"SSL verification error.<p>This could mean something bad"_s;
     QTest::newRow("other host")
         << true << u"news.example"_s
         << u"SSL verification error: You entered hostname 'localhost' but the server's SSL "
@@ -445,11 +448,31 @@ void TestNntp::survivesRandomServer()
     const quint32 seed = QRandomGenerator::global()->generate();
     qInfo() << "seed" << seed;
     QRandomGenerator random(seed);
-    const QList<QByteArray> words{"222 body\r\n", "=ybegin ", "size=", " name=", "f",    "\r\n",
-                                  "=ypart ",      " begin=",  "=yend", " ",      "pcrc32=", "-1",
-                                  "99999999999",  "begin 644 x\r\n",   "\r\n.\r\n",  ".",  "\n",
-                                  "430 no\r\n",   "M" + QByteArray(60, '!') + "\r\n", "`\r\nend\r\n",
-                                  QByteArray(1, '\0'),  "=", "\xff", "480\r\n", "200 ok\r\n"};
+    const QList<QByteArray> words{"222 body\r\n",
+                                  "=ybegin ",
+                                  "size=",
+                                  " name=",
+                                  "f",
+                                  "\r\n",
+                                  "=ypart ",
+                                  " begin=",
+                                  "=yend",
+                                  " ",
+                                  "pcrc32=",
+                                  "-1",
+                                  "99999999999",
+                                  "begin 644 x\r\n",
+                                  "\r\n.\r\n",
+                                  ".",
+                                  "\n",
+                                  "430 no\r\n",
+                                  "M" + QByteArray(60, '!') + "\r\n",
+                                  "`\r\nend\r\n",
+                                  QByteArray(1, '\0'),
+                                  "=",
+                                  "\xff",
+                                  "480\r\n",
+                                  "200 ok\r\n"};
     for (int round = 0; round < 200; ++round) {
         QByteArray bytes = random.bounded(4) ? QByteArray("222 body\r\n") : QByteArray();
         for (int count = random.bounded(60); count > 0; --count)

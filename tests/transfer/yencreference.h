@@ -4,9 +4,6 @@
 
 #include "transfer/yenckernel.h"
 
-#include <map>
-#include <string>
-
 /// What walkYenc() must do, one byte at a time.
 inline YencProgress referenceWalk(std::span<const uchar> in, std::span<uchar> out)
 {
@@ -34,28 +31,3 @@ inline YencProgress referenceWalk(std::span<const uchar> in, std::span<uchar> ou
     }
     return {at, produced};
 }
-
-/// A whole yEnc decoder, plain and slow, that writes into memory.
-class YencReference {
-public:
-    /// @throws std::runtime_error  where the file cannot be sought
-    void decode(std::string block);
-
-    std::map<std::string, std::string> files;
-    std::string name;
-    size_t bytes = 0;
-    bool ok = false;
-
-private:
-    bool begin(const std::string &line);
-    void part(const std::string &line);
-    void end(const std::string &line);
-    void write();
-    static std::string behind(const std::string &line, const std::string &key);
-
-    int phase = 1;
-    std::string leftover = "\n";
-    std::string decoded; // of this block
-    std::string all; // of this article
-    size_t offset = 0;
-};

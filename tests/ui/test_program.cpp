@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include <memory>
 #include <QDir>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
-#include <memory>
 
 #include "support/newsserver.h"
 #include "support/posts.h"
@@ -42,7 +42,8 @@ void TestProgram::init()
     server->requireLogin("joe", "secret");
     QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), dir->filePath(u"marlowick"_s)));
     QVERIFY(QDir(dir->path()).mkdir(u"run"_s));
-    QFile::setPermissions(dir->filePath(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(dir->filePath(u"run"_s),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
     QSettings settings(dir->filePath(u"Marlowick.ini"_s), QSettings::IniFormat);
     settings.setValue("hostname"_L1, u"127.0.0.1"_s);
