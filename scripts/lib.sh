@@ -1,0 +1,140 @@
+# SPDX-FileCopyrightText: The Marlowick authors
+# SPDX-License-Identifier: MIT
+#
+# shellcheck shell=bash disable=SC2016,SC2034
+# Shared by the scripts beside it and by .ci/run; sourced, never run. Needs what a fresh Debian has:
+# bash, apt-get, perl.
+# MARLOWICK_WERROR=ON in the environment makes compiler warnings errors.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+build_packages=(
+    build-essential cmake ninja-build
+    qt6-base-dev qt6-5compat-dev libquazip1-qt6-dev zlib1g-dev libunrar-dev
+    par2 ca-certificates
+)
+test_packages=(rar openssl)
+bench_packages=(libbenchmark-dev libssl-dev)
+ci_packages=(clang-format)
+
+current_step=
+current_hint=
+
+# step <what is done now> <how to mend it if it fails>
+step() {
+    current_step=$1
+    current_hint=$2
+    printf '\n==> %s\n' "$current_step"
+}
+
+report_failure() {
+    local status=$?
+    if ((status != 0)) && [[ -n $current_step ]]; then
+        printf '\nFAILED (exit code %d): %s\n%s\n' "$status" "$current_step" "$current_hint" >&2
+    fi
+}
+trap report_failure EXIT
+
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+apt_get() {
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -y "$@"
+}
+
+# missing_packages <package>...  prints those that are not installed
+missing_packages() {
+    local installed package
+    installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
+    for package in "$@"; do
+        grep -qxF "installed $package" <<<"$installed" || echo "$package"
+    done
+}
+
+# unavailable_packages <package>...  prints those that no configured source offers
+unavailable_packages() {
+    local package
+    for package in "$@"; do
+        LC_ALL=C apt-cache policy "$package" | grep -q '^  Candidate: [^(]' || echo "$package"
+    done
+}
+
+# Adds the component non-free to the source entries of Debian's own archive. Which those are is told
+# by the signed release files that apt-get update has fetched; other people's entries stay as they
+# are.
+enable_non_free() {
+    local file uri suite
+    while IFS='|' read -r file uri suite; do
+        file=${file%:*}
+        echo "Entry of $suite in $file: with the component non-free from now on"
+        if [[ $file == *.sources ]]; then
+            as_root env URI="${uri%/}" SUITE="$suite" perl -i -00 -pe '
+                next unless /^URIs:(?:.*\n?[ \t])*.*(?<!\S)\Q$ENV{URI}\E\/?(?!\S)/m;
+                next unless /^Suites:(?:.*\n?[ \t])*.*(?<!\S)\Q$ENV{SUITE}\E(?!\S)/m;
+                s/^(Components:.*)$/$1 non-free/m unless /(?<!\S)non-free(?!\S)/;' "$file"
+        else
+            as_root env URI="${uri%/}" SUITE="$suite" perl -i -lpe '
+                next unless /^\s*deb(-src)?(\s[^#]*)?\s\Q$ENV{URI}\E\/?\s+\Q$ENV{SUITE}\E\s/;
+                next if /^[^#]*\snon-free(\s|$)/;
+                s/^([^#]*?)\s*(#.*)?$/$1 non-free $2/;
+                s/ +$//;' "$file"
+        fi
+    done < <(apt-get indextargets --format '$(SOURCESENTRY)|$(REPO_URI)|$(RELEASE)' \
+        'Created-By: Packages' 'Origin: Debian' 'Component: main')
+}
+
+# install_packages <package>...  does nothing, not even ask apt, when all are there
+install_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+    step "Installing ${missing[*]}" \
+        "Look at apt-get's message above. By hand, as root: add the component non-free to Debian's \
+entries in /etc/apt, then: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+    if ((EUID != 0)) && ! command -v sudo >/dev/null; then
+        echo "This needs root or sudo, and there is neither." >&2
+        exit 1
+    fi
+    apt_get -q update || echo "Some package lists are not up to date; going on with what is there."
+    if [[ -n $(unavailable_packages "${missing[@]}") ]]; then
+        enable_non_free
+        apt_get -q update
+    fi
+    apt_get -q install --no-install-recommends "${missing[@]}"
+}
+
+# configure <preset> <build folder> <cmake option>...  unless done before with the same options
+configure() {
+    local preset=$1 folder=$2
+    shift 2
+    local options=("-DMARLOWICK_WERROR=${MARLOWICK_WERROR:-OFF}" "$@")
+    if command -v ccache >/dev/null; then
+        options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    if [[ -f $folder/build.ninja && -f $folder/configured-with ]] &&
+        [[ $(<"$folder/configured-with") == "${options[*]}" ]]; then
+        return
+    fi
+    step "Configuring $folder (preset $preset)" \
+        "If the message above speaks of an old cache, delete $folder and try again."
+    cmake --preset "$preset" -B "$folder" "${options[@]}"
+    echo "${options[*]}" >"$folder/configured-with"
+}
+
+# build <build folder> <target>...
+build() {
+    local folder=$1
+    shift
+    step "Building $* in $folder" \
+        "The compiler's message stands above. If $folder itself is broken, delete it and try again."
+    cmake --build "$folder" --parallel "$(nproc)" --target "$@"
+}
+
+cd "$root"
