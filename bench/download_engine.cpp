@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "download_job.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray nzbOf(const DownloadJob &job)
+{
+    QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<nzb>\n";
+    for (qint64 file = 0; file < job.files(); ++file) {
+        const qint64 parts = job.parts(file);
+        xml += "<file poster=\"p\" date=\"1\" subject=\"&quot;" + DownloadJob::fileName(file)
+               + "&quot; yEnc (1/" + QByteArray::number(parts) + ")\"><segments>\n";
+        for (qint64 part = 1; part <= parts; ++part)
+            xml += "<segment bytes=\"" + QByteArray::number(DownloadJob::articleSize)
+                   + "\" number=\"" + QByteArray::number(part) + "\">" + job.messageId(file, part)
+                   + "</segment>\n";
+        xml += "</segments></file>\n";
+    }
+    return xml + "</nzb>\n";
+}
+
+QString writeNzb(const DownloadJob &job)
+{
+    const QString path = job.folder + u"/post.nzb"_s;
+    QFile file(path);
+    const QByteArray xml = nzbOf(job);
+    if (!file.open(QIODevice::WriteOnly) || file.write(xml) != xml.size())
+        qFatal("The NZB cannot be written");
+    return path;
+}
+
+void configure(QSettings &settings, const DownloadJob &job)
+{
+    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
+    settings.setValue("port"_L1, job.port);
+    settings.setValue("ssl"_L1, job.ssl);
+    settings.setValue("threads"_L1, DownloadJob::connections);
+    settings.setValue("networkTimeout"_L1, 30);
+    settings.setValue("downloadFolder"_L1, job.folder);
+}
+
+void verify(const DownloadJob &job, const QString &folder)
+{
+    const QByteArray expected = DownloadJob::articleData();
+    for (qint64 number = 0; number < job.files(); ++number) {
+        QFile file(folder + u'/' + QString::fromLatin1(DownloadJob::fileName(number)));
+        if (!file.open(QIODevice::ReadOnly)
+            || file.size() != job.parts(number) * DownloadJob::articleSize)
+            qFatal("%s has the wrong size", qPrintable(file.fileName()));
+        while (!file.atEnd()) {
+            if (file.read(DownloadJob::articleSize) != expected)
+                qFatal("%s has wrong bytes", qPrintable(file.fileName()));
+        }
+    }
+}
+
+} // namespace
+
+DownloadCost downloadWithEngine(const DownloadJob &job)
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, job.folder);
+    const QString nzbFile = writeNzb(job);
+    Marlowick engine(nullptr);
+    configure(*engine.settings(), job);
+
+    CostMeter meter;
+    DownloadCost cost;
+    QString folder;
+    qint64 files = 0;
+    QObject::connect(&engine, &Marlowick::fileComplete, &engine, [&] {
+        meter.reached(static_cast<double>(++files) / static_cast<double>(job.files()));
+    });
+    QObject::connect(&engine, &Marlowick::nzbComplete, &engine, [&](const Nzb *nzb) {
+        cost = meter.cost();
+        folder = nzb->folder();
+        QCoreApplication::quit();
+    });
+    QObject::connect(&engine, &Marlowick::error, &engine,
+                     [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
+    static_cast<void>(engine.addNZB(nzbFile));
+    QCoreApplication::exec();
+    verify(job, folder);
+    return cost;
+}

@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <array>
+
+/// The post that the loopback server serves and every client fetches: files of 64 articles, of
+/// which only the last can have fewer. All articles decode to the same bytes.
+struct DownloadJob {
+    static constexpr qint64 articleSize = 750'000; ///< decoded
+    static constexpr qint64 articlesPerFile = 64;
+    static constexpr int connections = 8;
+
+    [[nodiscard]] qint64 bytes() const { return articles * articleSize; }
+    [[nodiscard]] qint64 files() const
+    {
+        return (articles + articlesPerFile - 1) / articlesPerFile;
+    }
+    /// Articles of the file with number @p file, from 0.
+    [[nodiscard]] qint64 parts(qint64 file) const
+    {
+        return qMin(articlesPerFile, articles - file * articlesPerFile);
+    }
+    /// Names all that the server needs for the article's headers.
+    /// @param part  from 1
+    [[nodiscard]] QByteArray messageId(qint64 file, qint64 part) const
+    {
+        const auto number = [](qint64 value) { return QByteArray::number(value); };
+        return number(file) + "." + number(part) + "." + number(parts(file)) + "@bench";
+    }
+    [[nodiscard]] QByteArray messageId(qint64 article) const
+    {
+        return messageId(article / articlesPerFile, article % articlesPerFile + 1);
+    }
+    [[nodiscard]] static QByteArray fileName(qint64 file)
+    {
+        return "film" + QByteArray::number(file) + ".mkv";
+    }
+    [[nodiscard]] static QByteArray articleData();
+
+    qint64 articles = 0;
+    quint16 port = 0;
+    bool ssl = false;
+    QString folder; ///< on a file system in memory
+};
+
+/// What one client needed for a whole job.
+struct DownloadCost {
+    double seconds = 0;
+    double processorSeconds = 0; ///< of the client alone
+    std::array<qint64, 3> resident{}; ///< KiB at 25 %, 50 % and 100 %
+};
+
+/// Runs from its construction on.
+class CostMeter final {
+public:
+    CostMeter();
+
+    /// Notes the resident memory when @p share, from 0 to 1, reaches the next of its marks.
+    void reached(double share);
+    [[nodiscard]] DownloadCost cost() const;
+
+private:
+    double startTime;
+    double startProcessorTime;
+    std::array<qint64, 3> resident{};
+    std::size_t marks = 0;
+};
+
+/// The download as the program does it, decoding included. Each of these three ends the process
+/// with a message when the job does not come out whole.
+[[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
+/// The least that a client can do: poll(), recv(), and pwrite() of the raw bytes.
+[[nodiscard]] DownloadCost downloadBarePlain(const DownloadJob &job);
+/// The same with nothing but a QSslSocket for each connection.
+[[nodiscard]] DownloadCost downloadBareSsl(const DownloadJob &job);
