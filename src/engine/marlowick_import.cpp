@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 // The way of an NZB file into the queue.
-#include <memory>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <memory>
 #include <stdexcept>
 
 #include "engine/marlowick.h"

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // The connection pool: how many there are, and which article each fetches next.
-#include <algorithm>
 #include <QDebug>
+#include <algorithm>
 
 #include "engine/marlowick.h"
 #include "queue/nzb.h"

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "transfer/crc32.h"
 
+#include <QtEndian>
 #include <array>
 #include <bit>
-#include <QtEndian>
 
 #ifdef __x86_64__
 #include <immintrin.h>

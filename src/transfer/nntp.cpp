@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "transfer/nntp.h"
 
-#include <algorithm>
-#include <limits>
 #include <QDebug>
 #include <QSslCertificate>
 #include <QSslSocket>
+#include <algorithm>
+#include <limits>
 
 #include "queue/nzbfile.h"
 #include "transfer/abstractdecoder.h"

@@ -4,9 +4,9 @@
 
 #include "transfer/abstractdecoder.h"
 
-#include <array>
 #include <QByteArray>
 #include <QByteArrayView>
+#include <array>
 
 class QFile;
 

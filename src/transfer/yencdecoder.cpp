@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "transfer/yencdecoder.h"
 
-#include <optional>
 #include <QDebug>
 #include <QFile>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 

@@ -5,9 +5,9 @@
 #include <QDeadlineTimer>
 #include <QDebug>
 #include <QLocalSocket>
-#include <QtEndian>
 #include <QThread>
 #include <QTimer>
+#include <QtEndian>
 
 using namespace Qt::StringLiterals;
 

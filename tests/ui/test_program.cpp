@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include <memory>
 #include <QDir>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <memory>
 
 #include "support/newsserver.h"
 #include "support/posts.h"
