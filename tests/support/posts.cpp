@@ -85,7 +85,7 @@ QByteArray Post::nzb() const
     xml.setAutoFormatting(true);
     xml.writeStartDocument();
     xml.writeStartElement(u"nzb"_s);
-    xml.writeDefaultNamespace(u"http://www.newzbin.com/DTD/2003/nzb"_s);
+    xml.writeDefaultNamespace(u"http://nzb.example/DTD/2003/nzb"_s);
     for (std::size_t index = 0; index < files.size(); ++index)
         writeFile(xml, index);
     xml.writeEndDocument();
