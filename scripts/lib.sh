@@ -4,12 +4,14 @@
 # shellcheck shell=bash disable=SC2016,SC2034
 # Shared by the scripts beside it and by .ci/run; sourced, never run. Needs what a fresh Debian has:
 # bash, apt-get, perl.
-# MARLOWICK_WERROR=ON in the environment makes compiler warnings errors.
+# From the environment: MARLOWICK_WERROR=ON makes compiler warnings errors, MARLOWICK_BUILD names
+# the folder of the release build.
 
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+build_folder=${MARLOWICK_BUILD:-build}
 build_packages=(
     build-essential cmake ninja-build
     qt6-base-dev qt6-5compat-dev libquazip1-qt6-dev zlib1g-dev libunrar-dev

@@ -18,15 +18,16 @@ using namespace Qt::StringLiterals;
 void Marlowick::dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes,
                             bool ok, bool yenc)
 {
-    if (nzbfile) {
-        nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
-        if (!isQueued(nzbfile)) {
-            releaseRemoved(nzbfile);
-        } else {
-            emit downloadProgresses(nzbfile);
-            if (nzbfile->isFinished())
-                finishFile(nzbfile, filename);
-        }
+    NNTP *connection = senderConnection();
+    if (!connection || !nzbfile)
+        return assignArticle(connection);
+    nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
+    if (isQueued(nzbfile)) {
+        emit downloadProgresses(nzbfile);
+        if (nzbfile->isFinished())
+            finishFile(nzbfile, filename);
+    } else {
+        releaseRemoved(nzbfile); // nobody who listens knows it any more
     }
     assignArticle(senderConnection());
 }

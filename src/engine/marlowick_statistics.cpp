@@ -63,7 +63,7 @@ quint64 Marlowick::bytesLeft() const
         for (int i = 0; i < nzb->fileCount(); ++i) {
             const NzbFile *file = nzb->fileAt(i);
             if (!file->isPaused())
-                left += file->size() - file->completedBytes();
+                left += file->size() - std::min(file->size(), file->completedBytes());
         }
     }
     return left;

@@ -7,7 +7,25 @@
 
 using namespace Qt::StringLiterals;
 
-QStringList uuParts(const QString &path, int partCount)
+namespace {
+
+/// More parts than this are looked for by a list of the folder, which can be long itself.
+constexpr int mostAskedFor = 1000;
+
+QString suffix(int number) { return QString::asprintf(".uu%06d", number); }
+
+QStringList askForParts(const QString &path, int partCount)
+{
+    QStringList found;
+    for (int number = 1; number <= partCount; ++number) {
+        const QString part = path + suffix(number);
+        if (QFileInfo::exists(part))
+            found << part;
+    }
+    return found;
+}
+
+QStringList listParts(const QString &path, int partCount)
 {
     const QFileInfo whole(path);
     const QString prefix = whole.fileName() + ".uu"_L1;
@@ -18,10 +36,16 @@ QStringList uuParts(const QString &path, int partCount)
         const QString name = entries.fileName();
         if (!name.startsWith(prefix))
             continue;
-        const QString digits = name.sliced(prefix.size());
-        const int number = digits.toInt();
-        if (number >= 1 && number <= partCount && digits == QString::asprintf("%06d", number))
+        const int number = name.sliced(prefix.size()).toInt();
+        if (number >= 1 && number <= partCount && name == whole.fileName() + suffix(number))
             found << entry;
     }
     return found;
+}
+
+} // namespace
+
+QStringList uuParts(const QString &path, int partCount)
+{
+    return partCount <= mostAskedFor ? askForParts(path, partCount) : listParts(path, partCount);
 }

@@ -3,6 +3,7 @@
 #include "queue/readxml.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QXmlDefaultHandler>
 #include <QXmlInputSource>
 #include <QXmlSimpleReader>
@@ -112,7 +113,8 @@ bool parse(QIODevice &device, QXmlContentHandler &handler)
 XmlResult readXml(const QString &fileName, QXmlContentHandler &handler)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    // Not a pipe, for one, whose opening would wait for a writer.
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return XmlResult::CannotOpen;
     if (file.peek(2) != "\x1f\x8b")
         return parse(file, handler) ? XmlResult::Read : XmlResult::Damaged;

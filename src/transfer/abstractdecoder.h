@@ -25,6 +25,7 @@ public:
 
     /// Consumes the next block of the article, cut anywhere, and may change it.
     /// @throws std::runtime_error  with a text for the user, such as when the disk is full
+    /// @throws std::length_error  when a line exceeds maximalLine
     virtual void decode(QByteArray &data) = 0;
     /// Called once when the article has ended, before the results are read.
     virtual void finish() { }

@@ -69,11 +69,11 @@ void NNTP::login()
 
     state = StateConnecting;
     qDebug().nospace() << "Connecting to server: " << host << " port: " << port << " SSL: " << ssl;
+    lastActivity.start(); // first: a connect may fail at once, which stops the clock
     if (auto *sslSocket = qobject_cast<QSslSocket *>(socket))
         sslSocket->connectToHostEncrypted(host, static_cast<quint16>(port));
     else
         socket->connectToHost(host, static_cast<quint16>(port));
-    lastActivity.start();
 }
 
 void NNTP::getArticle(const QString &messageId, const QString &jobFolder, NzbFile *file, int number)
@@ -109,7 +109,9 @@ void NNTP::retryAfter(int seconds)
 {
     constexpr int longest = std::numeric_limits<int>::max() / 1000;
     retryPending = true;
-    retryTimer.start(std::clamp(seconds, 0, longest) * 1000);
+    // A wait that is under way goes on: aborts that keep coming must not put it off for ever.
+    if (!retryTimer.isActive())
+        retryTimer.start(std::clamp(seconds, 0, longest) * 1000);
     qDebug() << "retry after" << seconds;
 }
 
@@ -134,6 +136,8 @@ void NNTP::abortWithError(int code, const QString &msg)
     if (self)
         nzbfile = nullptr;
 }
+
+void NNTP::abortForEndlessLine() { abortWithError(0, tr("The server sent a line without an end")); }
 
 void NNTP::resetConnection()
 {
@@ -221,7 +225,7 @@ void NNTP::readReply()
 {
     if (!socket->canReadLine()) {
         if (socket->bytesAvailable() > maxLineLength)
-            abortWithError(0, tr("The server sent a line without an end"));
+            abortForEndlessLine();
         return;
     }
     const QByteArray line = takeLine();

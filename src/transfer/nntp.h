@@ -43,7 +43,7 @@ public:
     /// Says goodbye; the object deletes itself when the server has closed. On a closed socket it is
     /// deleted before this returns.
     void quit();
-    /// Calls login() after @p seconds.
+    /// Calls login() after @p seconds, or earlier if a wait is under way already.
     void retryAfter(int seconds);
     /// Closes the connection and reports it as failed, by error() with @p code and @p msg.
     void abortWithError(int code, const QString &msg);
@@ -89,6 +89,7 @@ private:
     };
 
     void resetConnection();
+    void abortForEndlessLine();
     void dropDecoder();
     void sendCommand(const QString &command);
     void requestBody();

@@ -111,6 +111,8 @@ void NNTP::decode(QByteArray &data)
 {
     try {
         decoder->decode(data);
+    } catch (const std::length_error &) {
+        abortForEndlessLine();
     } catch (const std::runtime_error &failure) {
         abortWithError(DecoderFailed, QString::fromUtf8(failure.what()));
     }

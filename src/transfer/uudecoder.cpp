@@ -65,7 +65,7 @@ void UUDecoder::decode(QByteArray &data)
     }
     lineBuffer.remove(0, lineStart);
     if (!finished && lineBuffer.size() > maximalLine)
-        throw std::runtime_error(tr("Line without end in article").toStdString());
+        throw std::length_error("line without end");
 }
 
 void UUDecoder::decodeLine(QByteArrayView line, Output &output)

@@ -65,7 +65,7 @@ void YencDecoder::keepForNextBlock(QByteArrayView rest)
 {
     leftover.append(rest);
     if (leftover.size() > maximalLine)
-        fail(tr("Line without end in article"));
+        throw std::length_error("line without end");
 }
 
 void YencDecoder::walk(QByteArray &data)

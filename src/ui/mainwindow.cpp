@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QMessageBox>
+#include <QPointer>
 #include <QStatusBar>
 #include <QTimer>
 #include <stdexcept>
@@ -55,9 +56,7 @@ void MainWindow::handleMessage(const QString &message)
     try {
         engine->addNZB(path);
     } catch (const std::runtime_error &failure) {
-        const QString text = QString::fromUtf8(failure.what());
-        qWarning().nospace() << "Error processing NZB: " << path << ' ' << text;
-        QMessageBox::critical(this, tr("Error processing NZB"), text, QMessageBox::Ok);
+        showBox(tr("Error processing NZB"), QString::fromUtf8(failure.what()));
     }
 }
 
@@ -67,10 +66,26 @@ void MainWindow::closeEvent(QCloseEvent *event)
     event->accept();
 }
 
-void MainWindow::onError(int /*code*/, const QString &msg)
+void MainWindow::onError(int /*code*/, const QString &msg) { showBox(tr("Error"), msg); }
+
+/// Boxes come one after another, and none of them holds up what led to it: a bad file on the
+/// command line neither keeps the window from appearing nor the next file from being read.
+void MainWindow::showBox(const QString &title, const QString &text)
 {
-    qWarning().nospace() << "Error: " << msg;
-    QMessageBox::critical(this, tr("Error"), msg, QMessageBox::Ok);
+    qWarning().noquote() << title + ": "_L1 << text;
+    boxes.append({title, text});
+    if (boxes.size() == 1)
+        QTimer::singleShot(0, this, &MainWindow::showBoxes);
+}
+
+void MainWindow::showBoxes()
+{
+    const QPointer<MainWindow> self(this);
+    while (self && !boxes.isEmpty()) {
+        QMessageBox::critical(this, boxes.first().title, boxes.first().text, QMessageBox::Ok);
+        if (self)
+            boxes.removeFirst();
+    }
 }
 
 void MainWindow::onNotice(int /*code*/, const QString &msg)

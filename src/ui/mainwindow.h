@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QList>
 #include <QMainWindow>
 
 class Marlowick;
@@ -28,7 +29,15 @@ private slots:
     void onNotice(int code, const QString &msg);
 
 private:
+    struct Box {
+        QString title;
+        QString text;
+    };
+
     void importCommandLine();
+    void showBox(const QString &title, const QString &text);
+    void showBoxes();
 
     Marlowick *engine;
+    QList<Box> boxes;
 };
