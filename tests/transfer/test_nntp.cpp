@@ -67,6 +67,7 @@ private slots:
     void replies_data();
     void replies();
     void retriesAndReportsArticle();
+    void retryIsNotPutOff();
     void reportsDecoderFailureOnce_data();
     void reportsDecoderFailureOnce();
     void endlessLine_data();
@@ -286,6 +287,18 @@ void TestNntp::retriesAndReportsArticle()
     QCOMPARE(saved(u"film.bin"_s), content);
 }
 
+void TestNntp::retryIsNotPutOff()
+{
+    Link link(*server);
+    QTRY_COMPARE(link.loggedIn.size(), 1);
+    const auto failAgain = [&] {
+        link.nntp->abortWithError(NNTP::NetworkTimeout, QString());
+        link.nntp->retryAfter(1);
+        return server->acceptedConnections();
+    };
+    QTRY_COMPARE(failAgain(), 2);
+}
+
 void TestNntp::reportsDecoderFailureOnce_data()
 {
     QTest::addColumn<QByteArray>("body");
@@ -334,6 +347,7 @@ void TestNntp::endlessLine()
     Link link(*server);
     fetch(link, seqnr);
     QTRY_COMPARE(link.failed.size(), 1);
+    QCOMPARE(link.failed.first().at(0).toInt(), 0);
     QVERIFY(link.decoded.isEmpty());
     QVERIFY(link.nntp->bytesReceived() < 4'000'000);
 }
