@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+#include "queue/nzb.h"
+#include "support/files.h"
+
+/// The job that an NZB with @p elements within its root stands for.
+[[nodiscard]] inline std::unique_ptr<Nzb> readJob(const QByteArray &elements)
+{
+    const QTemporaryDir folder;
+    const QString path =
+        writeFile(folder.filePath(QStringLiteral("job.nzb")), "<nzb>" + elements + "</nzb>");
+    return std::make_unique<Nzb>(nullptr, QStringLiteral("/downloads"), path);
+}
