@@ -60,6 +60,20 @@ public:
         post.upload(*server);
         return engine->addNZB(post.writeNzb(dir.path()));
     }
+    /// The same, with every article held back by the server.
+    Nzb *startHeld(const Post &post)
+    {
+        post.upload(*server);
+        server->holdAll();
+        return engine->addNZB(post.writeNzb(dir.path()));
+    }
+    /// A job of the one file "film.bin" in articles of 1000 bytes, held back by the server.
+    Nzb *startHeldFilm(qsizetype size)
+    {
+        Post post;
+        post.addYenc(QStringLiteral("film.bin"), randomBytes(1, size), 1000);
+        return startHeld(post);
+    }
     [[nodiscard]] static NzbFile *fileOf(const Nzb *nzb, const QString &name)
     {
         for (int i = 0; i < nzb->fileCount(); ++i) {

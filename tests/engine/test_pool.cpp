@@ -35,11 +35,7 @@ void TestPool::opensOneAfterAnother()
 {
     EngineFixture t;
     t.server->script(When::greeting().onConnection(3), Reply::silence());
-    Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 50'000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    t.start(post);
+    t.startHeldFilm(50'000);
     QTRY_COMPARE(t.server->acceptedConnections(), 3);
     QTRY_COMPARE(t.server->waiting().size(), 2);
     QCOMPARE(t.engine->connectionCount(), 3); // the fourth waits for the third's login
@@ -111,11 +107,7 @@ void TestPool::pausedConnectionsLogOut()
 {
     EngineFixture t;
     t.set("threads", 2);
-    Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 10'000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    Nzb *nzb = t.start(post);
+    Nzb *nzb = t.startHeldFilm(10'000);
     QTRY_COMPARE(t.server->waiting().size(), 2);
     t.engine->pauseAll();
     QVERIFY(t.engine->allPaused());
@@ -135,11 +127,7 @@ void TestPool::newJobFindsLiveConnections()
 {
     EngineFixture t;
     t.set("threads", 2);
-    Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 1000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    t.start(post);
+    t.startHeldFilm(1000);
     QTRY_COMPARE(t.server->waiting().size(), 1);
     Post later(u"later"_s);
     later.addYenc(u"more.bin"_s, randomBytes(1, 5000), 1000);
@@ -195,11 +183,7 @@ void TestPool::failures()
 void TestPool::unwritableFilePausesOnce()
 {
     EngineFixture t;
-    Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 40'000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    Nzb *nzb = t.start(post);
+    Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
     // A folder in the file's place: it cannot be opened for writing, by root either.
     QVERIFY(QDir().mkpath(nzb->folder() + "/film.bin"_L1));
@@ -275,11 +259,7 @@ void TestPool::quittingConnectionGetsNoWork()
 void TestPool::closesAll()
 {
     EngineFixture t;
-    Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 40'000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    Nzb *nzb = t.start(post);
+    Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
     t.engine->closeAllConnections();
     QCOMPARE(t.engine->connectionCount(), 0);

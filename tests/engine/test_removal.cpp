@@ -43,11 +43,9 @@ void TestRemoval::lateResultFreesItem()
     doomed.addYenc(u"gone.bin"_s, randomBytes(1, 2000), 1000);
     Post other(u"other"_s);
     other.addYenc(u"kept.bin"_s, randomBytes(2, 5000), 1000);
-    doomed.upload(*t.server);
-    t.server->holdAll();
     t.server->script(When::body(doomed.file(0).id(1)), lateReply, 1);
     t.server->script(When::body(doomed.file(0).id(2)), lateReply, 1);
-    const QPointer<Nzb> nzb(t.start(doomed));
+    const QPointer<Nzb> nzb(t.startHeld(doomed));
     const QPointer<NzbFile> file(nzb->fileAt(0));
     t.start(other);
     QTRY_COMPARE(t.server->waiting().size(), 2);
@@ -69,11 +67,7 @@ void TestRemoval::lateResultFreesItem()
 void TestRemoval::removedFileThenJob()
 {
     EngineFixture t;
-    Post post;
-    post.addYenc(u"a.bin"_s, randomBytes(1, 1000), 1000);
-    post.upload(*t.server);
-    t.server->holdAll();
-    const QPointer<Nzb> nzb(t.start(post));
+    const QPointer<Nzb> nzb(t.startHeldFilm(1000));
     const QPointer<NzbFile> file(nzb->fileAt(0));
     QTRY_COMPARE(t.server->waiting().size(), 1);
     t.engine->deleteItem(file);
@@ -139,13 +133,10 @@ void TestRemoval::deletedJobDoesNotPauseQueue()
     doomed.addYenc(u"gone.bin"_s, randomBytes(1, 2000), 1000);
     Post other(u"other"_s);
     other.addYenc(u"kept.bin"_s, randomBytes(2, 2000), 1000);
-    doomed.upload(*t.server);
-    t.server->holdAll();
-    Nzb *nzb = t.start(doomed);
+    Nzb *nzb = t.startHeld(doomed);
     t.start(other);
     QTRY_COMPARE(t.server->waiting().size(), 1);
-    t.engine->deleteFiles(
-        nzb); // takes the folder along, so that the late article cannot be written
+    t.engine->deleteFiles(nzb); // with its folder, so that the late article cannot be written
     t.engine->deleteItem(nzb);
     t.server->releaseAll();
     QTRY_COMPARE(t.completedJobs, QStringList{u"other"_s});
