@@ -30,7 +30,7 @@ public:
                          [this](NzbFile *file) { completedFiles << file->name(); });
         QObject::connect(engine.get(), &Marlowick::nzbComplete,
                          [this](Nzb *nzb) { completedJobs << nzb->name(); });
-        set("hostname", QStringLiteral("localhost"));
+        set("hostname", QStringLiteral("127.0.0.1"));
         set("port", server->serverPort());
         set("threads", 4);
         set("networkTimeout", 30);

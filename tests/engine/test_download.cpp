@@ -87,7 +87,7 @@ void TestDownload::overSsl()
 {
     QString reason;
     const auto certificate =
-        TestCertificate::signedByAuthority(u"localhost"_s, {u"DNS:localhost"_s}, &reason);
+        TestCertificate::signedByAuthority(u"127.0.0.1"_s, {u"IP:127.0.0.1"_s}, &reason);
     if (!certificate)
         QSKIP(qPrintable(reason));
     const TrustedAuthority trust(certificate->authority);
