@@ -33,6 +33,9 @@ public:
     [[nodiscard]] QString mediaPlayer() const;
     [[nodiscard]] QString version() const { return tr("0.99d"); }
     [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
+    /// The jobs in the order of download and display. The model may change that order; jobs come
+    /// and go through addNZB() and deleteItem() alone.
+    [[nodiscard]] QList<Nzb *> *queue() { return &nzbs; }
     /// Starts the periodic save of the queue.
     void setSaveInterval(int seconds);
 

@@ -137,6 +137,8 @@ void TestYencDecoder::decodes_data()
         "\x4f\x38\x3b\x3d\x3f\x44\xf6\x3f\xd6\x0f\x3b\x44\x3a", false);
     row("control line with bare LF loses its last character to the data",
         {"=ybegin line=128 name=a\n" + ab + endLine("7ab")}, "7ab");
+    row("part line ahead of the begin line",
+        {"=ypart begin=2\r\n" + beginLine + ab + endLine("ab")}, "ab");
     row("part line without begin", {beginLine + "=ypart end=2\r\n" + ab + endLine("ab")}, "ab");
     row("begin at the line's end", {beginLine + "=ypart begin=2\r\n" + ab + endLine("ab")},
         QByteArray("\0ab", 3));
@@ -149,6 +151,8 @@ void TestYencDecoder::decodes_data()
         row(name, {line + "\r\n" + ab + endLine("ab")}, content, true, file);
     };
     sized("size extends the file", "=ybegin size=4 name=a", QByteArray("ab\0\0", 4));
+    sized("smaller size", "=ybegin size=4 name=a\r\n=ybegin size=3 name=a",
+          QByteArray("ab\0\0", 4));
     sized("negative size", "=ybegin size=-4 name=a", "ab");
     sized("huge size", "=ybegin size=9223372036854775807 name=a", "ab");
     sized("size at the line's end is name", "=ybegin name=a size=9", "ab", u"a size=9"_s);
