@@ -21,6 +21,7 @@ Marlowick::Marlowick(QObject *parent)
     checkSockets();
     connect(&socketTimer, &QTimer::timeout, this, &Marlowick::checkSockets);
     socketTimer.start(2000);
+    connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
 }
 
 Marlowick::~Marlowick() { qDeleteAll(connections); }

@@ -8,6 +8,7 @@
 #include <QSettings>
 #include <QString>
 #include <QTimer>
+#include <QXmlDefaultHandler>
 
 class INzbItem;
 class NNTP;
@@ -19,7 +20,9 @@ class NzbFile;
 ///
 /// Nothing is scheduled ahead: a connection that is free asks for work, and the engine walks the
 /// queue from the top. Each subject has its own source file, marlowick_*.cpp.
-class Marlowick final : public QObject {
+///
+/// It is a handler of XML only to read the queue file's top level; each job reads itself.
+class Marlowick final : public QObject, private QXmlDefaultHandler {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Marlowick)
 
@@ -59,6 +62,19 @@ public:
     [[nodiscard]] bool nextArticle(NzbFile *&file, int &number, QString &messageId);
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
+    /// Tells the engine whether an error box stands on the screen. While one asks for a password no
+    /// connection is opened; what wanted one meanwhile is served when the last box has gone.
+    void setErrorBoxShown(bool shown);
+
+    /// Appends the jobs of a queue file, with half-done files where they stood. Without a file
+    /// there are none.
+    /// @param fileName  the engine's own queue file if it is empty
+    /// @throws std::runtime_error  with a text for the user; the queue then holds the jobs that
+    ///     stand before the fault, of which the last may be short of files
+    void loadQueue(const QString &fileName);
+    /// Replaces the queue by that of the save before the last one.
+    /// @throws std::runtime_error  as loadQueue()
+    void loadBackup();
 
 signals:
     void beforeAddNZB(QString name);
@@ -81,6 +97,9 @@ signals:
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
     void startToDownloadQueue();
+    /// Writes the queue file; the one there becomes the backup. On failure that one stays, the
+    /// periodic save ends, and error() tells.
+    void saveQueue();
 
 protected slots:
     void dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes, bool ok,
@@ -92,7 +111,14 @@ protected slots:
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
 
 private:
+    bool startElement(const QString &namespaceURI, const QString &localName, const QString &qName,
+                      const QXmlAttributes &attributes) override;
+    bool endElement(const QString &namespaceURI, const QString &localName,
+                    const QString &qName) override;
+    bool characters(const QString &text) override;
+
     void openSettings();
+    void writeQueue() const;
     [[nodiscard]] QString expanded(const char *key) const;
 
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
@@ -123,6 +149,9 @@ private:
     QTimer socketTimer;
     QTimer saveTimer;
     bool errorShown = false;
+    bool errorBoxShown = false;
+    bool passwordAsked = false; ///< the server has, since a connection was last opened
+    bool startDeferred = false; ///< until the last error box has gone
     int bytesPerSecond = 0;
     quint64 lastBytesReceived = 0;
 };

@@ -39,6 +39,7 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
     switch (error) {
     case AuthenticationRequired:
         drop(connection);
+        passwordAsked = true;
         emit this->error(
             0, tr("Server asks for password. Please specify password in 'settings' window."));
         break;
@@ -74,6 +75,13 @@ void Marlowick::decoderFailed(bool jobDeleted, const QString &msg)
         errorShown = true;
         emit error(0, msg + tr(". Pausing downloads"));
     }
+}
+
+void Marlowick::setErrorBoxShown(bool shown)
+{
+    errorBoxShown = shown;
+    if (!shown && std::exchange(startDeferred, false))
+        startToDownloadQueue();
 }
 
 void Marlowick::closeAllConnections()

@@ -40,7 +40,12 @@ void Marlowick::startToDownloadQueue()
     const int threads = settings_->value("threads"_L1, u"0"_s).toInt();
     if (threads <= connectionCount() || !hasWork())
         return;
+    if (errorBoxShown && passwordAsked) {
+        startDeferred = true;
+        return;
+    }
     errorShown = false;
+    passwordAsked = false;
     if (connections.isEmpty())
         emit notice(0, tr("Connecting to server..."));
     NNTP *connection = makeConnection();
@@ -77,7 +82,8 @@ void Marlowick::nntpLoggedIn()
     if (hasWork())
         emit notice(0, tr("Connected (%1)").arg(count));
     assignArticle(senderConnection());
-    if (settings_->value("threads"_L1).toInt() > count && hasWork())
+    // A server that asks for a password would ask the next connection too, box after box.
+    if (settings_->value("threads"_L1).toInt() > count && hasWork() && !passwordAsked)
         startToDownloadQueue();
 }
 

@@ -1,15 +1,18 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The job as a handler of XML. It serves both an .nzb and the queue file, which holds more.
+// The job as a handler of XML, which serves both an .nzb and the queue file, and as a writer of the
+// latter, which holds more.
 #include <QDebug>
 #include <QFileInfo>
+#include <QXmlStreamWriter>
 
 #include <stdexcept>
 
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/readxml.h"
+#include "queue/writablexml.h"
 
 using namespace Qt::StringLiterals;
 
@@ -76,4 +79,22 @@ void Nzb::startExtractedFile(const QXmlAttributes &attributes)
     if (name.isEmpty() || R"(/\.)"_L1.contains(name.front()) || name.contains(u':'))
         return;
     extractedFiles_[name] = static_cast<quint64>(attributes.value("size"_L1).toLongLong());
+}
+
+void Nzb::saveXml(QXmlStreamWriter &xml) const
+{
+    xml.writeStartElement("nzb"_L1);
+    xml.writeAttribute("name"_L1, writableXml(name_));
+    for (const NzbFile *file : files)
+        file->saveXml(xml);
+    if (!extractedFiles_.isEmpty()) {
+        xml.writeStartElement("relatedfiles"_L1);
+        for (auto it = extractedFiles_.cbegin(); it != extractedFiles_.cend(); ++it) {
+            xml.writeEmptyElement("extractedfile"_L1);
+            xml.writeAttribute("name"_L1, writableXml(it.key()));
+            xml.writeAttribute("size"_L1, QString::number(it.value()));
+        }
+        xml.writeEndElement();
+    }
+    xml.writeEndElement();
 }

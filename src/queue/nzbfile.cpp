@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: MIT
 #include "queue/nzbfile.h"
 
+#include <QXmlStreamWriter>
+
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 #include "queue/percentage.h"
 #include "queue/subject.h"
+#include "queue/writablexml.h"
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +23,16 @@ bool isVolumeTail(const QString &text)
     return text.startsWith("part"_L1) || text.startsWith("vol"_L1)
            || (text.size() == 3
                && std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }));
+}
+
+void saveSegments(QXmlStreamWriter &xml, const QMap<int, QString> &segments)
+{
+    for (auto it = segments.cbegin(); it != segments.cend(); ++it) {
+        xml.writeStartElement("segment"_L1);
+        xml.writeAttribute("number"_L1, QString::number(it.key()));
+        xml.writeCharacters(writableXml(it.value()));
+        xml.writeEndElement();
+    }
 }
 
 } // namespace
@@ -115,6 +128,33 @@ QString NzbFile::baseName() const
     const QString stem = filename.left(filename.size() - 1 - extension_.size());
     const qsizetype dot = stem.lastIndexOf(u'.');
     return dot >= 0 && isVolumeTail(stem.mid(dot + 1).toLower()) ? stem.left(dot) : stem;
+}
+
+void NzbFile::saveXml(QXmlStreamWriter &xml) const
+{
+    xml.writeStartElement("file"_L1);
+    xml.writeAttribute("size"_L1, QString::number(size_));
+    xml.writeAttribute("completed"_L1, QString::number(completed));
+    if (paused)
+        xml.writeAttribute("paused"_L1, "1"_L1);
+    if (completedparts != 0)
+        xml.writeAttribute("completedparts"_L1, QString::number(completedparts));
+    if (yenc)
+        xml.writeAttribute("yenc"_L1, "1"_L1);
+    xml.writeAttribute("subject"_L1, writableXml(savedSubject()));
+    xml.writeStartElement("segments"_L1);
+    saveSegments(xml, activeSegments); // fetched again after a reload
+    saveSegments(xml, pendingSegments);
+    xml.writeEndElement();
+    xml.writeEndElement();
+}
+
+/// A line out of which the constructor reads the present name and the number of parts.
+QString NzbFile::savedSubject() const
+{
+    if (filename == subject)
+        return subject;
+    return u'"' + filename + u"\" (1/"_s + QString::number(parts) + u')';
 }
 
 void NzbFile::setFilename(const QString &name)

@@ -6,6 +6,8 @@
 
 #include "queue/inzbitem.h"
 
+class QXmlStreamWriter;
+
 /// One file of a job and the articles that it is made of.
 ///
 /// A segment is one article, known by its number (from 1) and its message id. It waits in
@@ -56,8 +58,12 @@ public:
     /// "movie.part01.rar" and "movie.vol003+02.par2". Takes a dot before the extension for granted.
     [[nodiscard]] QString baseName() const;
 
+    /// Writes the file's element of the queue file, which lists what is still to be fetched.
+    void saveXml(QXmlStreamWriter &xml) const;
+
 private:
     void setFilename(const QString &name);
+    [[nodiscard]] QString savedSubject() const;
 
     QString subject;
     QString poster;

@@ -16,27 +16,24 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 chunkSize = 16 * 1024;
-/// Some four million articles; what is made of so much stays near two gigabytes at the worst.
-constexpr qint64 maxDocument = 512 * 1024 * 1024;
-constexpr int maxElements = 5'000'000;
 /// The reader calls itself for each level of elements, and in a DTD for each parenthesis: some
 /// 10,000 and 60,000 of them overflow the stack.
 constexpr int maxDepth = 100;
 constexpr qint64 maxProlog = 2 * chunkSize;
-/// Holds for a comment and all else that the handler does not see, too.
-constexpr qint64 maxToken = 1024 * 1024;
 
 /// Ends the document early when it exceeds a limit, so that the parse fails there.
 class LimitedSource final : public QXmlInputSource {
 public:
-    explicit LimitedSource(QIODevice &input)
+    LimitedSource(QIODevice &input, const XmlLimits &bounds)
         : device(input)
+        , limits(bounds)
+        , sinceToken(limits.token - maxProlog)
     {
     }
 
     void fetchData() override
     {
-        const qint64 room = std::min(maxDocument - total, maxToken - sinceToken);
+        const qint64 room = std::min(limits.document - total, limits.token - sinceToken);
         const QByteArray chunk = device.read(std::clamp<qint64>(room, 0, chunkSize));
         total += chunk.size();
         sinceToken += chunk.size();
@@ -47,16 +44,18 @@ public:
 
 private:
     QIODevice &device;
+    XmlLimits limits;
     qint64 total = 0;
-    qint64 sinceToken = maxToken - maxProlog;
+    qint64 sinceToken;
 };
 
 /// Stands between the reader and the handler proper.
 class LimitedHandler final : public QXmlDefaultHandler {
 public:
-    LimitedHandler(QXmlContentHandler &handler, LimitedSource &input)
+    LimitedHandler(QXmlContentHandler &handler, LimitedSource &input, int elementLimit)
         : target(handler)
         , source(input)
+        , maxElements(elementLimit)
     {
     }
 
@@ -91,36 +90,37 @@ public:
 private:
     QXmlContentHandler &target;
     LimitedSource &source;
+    int maxElements;
     int depth = 0;
     int elements = 0;
 };
 
-bool parse(QIODevice &device, QXmlContentHandler &handler)
+XmlResult parse(QIODevice &device, QXmlContentHandler &handler, const XmlLimits &limits)
 {
-    LimitedSource source(device);
-    LimitedHandler limited(handler, source);
+    LimitedSource source(device, limits);
+    LimitedHandler limited(handler, source, limits.elements);
     QXmlSimpleReader reader;
     // Names are compared as they stand, and many xmlns attributes cost quadratic time.
     reader.setFeature(u"http://xml.org/sax/features/namespaces"_s, false);
     reader.setFeature(u"http://xml.org/sax/features/namespace-prefixes"_s, true);
     reader.setContentHandler(&limited);
     reader.setDeclHandler(&limited);
-    return reader.parse(&source);
+    return reader.parse(&source) ? XmlResult::Read : XmlResult::Damaged;
 }
 
 } // namespace
 
-XmlResult readXml(const QString &fileName, QXmlContentHandler &handler)
+XmlResult readXml(const QString &fileName, QXmlContentHandler &handler, const XmlLimits &limits)
 {
     QFile file(fileName);
     // Not a pipe, for one, whose opening would wait for a writer.
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return XmlResult::CannotOpen;
     if (file.peek(2) != "\x1f\x8b")
-        return parse(file, handler) ? XmlResult::Read : XmlResult::Damaged;
+        return parse(file, handler, limits);
     file.close();
     QuaGzipFile unpacked(fileName);
     if (!unpacked.open(QIODevice::ReadOnly))
         return XmlResult::CannotOpen;
-    return parse(unpacked, handler) ? XmlResult::Read : XmlResult::Damaged;
+    return parse(unpacked, handler, limits);
 }

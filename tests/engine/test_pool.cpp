@@ -23,6 +23,8 @@ private slots:
     void newJobFindsLiveConnections();
     void failures_data();
     void failures();
+    void asksForPasswordOnceEach_data();
+    void asksForPasswordOnceEach();
     void unwritableFilePausesOnce();
     void fullDisk();
     void quittingConnectionGetsNoWork_data();
@@ -178,6 +180,39 @@ void TestPool::failures()
     QVERIFY(nzb->fileAt(0)->hasPendingSegments() && !nzb->fileAt(0)->hasActiveSegments());
     t.engine->startToDownloadQueue(); // the next trigger tries again, and nothing has been lost
     QTRY_COMPARE(t.completedJobs.size(), 1);
+}
+
+void TestPool::asksForPasswordOnceEach_data()
+{
+    QTest::addColumn<bool>("answeredAtOnce");
+    QTest::newRow("each box is answered at once") << true;
+    QTest::newRow("the boxes stand") << false;
+}
+
+void TestPool::asksForPasswordOnceEach()
+{
+    QFETCH(const bool, answeredAtOnce);
+    EngineFixture t;
+    t.set("threads", 3);
+    t.server->requireLogin("joe", "secret");
+    connect(t.engine.get(), &Marlowick::error, this, [&] {
+        t.engine->setErrorBoxShown(true);
+        if (answeredAtOnce)
+            t.engine->setErrorBoxShown(false);
+    });
+    Post post;
+    post.addYenc(u"film.bin"_s, randomBytes(1, 20'000), 1000);
+    t.start(post);
+    QTRY_VERIFY(!t.errors.isEmpty() && t.engine->connectionCount() == 0);
+    QVERIFY2(t.errors.size() <= 3, "the pool goes on asking");
+    QCOMPARE(t.errors.size(), t.server->acceptedConnections());
+
+    t.setLogin("joe", "secret");
+    t.engine->startToDownloadQueue();
+    QCOMPARE(t.engine->connectionCount(), answeredAtOnce ? 1 : 0);
+    t.engine->setErrorBoxShown(false);
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.server->mostConnections(), 3); // the pool grows again
 }
 
 void TestPool::unwritableFilePausesOnce()

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The queue across runs: one compressed XML file, and as its backup the file of the save before.
+#include <QFile>
+#include <QXmlStreamWriter>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <quazip/quagzipfile.h>
+#include <stdexcept>
+#include <unistd.h>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/readxml.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Moves @p file to @p backup, which does not exist, and leaves an empty file in its place. A crash
+/// finds at each moment a file of that name: a queue file that is missing counts as an empty queue,
+/// an empty one as damaged, and then the backup is offered.
+/// @returns false where the file system cannot exchange two names at once
+bool replaceByEmptyFile(const QString &file, const QString &backup)
+{
+    const QByteArray from = QFile::encodeName(file);
+    const QByteArray to = QFile::encodeName(backup);
+    const int created = open(to.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (created < 0)
+        return false;
+    close(created);
+    if (renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0)
+        return true;
+    unlink(to.constData());
+    return false;
+}
+
+/// A name from a queue file becomes a folder as it stands, so it must not lead anywhere else.
+QString folderName(const QString &name)
+{
+    QString result = name;
+    result.replace(u'/', u'_');
+    return result.isEmpty() || result == "."_L1 || result == ".."_L1 ? u'_' + result : result;
+}
+
+} // namespace
+
+void Marlowick::saveQueue()
+{
+    try {
+        writeQueue();
+    } catch (const std::runtime_error &failure) {
+        saveTimer.stop();
+        QFile::remove(queueFileName);
+        QFile::rename(backupFileName, queueFileName);
+        emit error(0, QString::fromUtf8(failure.what()));
+    }
+}
+
+void Marlowick::writeQueue() const
+{
+    if (QFile::exists(queueFileName)) {
+        QFile::remove(backupFileName);
+        if (!replaceByEmptyFile(queueFileName, backupFileName))
+            QFile::rename(queueFileName, backupFileName);
+    }
+    QuaGzipFile file(queueFileName);
+    if (!file.open(QIODevice::WriteOnly))
+        throw std::runtime_error(tr("Error saving queue file").toStdString());
+    QXmlStreamWriter xml(&file);
+    xml.setAutoFormatting(true);
+    xml.writeStartDocument();
+    xml.writeComment("Marlowick queue file - looks a bit like a NZB but is not"_L1);
+    xml.writeStartElement("qzb"_L1);
+    for (const Nzb *nzb : nzbs)
+        nzb->saveXml(xml);
+    xml.writeEndElement();
+    xml.writeEndDocument();
+    file.close();
+}
+
+void Marlowick::loadQueue(const QString &fileName)
+{
+    const QString path = fileName.isEmpty() ? queueFileName : fileName;
+    if (!QFile::exists(path))
+        return;
+    switch (readXml(path, *this, queueLimits)) {
+    case XmlResult::CannotOpen:
+        throw std::runtime_error(tr("Error loading queue file").toStdString());
+    case XmlResult::Damaged:
+        throw std::runtime_error(tr("Error parsing queue file").toStdString());
+    case XmlResult::Read:
+        break;
+    }
+}
+
+/// What a failed loadQueue() has read stays allocated; the model learns of it with the next row.
+void Marlowick::loadBackup()
+{
+    nzbs.clear();
+    loadQueue(backupFileName);
+}
+
+bool Marlowick::startElement(const QString &namespaceURI, const QString &localName,
+                             const QString &qName, const QXmlAttributes &attributes)
+{
+    if (qName != "nzb"_L1)
+        return nzbs.isEmpty()
+               || nzbs.last()->startElement(namespaceURI, localName, qName, attributes);
+    auto *nzb = new Nzb(this, downloadFolder(), QString());
+    static_cast<void>(nzb->startElement(namespaceURI, localName, qName, attributes));
+    nzb->setName(folderName(nzb->name()));
+    emit beforeAddNZB(nzb->name());
+    nzbs.append(nzb);
+    return true;
+}
+
+bool Marlowick::endElement(const QString &namespaceURI, const QString &localName,
+                           const QString &qName)
+{
+    if (nzbs.isEmpty())
+        return true;
+    static_cast<void>(nzbs.last()->endElement(namespaceURI, localName, qName));
+    if (qName == "nzb"_L1)
+        emit NZBadded(nzbs.last());
+    return true;
+}
+
+bool Marlowick::characters(const QString &text)
+{
+    return nzbs.isEmpty() || nzbs.last()->characters(text);
+}
