@@ -4,36 +4,135 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDebug>
-#include <QDir>
-#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
 #include <QMessageBox>
-#include <QPointer>
-#include <QStatusBar>
-#include <QTimer>
+#include <QToolButton>
+
 #include <stdexcept>
 
 #include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbmodel.h"
+#include "queue/progressbardelegate.h"
+#include "ui/boxqueue.h"
+#include "ui_mainwindow.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int noticeMsec = 300000;
+constexpr int statusColumn = 2;
+constexpr int saveSeconds = 600;
+constexpr int diskCheckMsec = 30000;
+constexpr int firstConnectionMsec = 100;
 
 } // namespace
 
+// The order is the point: the model must see the queue being loaded, and nothing is downloaded
+// before the window is there.
 MainWindow::MainWindow()
-    : engine(new Marlowick(this))
+    : ui(std::make_unique<Ui::MainWindow>())
+    , engine(new Marlowick(this))
+    , boxes(new BoxQueue(this))
 {
-    resize(601, 324);
-    setWindowTitle(u"Marlowick"_s);
-    statusBar();
+    ui->setupUi(this);
+    model = new NzbModel(this, engine);
+    setUpView();
+    setUpToolBar();
+    setUpStatusBar();
+    connectEngine();
+
+    loadQueue();
+    importCommandLine();
+    engine->setSaveInterval(saveSeconds);
+    checkDiskspace();
+    connect(&diskTimer, &QTimer::timeout, this, &MainWindow::checkDiskspace);
+    diskTimer.start(diskCheckMsec);
+    connect(ui->treeView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &MainWindow::onCurrentRowChanged);
+    QTimer::singleShot(firstConnectionMsec, engine, &Marlowick::startToDownloadQueue);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::setUpView()
+{
+    QTreeView *view = ui->treeView;
+    view->setModel(model);
+    view->header()->setStretchLastSection(false);
+    view->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    view->setColumnWidth(statusColumn, 150);
+    view->setAcceptDrops(true);
+    view->setDragEnabled(true);
+    view->setDragDropMode(QAbstractItemView::DragDrop);
+    view->setItemDelegateForColumn(statusColumn, new ProgressbarDelegate(this));
+    view->setFocus();
+}
+
+/// There is no menu: the keyboard reaches the actions by the tab key.
+void MainWindow::setUpToolBar()
+{
+    const QList<QAction *> actions = ui->toolBar->actions();
+    QWidget *previous = ui->treeView;
+    for (QAction *action : actions) {
+        QWidget *button = ui->toolBar->widgetForAction(action);
+        button->setFocusPolicy(Qt::TabFocus);
+        setTabOrder(previous, button);
+        previous = button;
+    }
+    ui->actionSettings->setEnabled(false); // there is no dialog behind it yet
+}
+
+void MainWindow::setUpStatusBar()
+{
+    ui->statusBar->setStyleSheet(
+        u"QStatusBar::item { border: 1px solid grey; border-radius: 3px; }"_s);
+    freeSpaceLabel = addStatusLabel(tr(" --- GB free  "), tr("Free disk space"));
+    speedLabel = addStatusLabel(tr("  0.0 Mbit/s  "), tr("Download speed"));
+    timeLeftLabel = addStatusLabel(tr("  **d **h **m left "), tr("Time left"));
+}
+
+QLabel *MainWindow::addStatusLabel(const QString &text, const QString &meaning)
+{
+    auto *label = new QLabel(text);
+    label->setMinimumSize(label->sizeHint());
+    label->setAlignment(Qt::AlignRight);
+    label->setAccessibleDescription(meaning);
+    ui->statusBar->addPermanentWidget(label);
+    return label;
+}
+
+void MainWindow::connectEngine()
+{
     connect(engine, &Marlowick::error, this, &MainWindow::onError);
     connect(engine, &Marlowick::notice, this, &MainWindow::onNotice);
+    connect(engine, &Marlowick::downloadStatistics, this, &MainWindow::updateDownloadStats);
+    connect(engine, &Marlowick::nzbComplete, this, &MainWindow::onNzbComplete);
+    connect(boxes, &BoxQueue::emptyChanged, engine,
+            [this](bool empty) { engine->setErrorBoxShown(!empty); });
+}
 
-    importCommandLine();
-    QTimer::singleShot(100, engine, &Marlowick::startToDownloadQueue);
+void MainWindow::loadQueue()
+{
+    try {
+        engine->loadQueue(QString());
+        return;
+    } catch (const std::runtime_error &) {
+    }
+    const auto answer = QMessageBox::question(
+        this, tr("Loading queue failed"),
+        tr("There was an error loading the queue. Do you want to load the backup file?"),
+        QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    if (answer != QMessageBox::Yes)
+        return;
+    try {
+        engine->loadBackup();
+    } catch (const std::runtime_error &failure) {
+        QMessageBox::critical(this, tr("Loading backup failed"),
+                              tr("Loading the backup failed as well :-( ")
+                                  + QString::fromUtf8(failure.what()));
+    }
 }
 
 /// The program's own path goes along and is dropped, as is everything that is no NZB.
@@ -46,50 +145,17 @@ void MainWindow::importCommandLine()
         handleMessage(argument);
 }
 
-void MainWindow::handleMessage(const QString &message)
-{
-    if (!message.endsWith(".nzb"_L1, Qt::CaseInsensitive))
-        return;
-    const QString path = QDir::fromNativeSeparators(message);
-    if (!QFile::exists(path))
-        return;
-    try {
-        engine->addNZB(path);
-    } catch (const std::runtime_error &failure) {
-        showBox(tr("Error processing NZB"), QString::fromUtf8(failure.what()));
-    }
-}
-
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     engine->closeAllConnections();
+    engine->saveQueue();
+    boxes->waitUntilEmpty(); // what could not be saved is told while there is a window
     event->accept();
 }
 
-void MainWindow::onError(int /*code*/, const QString &msg) { showBox(tr("Error"), msg); }
-
-/// Boxes come one after another, and none of them holds up what led to it: a bad file on the
-/// command line neither keeps the window from appearing nor the next file from being read.
-void MainWindow::showBox(const QString &title, const QString &text)
+// The null is read at run time, or the compiler would drop the store.
+void MainWindow::simulateCrash()
 {
-    qWarning().noquote() << title + ": "_L1 << text;
-    boxes.append({title, text});
-    if (boxes.size() == 1)
-        QTimer::singleShot(0, this, &MainWindow::showBoxes);
-}
-
-void MainWindow::showBoxes()
-{
-    const QPointer<MainWindow> self(this);
-    while (self && !boxes.isEmpty()) {
-        QMessageBox::critical(this, boxes.first().title, boxes.first().text, QMessageBox::Ok);
-        if (self)
-            boxes.removeFirst();
-    }
-}
-
-void MainWindow::onNotice(int /*code*/, const QString &msg)
-{
-    qDebug().nospace() << "Notice: " << msg;
-    statusBar()->showMessage(msg, noticeMsec);
+    int *volatile nowhere = nullptr;
+    *nowhere = 1;
 }

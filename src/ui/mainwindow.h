@@ -2,42 +2,76 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QList>
 #include <QMainWindow>
+#include <QTimer>
 
+#include <memory>
+
+class BoxQueue;
+class INzbItem;
 class Marlowick;
+class Nzb;
+class NzbModel;
+class QLabel;
 
-/// The program's one window. Owns the engine and shows what it has to say.
+namespace Ui {
+class MainWindow;
+}
+
+/// The program's one window. Owns the engine, shows its queue and what it has to say, and hands the
+/// user's commands on to it.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(MainWindow)
 
 public:
-    /// Makes the engine, imports the paths of the command line and lets the download start once the
-    /// event loop runs.
+    /// Makes the engine, loads the queue, imports the paths of the command line and lets the
+    /// download start once the event loop runs. May ask the user about a damaged queue file.
     MainWindow();
+    ~MainWindow() override;
 
 public slots:
     /// The one door for paths from outside: imports an existing ".nzb" file, drops anything else.
     void handleMessage(const QString &message);
+    /// Shows the free space of the download folder, and suspends all downloads when it is low.
+    void checkDiskspace();
+    /// Ends the program by a memory fault, for trying what a crash leaves behind.
+    static void simulateCrash();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
+    void on_actionPause_triggered(bool checked);
+    void on_actionDownloads_triggered();
+    void on_actionDelete_triggered();
+    void on_actionAdd_NZB_triggered();
+    void onCurrentRowChanged(const QModelIndex &current, const QModelIndex &previous);
     void onError(int code, const QString &msg);
     void onNotice(int code, const QString &msg);
+    void updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft);
+    void onNzbComplete(Nzb *n);
 
 private:
-    struct Box {
-        QString title;
-        QString text;
-    };
-
+    void setUpView();
+    void setUpToolBar();
+    void setUpStatusBar();
+    void connectEngine();
+    void loadQueue();
     void importCommandLine();
-    void showBox(const QString &title, const QString &text);
-    void showBoxes();
+    void importNzb(const QString &path, bool save);
+    [[nodiscard]] QLabel *addStatusLabel(const QString &text, const QString &meaning);
+    [[nodiscard]] QModelIndex currentRow() const;
+    void setJobPaused(Nzb *nzb, bool paused);
 
+    static constexpr int noticeMsec = 300000;
+
+    std::unique_ptr<Ui::MainWindow> ui;
     Marlowick *engine;
-    QList<Box> boxes;
+    QTimer diskTimer;
+    NzbModel *model = nullptr;
+    QLabel *speedLabel = nullptr;
+    QLabel *timeLeftLabel = nullptr;
+    QLabel *freeSpaceLabel = nullptr;
+    BoxQueue *boxes;
 };

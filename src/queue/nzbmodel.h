@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QIcon>
+#include <QList>
+#include <QMap>
+
+class INzbItem;
+class Marlowick;
+class Nzb;
+class NzbFile;
+
+/// The queue as a tree of two levels, jobs and their files, in three columns.
+///
+/// Holds no copy of anything: each answer is read from the items when it is asked for, and the
+/// engine's signals before and after each change become Qt's notifications. Dragged rows change the
+/// order of the queue, and with it that of the download; dropped .nzb files enter it.
+///
+/// An index carries its INzbItem as internal pointer. Lives on the GUI thread.
+class NzbModel : public QAbstractTableModel {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(NzbModel)
+
+public:
+    /// @param engine  must outlive the model
+    NzbModel(QObject *parent, Marlowick *engine);
+
+    /// The job or file of a row; null for an invalid index.
+    [[nodiscard]] static INzbItem *itemAt(const QModelIndex &index);
+
+    [[nodiscard]] QModelIndex index(int row, int column,
+                                    const QModelIndex &parent = QModelIndex()) const override;
+    [[nodiscard]] QModelIndex parent(const QModelIndex &index) const override;
+    using QObject::parent;
+    [[nodiscard]] QModelIndex sibling(int row, int column, const QModelIndex &index) const override;
+    [[nodiscard]] int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    [[nodiscard]] int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    [[nodiscard]] bool hasChildren(const QModelIndex &parent = QModelIndex()) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index,
+                                int role = Qt::DisplayRole) const override;
+    [[nodiscard]] QVariant headerData(int section, Qt::Orientation orientation,
+                                      int role = Qt::DisplayRole) const override;
+    [[nodiscard]] QStringList mimeTypes() const override;
+    [[nodiscard]] QMimeData *mimeData(const QModelIndexList &indexes) const override;
+    /// Adds the .nzb files among dropped URLs, without a word about those that fail, or else moves
+    /// dragged rows. False when rows are to leave their level or their job, or do not exist; those
+    /// ahead of them stay moved.
+    bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                      const QModelIndex &parent) override;
+    [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+public slots:
+    void onBeforeAddNZB(const QString &name);
+    void onNZBadded(Nzb *nzb);
+    void onBeforeNzbDelete(Nzb *nzb);
+    void onBeforeNzbFileDelete(NzbFile *file);
+    void onNzbItemDeleted();
+    void onNzbFileUpdate(NzbFile *file);
+    void onNzbComplete(Nzb *nzb);
+
+private:
+    [[nodiscard]] QModelIndex jobIndex(Nzb *nzb) const;
+    [[nodiscard]] QVariant text(const INzbItem *item, int column) const;
+    [[nodiscard]] QIcon iconForExtension(const QString &extension) const;
+
+    void addNzbFiles(const QMimeData *data);
+    [[nodiscard]] bool moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to);
+    void moveItem(const QModelIndex &level, int from, int to);
+
+    Marlowick *engine;
+    QList<Nzb *> *queue;
+    QMap<QString, QIcon> icons;
+    QIcon folderIcon;
+    QIcon defaultIcon;
+};

@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// Drag and drop: rows that change their place, and .nzb files that enter the queue.
+#include <QDataStream>
+#include <QIODevice>
+#include <QMimeData>
+#include <QUrl>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbmodel.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// For each dragged row two qint32: the row of its parent, -1 for a job, and its own row.
+constexpr QLatin1StringView rowIdsFormat = "application/nzbmodel.rowids"_L1;
+
+} // namespace
+
+QStringList NzbModel::mimeTypes() const { return {rowIdsFormat, u"text/uri-list"_s}; }
+
+QMimeData *NzbModel::mimeData(const QModelIndexList &indexes) const
+{
+    QByteArray rowIds;
+    QDataStream stream(&rowIds, QIODevice::WriteOnly);
+    for (const QModelIndex &index : indexes) {
+        if (index.isValid() && index.column() == 0) // a selected row comes once for each column
+            stream << qint32(index.parent().row()) << qint32(index.row());
+    }
+    auto *data = new QMimeData;
+    data->setData(rowIdsFormat, rowIds);
+    return data;
+}
+
+bool NzbModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int /*column*/,
+                            const QModelIndex &parent)
+{
+    if (action == Qt::IgnoreAction)
+        return true;
+    if (data->hasUrls()) {
+        addNzbFiles(data);
+        return true;
+    }
+    if (!data->hasFormat(rowIdsFormat))
+        return false;
+    const QByteArray rowIds = data->data(rowIdsFormat);
+    if (row != -1)
+        return moveDragged(rowIds, parent.siblingAtColumn(0), row);
+    if (parent.isValid()) // dropped onto an item, whose place is taken
+        return moveDragged(rowIds, parent.parent(), parent.row());
+    return moveDragged(rowIds, QModelIndex(), rowCount());
+}
+
+void NzbModel::addNzbFiles(const QMimeData *data)
+{
+    const QList<QUrl> urls = data->urls();
+    for (const QUrl &url : urls) {
+        const QString path = url.toLocalFile();
+        if (!path.endsWith(".nzb"_L1, Qt::CaseInsensitive))
+            continue;
+        try {
+            engine->addNZB(path);
+        } catch (const std::runtime_error &) { // the next one may be good
+        }
+    }
+}
+
+/// Row numbers are those at the start of the drag, and are not adjusted to the moves before them.
+bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to)
+{
+    const int rows = rowCount(level);
+    to = std::min(to, rows);
+    if (to < 0)
+        return false;
+    QDataStream stream(rowIds);
+    for (int pairs = 1; !stream.atEnd(); ++pairs) {
+        qint32 parentRow = 0;
+        qint32 from = 0;
+        stream >> parentRow >> from;
+        // Another program may have made this: cut short, endless, of rows that do not exist.
+        if (stream.status() != QDataStream::Ok || pairs > rows || parentRow != level.row()
+            || from < 0 || from >= rows)
+            return false;
+        if (from == to || from + 1 == to)
+            continue;
+        moveItem(level, from, std::min(to, rows - 1));
+        ++to;
+    }
+    return true;
+}
+
+/// @param to  the final row. Going down, that is one behind the gap in which the row was dropped;
+/// Qt is told of the row where it really lands, so that selection and expansion go with it.
+void NzbModel::moveItem(const QModelIndex &level, int from, int to)
+{
+    if (from == to || !beginMoveRows(level, from, from, level, to > from ? to + 1 : to))
+        return;
+    if (auto *job = qobject_cast<Nzb *>(itemAt(level)))
+        job->moveFile(from, to);
+    else
+        queue->move(from, to);
+    endMoveRows();
+}

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The user's commands, and what enters from outside.
+#include <QDebug>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QSettings>
+#include <QUrl>
+
+#include <stdexcept>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "queue/nzbmodel.h"
+#include "ui/boxqueue.h"
+#include "ui/deletedialog.h"
+#include "ui/mainwindow.h"
+#include "ui_mainwindow.h"
+
+using namespace Qt::StringLiterals;
+
+void MainWindow::handleMessage(const QString &message)
+{
+    if (!message.endsWith(".nzb"_L1, Qt::CaseInsensitive))
+        return;
+    const QString path = QDir::fromNativeSeparators(message);
+    if (QFile::exists(path))
+        importNzb(path, false);
+}
+
+void MainWindow::importNzb(const QString &path, bool save)
+{
+    try {
+        engine->addNZB(path);
+        if (save)
+            engine->saveQueue();
+    } catch (const std::runtime_error &failure) {
+        const QString text = QString::fromUtf8(failure.what());
+        qWarning().nospace() << "Error processing NZB: " << text;
+        boxes->append(QMessageBox::Critical, tr("Error processing NZB"), text);
+    }
+}
+
+void MainWindow::on_actionAdd_NZB_triggered()
+{
+    const QString name = QFileDialog::getOpenFileName(this, tr("Select NZB file"), QString(),
+                                                      tr("NZB files (*.nzb)"));
+    if (!name.isEmpty())
+        importNzb(name, true);
+}
+
+/// The current row's index in any column; its internal pointer is the item.
+QModelIndex MainWindow::currentRow() const
+{
+    return ui->treeView->selectionModel()->currentIndex();
+}
+
+void MainWindow::on_actionPause_triggered(bool checked)
+{
+    INzbItem *item = NzbModel::itemAt(currentRow());
+    if (!item)
+        return;
+    if (auto *file = qobject_cast<NzbFile *>(item)) {
+        file->setPaused(checked);
+        model->onNzbFileUpdate(file);
+    } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
+        setJobPaused(nzb, checked);
+    }
+    ui->statusBar->showMessage(checked ? tr("Paused file") : tr("Resuming download"), noticeMsec);
+    if (!checked)
+        engine->startToDownloadQueue();
+}
+
+/// PAR2 volumes that are held back until they are needed stay so when the job goes on.
+void MainWindow::setJobPaused(Nzb *nzb, bool paused)
+{
+    if (paused || !engine->settings()->value("pausePAR2"_L1).toBool()) {
+        nzb->setPaused(paused);
+        return;
+    }
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        NzbFile *file = nzb->fileAt(i);
+        if (file->extension() != "par2"_L1) {
+            file->setPaused(false);
+            model->onNzbFileUpdate(file);
+        }
+    }
+}
+
+void MainWindow::on_actionDelete_triggered()
+{
+    // Held by its index: the job may be complete and cleared while the question stands.
+    const QPersistentModelIndex row = currentRow();
+    if (!row.isValid())
+        return;
+    const int choice = DeleteDialog::ask();
+    INzbItem *item = NzbModel::itemAt(row);
+    if (!item || (choice != QMessageBox::Yes && choice != QMessageBox::No))
+        return;
+    if (choice == QMessageBox::Yes)
+        engine->deleteFiles(item);
+    engine->deleteItem(item);
+    ui->statusBar->showMessage(tr("Deleted item"), noticeMsec);
+    engine->saveQueue();
+}
+
+void MainWindow::on_actionDownloads_triggered()
+{
+    const QString folder = engine->downloadFolder();
+    QUrl url;
+    url.setScheme(u"file"_s);
+    url.setPath(folder.startsWith(u'/') ? folder : u'/' + folder);
+    QDesktopServices::openUrl(url);
+}
+
+void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelIndex & /*previous*/)
+{
+    const INzbItem *item = NzbModel::itemAt(current);
+    ui->actionDelete->setEnabled(item);
+    ui->actionPause->setEnabled(item);
+    if (item)
+        ui->actionPause->setChecked(item->isPaused());
+}
+
+void MainWindow::onNzbComplete(Nzb *n)
+{
+    engine->saveQueue();
+    if (engine->settings()->value("clearOnCompletion"_L1).toBool())
+        engine->deleteItem(n);
+}
