@@ -63,8 +63,8 @@ public:
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
     /// Tells the engine whether an error box stands on the screen. While one asks for a password no
-    /// connection is opened; what wanted one meanwhile is served when the last box has gone.
-    void setErrorBoxShown(bool shown);
+    /// connection is opened.
+    void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
 
     /// Appends the jobs of a queue file, with half-done files where they stood. Without a file
     /// there are none.
@@ -151,7 +151,6 @@ private:
     bool errorShown = false;
     bool errorBoxShown = false;
     bool passwordAsked = false; ///< the server has, since a connection was last opened
-    bool startDeferred = false; ///< until the last error box has gone
     int bytesPerSecond = 0;
     quint64 lastBytesReceived = 0;
 };

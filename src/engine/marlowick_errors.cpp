@@ -77,13 +77,6 @@ void Marlowick::decoderFailed(bool jobDeleted, const QString &msg)
     }
 }
 
-void Marlowick::setErrorBoxShown(bool shown)
-{
-    errorBoxShown = shown;
-    if (!shown && std::exchange(startDeferred, false))
-        startToDownloadQueue();
-}
-
 void Marlowick::closeAllConnections()
 {
     const QList<NNTP *> alive = connections;

@@ -38,12 +38,8 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
 void Marlowick::startToDownloadQueue()
 {
     const int threads = settings_->value("threads"_L1, u"0"_s).toInt();
-    if (threads <= connectionCount() || !hasWork())
+    if (threads <= connectionCount() || !hasWork() || (errorBoxShown && passwordAsked))
         return;
-    if (errorBoxShown && passwordAsked) {
-        startDeferred = true;
-        return;
-    }
     errorShown = false;
     passwordAsked = false;
     if (connections.isEmpty())

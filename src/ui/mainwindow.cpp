@@ -68,6 +68,10 @@ void MainWindow::setUpView()
     view->setDragDropMode(QAbstractItemView::DragDrop);
     view->setItemDelegateForColumn(statusColumn, new ProgressbarDelegate(this));
     view->setFocus();
+    // A progress concerns two rows, the file's and its job's. The view by itself would repaint only
+    // the one that it makes of the corners.
+    connect(model, &NzbModel::dataChanged, view->viewport(),
+            [view] { view->viewport()->update(); });
 }
 
 /// There is no menu: the keyboard reaches the actions by the tab key.

@@ -211,6 +211,7 @@ void TestPool::asksForPasswordOnceEach()
     t.engine->startToDownloadQueue();
     QCOMPARE(t.engine->connectionCount(), answeredAtOnce ? 1 : 0);
     t.engine->setErrorBoxShown(false);
+    t.engine->startToDownloadQueue();
     QTRY_COMPARE(t.completedJobs.size(), 1);
     QCOMPARE(t.server->mostConnections(), 3); // the pool grows again
 }
