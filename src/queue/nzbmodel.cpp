@@ -108,7 +108,7 @@ int NzbModel::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
         return static_cast<int>(queue->size());
-    const Nzb *job = jobAt(parent);
+    const Nzb *job = parent.column() == FileColumn ? jobAt(parent) : nullptr;
     return job ? job->fileCount() : 0;
 }
 
@@ -200,8 +200,8 @@ void NzbModel::onBeforeNzbFileDelete(NzbFile *file)
 
 void NzbModel::onNzbItemDeleted() { endRemoveRows(); }
 
-/// The corners name no one item: the view then repaints all that it shows, and with the file the
-/// percentage of its job.
+/// The corners name no one item, for the percentage of the job changes with the file's: who shows
+/// the queue repaints all that is seen.
 void NzbModel::onNzbFileUpdate(NzbFile *file)
 {
     Nzb *job = jobOf(file);

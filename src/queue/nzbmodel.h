@@ -18,7 +18,8 @@ class NzbFile;
 /// engine's signals before and after each change become Qt's notifications. Dragged rows change the
 /// order of the queue, and with it that of the download; dropped .nzb files enter it.
 ///
-/// An index carries its INzbItem as internal pointer. Lives on the GUI thread.
+/// An index carries its INzbItem as internal pointer. On dataChanged a view has to repaint all that
+/// it shows, for the corners name no one item. Lives on the GUI thread.
 class NzbModel : public QAbstractTableModel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(NzbModel)

@@ -99,8 +99,8 @@ bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, i
 /// Qt is told of the row where it really lands, so that selection and expansion go with it.
 void NzbModel::moveItem(const QModelIndex &level, int from, int to)
 {
-    if (from == to || !beginMoveRows(level, from, from, level, to > from ? to + 1 : to))
-        return;
+    if (!beginMoveRows(level, from, from, level, to > from ? to + 1 : to))
+        return; // it is there already
     if (auto *job = qobject_cast<Nzb *>(itemAt(level)))
         job->moveFile(from, to);
     else

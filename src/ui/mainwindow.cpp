@@ -68,10 +68,6 @@ void MainWindow::setUpView()
     view->setDragDropMode(QAbstractItemView::DragDrop);
     view->setItemDelegateForColumn(statusColumn, new ProgressbarDelegate(this));
     view->setFocus();
-    // A progress concerns two rows, the file's and its job's. The view by itself would repaint only
-    // the one that it makes of the corners.
-    connect(model, &NzbModel::dataChanged, view->viewport(),
-            [view] { view->viewport()->update(); });
 }
 
 /// There is no menu: the keyboard reaches the actions by the tab key.
@@ -86,6 +82,8 @@ void MainWindow::setUpToolBar()
         previous = button;
     }
     ui->actionSettings->setEnabled(false); // there is no dialog behind it yet
+    // Large text must not push actions out of sight, where the tab key does not lead.
+    resize(size().expandedTo({ui->toolBar->sizeHint().width(), 0}));
 }
 
 void MainWindow::setUpStatusBar()

@@ -1,0 +1,429 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QApplication>
+#include <QCommandLinkButton>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPaintEvent>
+#include <QPushButton>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <QTreeView>
+
+#include <algorithm>
+#include <optional>
+#include <sys/statvfs.h>
+
+#include "engine/marlowick.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "support/files.h"
+#include "ui/mainwindow.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What the disk says that is asked for its free bytes; less than nothing is a failure.
+double freeOnDisk = 1e12;
+
+bool isVisible(const QWidget *widget) { return widget->isVisible(); }
+
+constexpr double lowDisk = 100.0 * 1024 * 1024;
+
+} // namespace
+
+extern "C" int statvfs(const char * /*path*/, struct statvfs *info) noexcept
+{
+    if (freeOnDisk < 0)
+        return -1;
+    info->f_bsize = 4096;
+    info->f_frsize = 1;
+    info->f_bavail = static_cast<fsblkcnt_t>(freeOnDisk);
+    return 0;
+}
+
+/// The window with its engine, which is allowed no connection, used by key and click.
+class TestMainWindow final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void statistics_data();
+    void statistics();
+    void diskspace_data();
+    void diskspace();
+    void boxesComeOneAfterAnother();
+    void pauses_data();
+    void pauses();
+    void deletes_data();
+    void deletes();
+    void damagedQueue_data();
+    void damagedQueue();
+    void completeJob_data();
+    void completeJob();
+    void progressShowsInBothRows();
+    void closingSaves();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void open();
+    void restart();
+    Nzb *addJob(const QString &name = u"job"_s);
+    void select(const QModelIndex &row) { view()->setCurrentIndex(row); }
+    /// Clicks this button of the box or dialog that opens next.
+    void answerNext(const std::function<QAbstractButton *(QWidget *)> &button);
+    [[nodiscard]] QStringList savedJobs();
+    [[nodiscard]] static QMessageBox *box()
+    {
+        return qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    }
+    [[nodiscard]] QTreeView *view() const { return window->findChild<QTreeView *>(u"treeView"_s); }
+    [[nodiscard]] QAction *action(const QString &name) const
+    {
+        return window->findChild<QAction *>(name);
+    }
+    [[nodiscard]] QString message() const { return window->statusBar()->currentMessage(); }
+    [[nodiscard]] QStringList statusFields() const;
+
+    std::optional<QTemporaryDir> dir;
+    std::optional<MainWindow> window;
+    std::optional<QAbstractItemModelTester> tester;
+    Marlowick *engine = nullptr;
+    QRegion painted;
+};
+
+void TestMainWindow::init()
+{
+    freeOnDisk = 1e12;
+    dir.emplace();
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir->path());
+    QSettings settings(QSettings::IniFormat, QSettings::UserScope, u"Marlowick"_s, u"Marlowick"_s);
+    settings.setValue("downloadFolder"_L1, dir->filePath(u"downloads"_s));
+    settings.sync();
+    open();
+}
+
+void TestMainWindow::cleanup()
+{
+    tester.reset();
+    window.reset();
+}
+
+void TestMainWindow::open()
+{
+    window.emplace();
+    engine = window->findChild<Marlowick *>();
+    tester.emplace(view()->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowActive(&*window));
+}
+
+void TestMainWindow::restart()
+{
+    cleanup();
+    open();
+}
+
+/// A job of a film, which is finished, a text and a PAR2 volume, with their files on disk.
+Nzb *TestMainWindow::addJob(const QString &name)
+{
+    const QString path = writeFile(dir->filePath(name + ".nzb"_L1), R"xml(<nzb>
+<file subject='"film.mkv" (1/1)'><segment number='1' bytes='1000'>a@b</segment></file>
+<file subject='"read.txt" (1/2)'><segment number='1' bytes='500'>c@d</segment>
+<segment number='2' bytes='500'>e@f</segment></file>
+<file subject='"film.par2" (1/1)'><segment number='1' bytes='1000'>g@h</segment></file></nzb>)xml");
+    Nzb *nzb = engine->addNZB(path);
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        writeFile(nzb->folder() + u'/' + nzb->fileAt(i)->name(), "data");
+    int number = 0;
+    nzb->fileAt(0)->nextSegment(&number);
+    nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
+    return nzb;
+}
+
+void TestMainWindow::answerNext(const std::function<QAbstractButton *(QWidget *)> &button)
+{
+    QTimer::singleShot(0, this, [this, button] {
+        if (QWidget *dialog = QApplication::activeModalWidget())
+            QTest::mouseClick(button(dialog), Qt::LeftButton);
+        else
+            answerNext(button);
+    });
+}
+
+QStringList TestMainWindow::savedJobs()
+{
+    Marlowick reader(nullptr);
+    reader.loadQueue(QString());
+    QStringList names;
+    for (const Nzb *nzb : *reader.queue())
+        names << nzb->name();
+    return names;
+}
+
+QStringList TestMainWindow::statusFields() const
+{
+    QStringList texts;
+    const QList<QLabel *> labels =
+        window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+    for (const QLabel *label : labels)
+        texts << label->text();
+    return texts;
+}
+
+bool TestMainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Paint)
+        painted += static_cast<QPaintEvent *>(event)->region();
+    return QObject::eventFilter(watched, event);
+}
+
+void TestMainWindow::statistics_data()
+{
+    QTest::addColumn<int>("speed");
+    QTest::addColumn<quint64>("left");
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<QString>("speedText");
+    QTest::addColumn<QString>("timeText");
+    const auto row = [](const char *name, int speed, quint64 left, int seconds,
+                        const QString &speedText, const QString &timeText) {
+        QTest::newRow(name) << speed << left << seconds << speedText << timeText;
+    };
+    row("an hour less a second", 131072, 1, 3599, u"  1.0 Mbit/s  "_s, u" 0d 0h 60m left  "_s);
+    row("days", 2'000'000'000, 1, 2 * 86400 + 3600 + 29, u"  15258.8 Mbit/s  "_s,
+        u" 2d 1h 0m left  "_s);
+    row("stalled", 0, 1, 0, u"  0.0 Mbit/s  "_s, u"  **d **h **m left "_s);
+    row("nothing left", 0, 0, 0, u"  0.0 Mbit/s  "_s, u" 0d 0h 0m left  "_s);
+}
+
+void TestMainWindow::statistics()
+{
+    QFETCH(const int, speed);
+    QFETCH(const quint64, left);
+    QFETCH(const int, seconds);
+    emit engine->downloadStatistics(speed, left, seconds);
+    QTEST(statusFields().value(1), "speedText");
+    QTEST(statusFields().value(2), "timeText");
+}
+
+void TestMainWindow::diskspace_data()
+{
+    QTest::addColumn<double>("free");
+    QTest::addColumn<bool>("pausedBefore");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QString>("warning");
+    const QString none = u"  0 GB free  "_s;
+    QTest::newRow("plenty") << 5.99 * 1024 * 1024 * 1024 << false << u"  5 GB free  "_s
+                            << QString();
+    QTest::newRow("just enough") << lowDisk << false << none << QString();
+    QTest::newRow("low") << 99.5 * 1024 * 1024 << false << none
+                         << u"Only 99.5 MB of disk space left. Suspending all downloads."_s;
+    QTest::newRow("low, and all is paused") << 0.0 << true << none << QString();
+    QTest::newRow("cannot be told") << -1.0 << false << none << QString();
+}
+
+void TestMainWindow::diskspace()
+{
+    QFETCH(const double, free);
+    QFETCH(const bool, pausedBefore);
+    QFETCH(const QString, warning);
+    const Nzb *nzb = addJob();
+    if (pausedBefore)
+        engine->pauseAll();
+    freeOnDisk = free;
+    window->checkDiskspace();
+    QTEST(statusFields().value(0), "field");
+    QCOMPARE(nzb->isPaused(), pausedBefore || !warning.isEmpty());
+    QCoreApplication::processEvents();
+    QCOMPARE(box() ? box()->text() : QString(), warning);
+}
+
+void TestMainWindow::boxesComeOneAfterAnother()
+{
+    emit engine->error(0, u"first"_s);
+    emit engine->error(0, u"second"_s);
+    tester.reset(); // it objects to the end of an insertion of a job that could not be made
+    window->handleMessage(writeFile(dir->filePath(u"bad.NZB"_s), "no NZB"));
+    for (const QString &text : {u"first"_s, u"second"_s, u"Error parsing NZB"_s}) {
+        QTRY_VERIFY(box());
+        QCOMPARE(box()->text(), text);
+        const QList<QMessageBox *> boxes = window->findChildren<QMessageBox *>();
+        QCOMPARE(std::count_if(boxes.cbegin(), boxes.cend(), isVisible), 1);
+        QTest::keyClick(box(), Qt::Key_Return);
+        QTRY_VERIFY(!box() || box()->text() != text);
+    }
+    QTRY_VERIFY(window->findChildren<QMessageBox *>().isEmpty());
+}
+
+void TestMainWindow::pauses_data()
+{
+    QTest::addColumn<bool>("pausePAR2");
+    QTest::addColumn<int>("fileRow"); // -1: the job's
+    QTest::addColumn<QList<bool>>("paused");
+    QTest::addColumn<QList<bool>>("resumed");
+    using Flags = QList<bool>; // of film.mkv, film.par2, read.txt
+    QTest::newRow("file") << true << 2 << Flags{false, true, true} << Flags{false, true, false};
+    QTest::newRow("volume by hand")
+        << true << 1 << Flags{false, true, false} << Flags{false, false, false};
+    QTest::newRow("job holds volumes back")
+        << true << -1 << Flags{true, true, true} << Flags{false, true, false};
+    QTest::newRow("job") << false << -1 << Flags{true, true, true} << Flags{false, false, false};
+}
+
+void TestMainWindow::pauses()
+{
+    QFETCH(const bool, pausePAR2);
+    QFETCH(const int, fileRow);
+    engine->settings()->setValue("pausePAR2"_L1, pausePAR2);
+    const Nzb *nzb = addJob();
+    tester.reset(); // it objects to the corners of a progress, which are those of no row
+    const auto flags = [nzb] {
+        QList<bool> result;
+        for (int i = 0; i < nzb->fileCount(); ++i)
+            result << nzb->fileAt(i)->isPaused();
+        return result;
+    };
+    QVERIFY(!action(u"actionPause"_s)->isEnabled());
+    const QModelIndex job = view()->model()->index(0, 0);
+    select(fileRow < 0 ? job : view()->model()->index(fileRow, 0, job));
+    QVERIFY(action(u"actionPause"_s)->isEnabled());
+
+    // The tab key leads from the tree past "Add NZB" to "Pause".
+    QVERIFY(view()->hasFocus());
+    QTest::keyClick(view(), Qt::Key_Tab);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    if (!action(u"actionPause"_s)->isChecked()) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QCOMPARE(message(), u"Paused file"_s);
+    }
+    QTEST(flags(), "paused");
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    QTEST(flags(), "resumed");
+    QCOMPARE(message(), u"Resuming download"_s);
+}
+
+void TestMainWindow::deletes_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("removed");
+    QTest::addColumn<bool>("onDisk");
+    QTest::newRow("list only") << u"commandLinkButton"_s << true << true;
+    QTest::newRow("files too") << u"commandLinkButton_2"_s << true << false;
+    QTest::newRow("cancel") << u"commandLinkButton_3"_s << false << true;
+}
+
+void TestMainWindow::deletes()
+{
+    QFETCH(const QString, button);
+    QFETCH(const bool, removed);
+    addJob(u"a"_s);
+    const QString folder = addJob(u"b"_s)->folder();
+    engine->saveQueue();
+    select(view()->model()->index(1, 0));
+    answerNext([&](QWidget *dialog) { return dialog->findChild<QAbstractButton *>(button); });
+    QTest::keyClick(view(), Qt::Key_Delete);
+    QCOMPARE(view()->model()->rowCount(), removed ? 1 : 2);
+    QCOMPARE(savedJobs(), removed ? QStringList{u"a"_s} : (QStringList{u"a"_s, u"b"_s}));
+    QCOMPARE(message(), removed ? u"Deleted item"_s : QString());
+    QTEST(QFile::exists(folder), "onDisk");
+}
+
+void TestMainWindow::damagedQueue_data()
+{
+    QTest::addColumn<bool>("backupIsGood");
+    QTest::addColumn<QMessageBox::StandardButton>("answer");
+    QTest::addColumn<QStringList>("jobs");
+    QTest::newRow("backup") << true << QMessageBox::Yes << QStringList{u"a"_s};
+    QTest::newRow("no backup wanted") << true << QMessageBox::No << QStringList{u"x"_s};
+    QTest::newRow("damaged backup") << false << QMessageBox::Yes << QStringList{u"y"_s};
+}
+
+void TestMainWindow::damagedQueue()
+{
+    QFETCH(const bool, backupIsGood);
+    QFETCH(const QMessageBox::StandardButton, answer);
+    addJob(u"a"_s);
+    engine->saveQueue();
+    engine->saveQueue();
+    const QString queue = dir->filePath(u"Marlowick/queue.qzb"_s);
+    writeFile(queue, "<qzb><nzb name='x'/>");
+    if (!backupIsGood)
+        writeFile(queue + ".old"_L1, "<qzb><nzb name='y'/>");
+    QStringList told;
+    const auto read = [&](QMessageBox::StandardButton button) {
+        return [&, button](QWidget *dialog) {
+            auto *question = qobject_cast<QMessageBox *>(dialog);
+            told << question->windowTitle() << question->text();
+            if (!backupIsGood && told.size() == 2)
+                answerNext([&](QWidget *next) {
+                    told << qobject_cast<QMessageBox *>(next)->text();
+                    return qobject_cast<QMessageBox *>(next)->button(QMessageBox::Ok);
+                });
+            return question->button(button);
+        };
+    };
+    answerNext(read(answer));
+    restart();
+    QStringList expected{u"Loading queue failed"_s,
+                         u"There was an error loading the queue. Do you want to load the backup "
+                         "file?"_s};
+    if (!backupIsGood)
+        expected << u"Loading the backup failed as well :-( Error parsing queue file"_s;
+    QCOMPARE(told, expected);
+    QStringList jobs;
+    for (int i = 0; i < view()->model()->rowCount(); ++i)
+        jobs << view()->model()->index(i, 0).data().toString();
+    QTEST(jobs, "jobs");
+}
+
+void TestMainWindow::completeJob_data()
+{
+    QTest::addColumn<bool>("clear");
+    QTest::newRow("stays") << false;
+    QTest::newRow("is cleared") << true;
+}
+
+void TestMainWindow::completeJob()
+{
+    QFETCH(const bool, clear);
+    engine->settings()->setValue("clearOnCompletion"_L1, clear);
+    emit engine->nzbComplete(addJob());
+    QCOMPARE(savedJobs(), QStringList{u"job"_s}); // as it stood
+    QCOMPARE(view()->model()->rowCount(), clear ? 0 : 1);
+}
+
+void TestMainWindow::progressShowsInBothRows()
+{
+    const Nzb *nzb = addJob();
+    const QModelIndex job = view()->model()->index(0, 2);
+    view()->expandAll();
+    const QModelIndex file = view()->model()->index(2, 2, job.siblingAtColumn(0));
+    QVERIFY(QTest::qWaitForWindowExposed(&*window));
+    QCoreApplication::processEvents();
+    view()->viewport()->installEventFilter(this);
+    painted = {};
+    tester.reset(); // it objects to the corners of a progress, which are those of no row
+    emit engine->downloadProgresses(nzb->fileAt(2));
+    QTRY_VERIFY(painted.contains(view()->visualRect(job)));
+    QVERIFY(painted.contains(view()->visualRect(file)));
+}
+
+void TestMainWindow::closingSaves()
+{
+    addJob();
+    window->close();
+    QCOMPARE(savedJobs(), QStringList{u"job"_s});
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "test_mainwindow.moc"
