@@ -2,21 +2,32 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QTimer>
 #include <QTreeView>
 
-/// The tree of the queue. All its rows are of one height, and each progress concerns two of them,
-/// a file's and its job's, so it simply repaints what it shows: finding the rows takes the base
-/// class time that grows with the queue, for each article.
+/// The tree of the queue. Each progress concerns two rows, a file's and its job's, so it repaints
+/// what it shows, a few times a second however many articles arrive: finding the rows would take
+/// time that grows with the queue, and a repaint for each article most of the processor's.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
 
 public:
-    using QTreeView::QTreeView;
+    explicit QueueView(QWidget *parent)
+        : QTreeView(parent)
+    {
+        repaintTimer.setSingleShot(true);
+        repaintTimer.setInterval(100);
+        connect(&repaintTimer, &QTimer::timeout, viewport(), qOverload<>(&QWidget::update));
+    }
 
     void dataChanged(const QModelIndex & /*topLeft*/, const QModelIndex & /*bottomRight*/,
                      const QList<int> & /*roles*/ = {}) override
     {
-        viewport()->update();
+        if (!repaintTimer.isActive())
+            repaintTimer.start();
     }
+
+private:
+    QTimer repaintTimer;
 };
