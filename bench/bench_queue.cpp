@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// What a large queue costs: reading an NZB beside the bare parse of the same file, and the search
-// for the next article beside the same search over a plain array.
+// What a large queue costs: reading an NZB, saving the queue and loading it, each beside the least
+// that the same XML costs, and the search for the next article beside one over a plain array.
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QXmlAttributes>
@@ -14,7 +16,11 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <cstdio>
+#include <iterator>
 #include <malloc.h>
+#include <memory>
+#include <quazip/quagzipfile.h>
 #include <vector>
 
 #include "engine/marlowick.h"
@@ -28,7 +34,10 @@ namespace {
 constexpr int segmentsPerFile = 200;
 constexpr int finishedFiles = 10'000;
 
-/// An NZB of @p segments segments with message ids of 45 characters.
+double bytesAllocated() { return static_cast<double>(mallinfo2().uordblks); }
+
+/// An NZB of @p segments segments with message ids of 45 characters that pack as badly as real
+/// ones.
 QString writeNzb(const QTemporaryDir &folder, int segments)
 {
     QFile file(folder.filePath(u"bench.nzb"_s));
@@ -43,8 +52,10 @@ QString writeNzb(const QTemporaryDir &folder, int segments)
                        "&quot;name.part"
                        + QByteArray::number(i / segmentsPerFile)
                        + ".rar&quot; yEnc (1/200)\">\n<segments>\n");
-        file.write("  <segment bytes=\"750000\" number=\"" + QByteArray::number(number) + "\">"
-                   + QByteArray::number(i).rightJustified(32, 'p') + "@example.test</segment>\n");
+        file.write(
+            "  <segment bytes=\"750000\" number=\"" + QByteArray::number(number) + "\">"
+            + QCryptographicHash::hash(QByteArray::number(i), QCryptographicHash::Md5).toHex()
+            + "@example.test</segment>\n");
         if (number == segmentsPerFile || i == segments - 1)
             file.write("</segments>\n</file>\n");
     }
@@ -56,32 +67,118 @@ void importNzb(benchmark::State &state)
 {
     const QTemporaryDir folder;
     const QString path = writeNzb(folder, static_cast<int>(state.range(0)));
-    size_t taken = 0;
+    double taken = 0;
     for (auto _ : state) {
-        const size_t before = mallinfo2().uordblks;
+        const double before = bytesAllocated();
         const Nzb job(nullptr, folder.path(), path);
-        taken = mallinfo2().uordblks - before;
+        taken = bytesAllocated() - before;
     }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.counters["bytes/segment"] =
-        static_cast<double>(taken) / static_cast<double>(state.range(0));
+    state.counters["bytes/segment"] = taken / static_cast<double>(state.range(0));
+}
+
+/// @tparam File  QFile or QuaGzipFile
+template <typename File> void parseFile(benchmark::State &state, const QString &path)
+{
+    for (auto _ : state) {
+        File file(path);
+        QXmlDefaultHandler handler;
+        QXmlSimpleReader reader;
+        reader.setContentHandler(&handler);
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("%s cannot be read.", qPrintable(path));
+        QXmlInputSource source(&file);
+        if (!reader.parse(&source))
+            qFatal("%s is damaged.", qPrintable(path));
+    }
 }
 
 void parseOnly(benchmark::State &state)
 {
     const QTemporaryDir folder;
-    QFile file(writeNzb(folder, static_cast<int>(state.range(0))));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("The NZB cannot be read.");
+    parseFile<QFile>(state, writeNzb(folder, static_cast<int>(state.range(0))));
+}
+
+/// An engine with settings and queue file in @p folder and an empty queue. Without the setting
+/// "threads" it opens no connection.
+std::unique_ptr<Marlowick> makeEngine(const QTemporaryDir &folder)
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
+    auto engine = std::make_unique<Marlowick>(nullptr);
+    engine->settings()->setValue("downloadFolder"_L1, folder.path());
+    QObject::connect(engine.get(), &Marlowick::error, engine.get(),
+                     [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
+    return engine;
+}
+
+QString queueFile(const Marlowick &engine)
+{
+    return QFileInfo(engine.settings()->fileName()).path() + u"/queue.qzb"_s;
+}
+
+/// Saves a queue of @p segments segments. @returns the queue file
+QString writeQueue(const QTemporaryDir &folder, int segments)
+{
+    const auto engine = makeEngine(folder);
+    static_cast<void>(engine->addNZB(writeNzb(folder, segments)));
+    engine->saveQueue();
+    return queueFile(*engine);
+}
+
+void saveQueue(benchmark::State &state)
+{
+    const QTemporaryDir folder;
+    const auto engine = makeEngine(folder);
+    static_cast<void>(engine->addNZB(writeNzb(folder, static_cast<int>(state.range(0)))));
+    for (auto _ : state)
+        engine->saveQueue();
+    state.counters["file bytes"] = static_cast<double>(QFileInfo(queueFile(*engine)).size());
+}
+
+/// Packs the document that a save writes.
+void packOnly(benchmark::State &state)
+{
+    const QTemporaryDir folder;
+    QuaGzipFile saved(writeQueue(folder, static_cast<int>(state.range(0))));
+    if (!saved.open(QIODevice::ReadOnly))
+        qFatal("The queue file cannot be read.");
+    const QByteArray document = saved.readAll();
+    const QString path = folder.filePath(u"packed"_s);
     for (auto _ : state) {
-        file.seek(0);
-        QXmlInputSource source(&file);
-        QXmlDefaultHandler handler;
-        QXmlSimpleReader reader;
-        reader.setContentHandler(&handler);
-        benchmark::DoNotOptimize(reader.parse(&source));
+        QuaGzipFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size())
+            qFatal("The document cannot be packed.");
+        file.close();
     }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.counters["file bytes"] = static_cast<double>(QFileInfo(path).size());
+}
+
+void loadQueue(benchmark::State &state)
+{
+    const QTemporaryDir folder;
+    static_cast<void>(writeQueue(folder, static_cast<int>(state.range(0))));
+    double taken = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto engine = makeEngine(folder);
+        const double before = bytesAllocated();
+        state.ResumeTiming();
+        engine->loadQueue(QString());
+        state.PauseTiming();
+        taken = bytesAllocated() - before;
+        engine.reset();
+        state.ResumeTiming();
+    }
+    state.counters["bytes/segment"] = taken / static_cast<double>(state.range(0));
+}
+
+void unpackAndParse(benchmark::State &state)
+{
+    const QTemporaryDir folder;
+    parseFile<QuaGzipFile>(state, writeQueue(folder, static_cast<int>(state.range(0))));
 }
 
 /// An NZB of @p files files with one segment each.
@@ -101,18 +198,15 @@ QString writeSmallFiles(const QTemporaryDir &folder, int files)
 void nextArticle(benchmark::State &state)
 {
     const QTemporaryDir folder;
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder.path());
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    Marlowick engine(nullptr); // without the setting "threads" it opens no connection
-    engine.settings()->setValue("downloadFolder"_L1, folder.path());
-    static_cast<void>(engine.addNZB(writeSmallFiles(folder, finishedFiles + 1)));
+    const auto engine = makeEngine(folder);
+    static_cast<void>(engine->addNZB(writeSmallFiles(folder, finishedFiles + 1)));
     NzbFile *file = nullptr;
     int number = 0;
     QString messageId;
-    for (int i = 0; i < finishedFiles && engine.nextArticle(file, number, messageId); ++i)
+    for (int i = 0; i < finishedFiles && engine->nextArticle(file, number, messageId); ++i)
         file->segmentDecoded(number, QString(), 9, true, true);
     for (auto _ : state) {
-        if (!engine.nextArticle(file, number, messageId))
+        if (!engine->nextArticle(file, number, messageId))
             qFatal("There is nothing to fetch.");
         file->requeueSegment(number);
     }
@@ -135,17 +229,58 @@ void walkPlainArray(benchmark::State &state)
     }
 }
 
+/// Shows the median of each row's repetitions, in the order of registration.
+class MedianReporter final : public benchmark::ConsoleReporter {
+public:
+    MedianReporter()
+        : ConsoleReporter(OO_None)
+    {
+    }
+
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        std::copy_if(runs.cbegin(), runs.cend(), std::back_inserter(medians),
+                     [](const Run &run) { return run.aggregate_name == "median"; });
+    }
+
+    void Finalize() override
+    {
+        std::sort(medians.begin(), medians.end(),
+                  [](const Run &a, const Run &b) { return a.family_index < b.family_index; });
+        ConsoleReporter::ReportRuns(medians);
+    }
+
+private:
+    std::vector<Run> medians;
+};
+
+void largeQueue(benchmark::internal::Benchmark *row)
+{
+    row->Arg(200'000)->Unit(benchmark::kMillisecond);
+}
+
 } // namespace
 
-BENCHMARK(importNzb)->Arg(200'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(parseOnly)->Arg(200'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(importNzb)->Apply(largeQueue);
+BENCHMARK(parseOnly)->Apply(largeQueue);
+BENCHMARK(saveQueue)->Apply(largeQueue);
+BENCHMARK(packOnly)->Apply(largeQueue);
+BENCHMARK(loadQueue)->Apply(largeQueue);
+BENCHMARK(unpackAndParse)->Apply(largeQueue);
 BENCHMARK(nextArticle)->Unit(benchmark::kMicrosecond);
 BENCHMARK(walkPlainArray)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    // Interleaved, so that what else the machine does meets a row and its rival alike.
+    char repetitions[] = "--benchmark_repetitions=5";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    std::vector<char *> arguments{argv[0], repetitions, interleaving};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    MedianReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
 }

@@ -3,7 +3,6 @@
 #include "download_job.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QSettings>
 
@@ -41,31 +40,6 @@ QString writeNzb(const DownloadJob &job)
     return path;
 }
 
-void configure(QSettings &settings, const DownloadJob &job)
-{
-    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
-    settings.setValue("port"_L1, job.port);
-    settings.setValue("ssl"_L1, job.ssl);
-    settings.setValue("threads"_L1, DownloadJob::connections);
-    settings.setValue("networkTimeout"_L1, 30);
-    settings.setValue("downloadFolder"_L1, job.folder);
-}
-
-void verify(const DownloadJob &job, const QString &folder)
-{
-    const QByteArray expected = DownloadJob::articleData();
-    for (qint64 number = 0; number < job.files(); ++number) {
-        QFile file(folder + u'/' + QString::fromLatin1(DownloadJob::fileName(number)));
-        if (!file.open(QIODevice::ReadOnly)
-            || file.size() != job.parts(number) * DownloadJob::articleSize)
-            qFatal("%s has the wrong size", qPrintable(file.fileName()));
-        while (!file.atEnd()) {
-            if (file.read(DownloadJob::articleSize) != expected)
-                qFatal("%s has wrong bytes", qPrintable(file.fileName()));
-        }
-    }
-}
-
 } // namespace
 
 DownloadCost downloadWithEngine(const DownloadJob &job)
@@ -73,7 +47,7 @@ DownloadCost downloadWithEngine(const DownloadJob &job)
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, job.folder);
     const QString nzbFile = writeNzb(job);
     Marlowick engine(nullptr);
-    configure(*engine.settings(), job);
+    job.configure(*engine.settings());
 
     CostMeter meter;
     DownloadCost cost;
@@ -91,6 +65,6 @@ DownloadCost downloadWithEngine(const DownloadJob &job)
                      [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
     static_cast<void>(engine.addNZB(nzbFile));
     QCoreApplication::exec();
-    verify(job, folder);
+    job.verify(folder);
     return cost;
 }

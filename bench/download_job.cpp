@@ -3,6 +3,7 @@
 #include "download_job.h"
 
 #include <QFile>
+#include <QSettings>
 
 #include <sys/resource.h>
 #include <time.h>
@@ -42,6 +43,30 @@ qint64 residentKib()
 } // namespace
 
 QByteArray DownloadJob::articleData() { return randomBytes(1, articleSize); }
+
+void DownloadJob::configure(QSettings &settings) const
+{
+    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
+    settings.setValue("port"_L1, port);
+    settings.setValue("ssl"_L1, ssl);
+    settings.setValue("threads"_L1, connections);
+    settings.setValue("networkTimeout"_L1, 30);
+    settings.setValue("downloadFolder"_L1, folder);
+}
+
+void DownloadJob::verify(const QString &downloads) const
+{
+    const QByteArray expected = articleData();
+    for (qint64 number = 0; number < files(); ++number) {
+        QFile file(downloads + u'/' + QString::fromLatin1(fileName(number)));
+        if (!file.open(QIODevice::ReadOnly) || file.size() != parts(number) * articleSize)
+            qFatal("%s has the wrong size", qPrintable(file.fileName()));
+        while (!file.atEnd()) {
+            if (file.read(articleSize) != expected)
+                qFatal("%s has wrong bytes", qPrintable(file.fileName()));
+        }
+    }
+}
 
 CostMeter::CostMeter()
     : startTime(wallTime())

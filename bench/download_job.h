@@ -7,11 +7,12 @@
 
 #include <array>
 
-/// The post that the loopback server serves and every client fetches: files of 64 articles, of
-/// which only the last can have fewer. All articles decode to the same bytes.
+class QSettings;
+
+/// The post that the loopback server serves and every client fetches. Only its last file can have
+/// fewer articles than the others; all articles decode to the same bytes.
 struct DownloadJob {
     static constexpr qint64 articleSize = 750'000; ///< decoded
-    static constexpr qint64 articlesPerFile = 64;
     static constexpr int connections = 8;
 
     [[nodiscard]] qint64 bytes() const { return articles * articleSize; }
@@ -41,7 +42,13 @@ struct DownloadJob {
     }
     [[nodiscard]] static QByteArray articleData();
 
+    /// Tells the engine where to download from and to.
+    void configure(QSettings &settings) const;
+    /// Ends the process with a message unless @p downloads holds the whole post.
+    void verify(const QString &downloads) const;
+
     qint64 articles = 0;
+    qint64 articlesPerFile = 64;
     quint16 port = 0;
     bool ssl = false;
     QString folder; ///< on a file system in memory
