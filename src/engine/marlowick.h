@@ -150,6 +150,7 @@ private:
     QTimer saveTimer;
     bool errorShown = false;
     bool errorBoxShown = false;
+    bool backupLoaded = false; ///< and no save done since
     bool passwordAsked = false; ///< the server has, since a connection was last opened
     int bytesPerSecond = 0;
     quint64 lastBytesReceived = 0;

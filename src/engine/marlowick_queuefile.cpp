@@ -51,17 +51,21 @@ void Marlowick::saveQueue()
 {
     try {
         writeQueue();
+        backupLoaded = false;
     } catch (const std::runtime_error &failure) {
         saveTimer.stop();
         QFile::remove(queueFileName);
         QFile::rename(backupFileName, queueFileName);
+        backupLoaded = false;
         emit error(0, QString::fromUtf8(failure.what()));
     }
 }
 
+/// After loadBackup() the queue file is damaged and is written over where it lies: moved to the
+/// backup's name it would take the place of the only good file before there is another.
 void Marlowick::writeQueue() const
 {
-    if (QFile::exists(queueFileName)) {
+    if (!backupLoaded && QFile::exists(queueFileName)) {
         QFile::remove(backupFileName);
         if (!replaceByEmptyFile(queueFileName, backupFileName))
             QFile::rename(queueFileName, backupFileName);
@@ -101,6 +105,7 @@ void Marlowick::loadBackup()
 {
     nzbs.clear();
     loadQueue(backupFileName);
+    backupLoaded = QFile::exists(backupFileName);
 }
 
 bool Marlowick::startElement(const QString &namespaceURI, const QString &localName,

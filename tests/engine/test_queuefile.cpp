@@ -243,8 +243,11 @@ void TestQueueFile::backupIsOneSaveOld()
     writeFile(path(), "<qzb><nzb name='x'/>");
     restart();
     QVERIFY_EXCEPTION_THROWN(t->engine->loadQueue(QString()), std::runtime_error);
+    const QByteArray backup = document(u".old"_s);
     t->engine->loadBackup();
     QCOMPARE(jobs(), (QStringList{u"a"_s, u"b"_s}));
+    t->engine->saveQueue();
+    QCOMPARE(document(u".old"_s), backup); // the damaged file has not taken its place
 }
 
 void TestQueueFile::failedSaveRestoresBackup()
