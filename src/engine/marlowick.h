@@ -63,7 +63,7 @@ public:
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
     /// Tells the engine whether an error box stands on the screen. While one asks for a password no
-    /// connection is opened.
+    /// connection is added to the pool; those in it retry as ever.
     void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
 
     /// Appends the jobs of a queue file, with half-done files where they stood. Without a file

@@ -3,6 +3,7 @@
 
 // The queue across runs: one compressed XML file, and as its backup the file of the save before.
 #include <QFile>
+#include <QFileInfo>
 #include <QXmlStreamWriter>
 
 #include <cstdio>
@@ -37,6 +38,13 @@ bool replaceByEmptyFile(const QString &file, const QString &backup)
     return false;
 }
 
+/// Puts @p backup in the place of @p file in one step, so that a crash finds one of them.
+void restoreBackup(const QString &backup, const QString &file)
+{
+    if (QFileInfo(backup).isFile())
+        std::rename(QFile::encodeName(backup).constData(), QFile::encodeName(file).constData());
+}
+
 /// A name from a queue file becomes a folder as it stands, so it must not lead anywhere else.
 QString folderName(const QString &name)
 {
@@ -54,8 +62,7 @@ void Marlowick::saveQueue()
         backupLoaded = false;
     } catch (const std::runtime_error &failure) {
         saveTimer.stop();
-        QFile::remove(queueFileName);
-        QFile::rename(backupFileName, queueFileName);
+        restoreBackup(backupFileName, queueFileName);
         backupLoaded = false;
         emit error(0, QString::fromUtf8(failure.what()));
     }

@@ -21,6 +21,7 @@ void Marlowick::dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename
     NNTP *connection = senderConnection();
     if (!connection || !nzbfile)
         return assignArticle(connection);
+    passwordAsked = passwordAsked && errorBoxShown; // the server does no longer
     nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
     if (isQueued(nzbfile)) {
         emit downloadProgresses(nzbfile);

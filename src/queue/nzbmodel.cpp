@@ -14,6 +14,9 @@ namespace {
 
 enum Column { FileColumn, SizeColumn, StatusColumn, ColumnCount };
 
+/// Characters of a name: laying out a hostile one of a million would take seconds.
+constexpr int longestShown = 1000;
+
 constexpr struct {
     QLatin1StringView picture;
     QLatin1StringView extensions;
@@ -138,7 +141,7 @@ QVariant NzbModel::text(const INzbItem *item, int column) const
 {
     switch (column) {
     case FileColumn:
-        return item->name();
+        return item->name().left(longestShown);
     case SizeColumn:
         return formatSize(static_cast<double>(item->size()));
     case StatusColumn:

@@ -13,7 +13,7 @@ BoxQueue::BoxQueue(QWidget *window)
 
 void BoxQueue::append(QMessageBox::Icon icon, const QString &title, const QString &text)
 {
-    boxes.append({icon, title, text});
+    boxes.append({icon, title, text.left(1000)});
     if (boxes.size() == 1) {
         emit emptyChanged(false);
         QTimer::singleShot(0, this, &BoxQueue::showFirst);

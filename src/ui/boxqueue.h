@@ -17,7 +17,9 @@ public:
     /// @param window  the window that the boxes belong to and block
     explicit BoxQueue(QWidget *window);
 
+    /// A text that nobody would read to its end, from a hostile name, is cut.
     void append(QMessageBox::Icon icon, const QString &title, const QString &text);
+    [[nodiscard]] bool isEmpty() const { return boxes.isEmpty(); }
     /// Returns once the user has answered every box, with the event loop running meanwhile.
     void waitUntilEmpty();
 

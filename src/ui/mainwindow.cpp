@@ -51,6 +51,9 @@ MainWindow::MainWindow()
     diskTimer.start(diskCheckMsec);
     connect(ui->treeView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &MainWindow::onCurrentRowChanged);
+    // When a job goes whose file is the current row, the view tells nothing.
+    connect(model, &NzbModel::rowsRemoved, this,
+            [this] { onCurrentRowChanged(currentRow(), QModelIndex()); });
     QTimer::singleShot(firstConnectionMsec, engine, &Marlowick::startToDownloadQueue);
 }
 
@@ -82,8 +85,8 @@ void MainWindow::setUpToolBar()
         previous = button;
     }
     ui->actionSettings->setEnabled(false); // there is no dialog behind it yet
-    // Large text must not push actions out of sight, where the tab key does not lead.
-    resize(size().expandedTo({ui->toolBar->sizeHint().width(), 0}));
+    // What lies behind the bar's end is out of reach of the tab key.
+    setMinimumWidth(ui->toolBar->sizeHint().width());
 }
 
 void MainWindow::setUpStatusBar()
@@ -147,11 +150,19 @@ void MainWindow::importCommandLine()
         handleMessage(argument);
 }
 
-void MainWindow::closeEvent(QCloseEvent *event)
+void MainWindow::stopAndSave()
 {
     engine->closeAllConnections();
     engine->saveQueue();
-    boxes->waitUntilEmpty(); // what could not be saved is told while there is a window
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    stopAndSave();
+    if (!boxes->isEmpty()) {
+        boxes->waitUntilEmpty(); // what could not be saved is told while there is a window,
+        stopAndSave(); // and the engine has lived on meanwhile
+    }
     event->accept();
 }
 

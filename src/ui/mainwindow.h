@@ -57,6 +57,7 @@ private:
     void setUpToolBar();
     void setUpStatusBar();
     void connectEngine();
+    void stopAndSave();
     void loadQueue();
     void importCommandLine();
     void importNzb(const QString &path, bool save);

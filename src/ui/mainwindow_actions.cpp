@@ -110,7 +110,7 @@ void MainWindow::on_actionDelete_triggered()
 
 void MainWindow::on_actionDownloads_triggered()
 {
-    const QString folder = engine->downloadFolder();
+    const QString folder = QDir::cleanPath(engine->downloadFolder());
     QUrl url;
     url.setScheme(u"file"_s);
     url.setPath(folder.startsWith(u'/') ? folder : u'/' + folder);

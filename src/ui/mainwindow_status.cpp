@@ -34,7 +34,7 @@ void MainWindow::onError(int /*code*/, const QString &msg)
 void MainWindow::onNotice(int /*code*/, const QString &msg)
 {
     qDebug().nospace() << "Notice: " << msg;
-    ui->statusBar->showMessage(msg, noticeMsec);
+    ui->statusBar->showMessage(msg.left(1000), noticeMsec); // a hostile name can be of any length
 }
 
 void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft)

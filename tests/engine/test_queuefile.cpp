@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include <QDir>
 #include <QTest>
 
 #include <quazip/quagzipfile.h>
@@ -252,6 +253,16 @@ void TestQueueFile::backupIsOneSaveOld()
 
 void TestQueueFile::failedSaveRestoresBackup()
 {
+    // Nothing that is no backup takes the queue's place.
+    QVERIFY(QDir().mkpath(path() + ".old/x"_L1));
+    {
+        const NoFreeHandles handles;
+        t->engine->saveQueue();
+    }
+    QVERIFY(!QFile::exists(path()));
+    QVERIFY(QDir(path() + ".old"_L1).removeRecursively());
+    t->errors.clear();
+
     add(u"a"_s, {});
     t->engine->saveQueue();
     const QByteArray saved = document();

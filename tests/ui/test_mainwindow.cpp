@@ -5,11 +5,15 @@
 #include <QAction>
 #include <QApplication>
 #include <QCommandLinkButton>
+#include <QDialogButtonBox>
+#include <QDir>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPaintEvent>
 #include <QPushButton>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -24,6 +28,7 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "support/files.h"
+#include "support/newsserver.h"
 #include "ui/mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -62,9 +67,12 @@ private slots:
     void diskspace_data();
     void diskspace();
     void boxesComeOneAfterAnother();
+    void opensNoConnectionUnderBox();
+    void addsByDialog();
     void keysReachEverything();
     void pauses_data();
     void pauses();
+    void jobGoesUnderQuestion();
     void deletes_data();
     void deletes();
     void damagedQueue_data();
@@ -73,6 +81,7 @@ private slots:
     void completeJob();
     void progressShowsInBothRows();
     void closingSaves();
+    void closingTellsOfFailure();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -80,6 +89,7 @@ protected:
 private:
     void open();
     void restart();
+    void allowConnection(int port);
     Nzb *addJob(const QString &name = u"job"_s);
     void select(const QModelIndex &row) { view()->setCurrentIndex(row); }
     /// Clicks this button of the box or dialog that opens next.
@@ -134,6 +144,15 @@ void TestMainWindow::restart()
 {
     cleanup();
     open();
+}
+
+void TestMainWindow::allowConnection(int port)
+{
+    engine->settings()->setValue("hostname"_L1, u"127.0.0.1"_s);
+    engine->settings()->setValue("port"_L1, port);
+    engine->settings()->setValue("threads"_L1, 1);
+    engine->settings()->setValue("networkTimeout"_L1, 30);
+    engine->settings()->setValue("networkRetry"_L1, 30);
 }
 
 /// A job of a film, which is finished, a text and a PAR2 volume, with their files on disk.
@@ -267,6 +286,34 @@ void TestMainWindow::boxesComeOneAfterAnother()
     QTRY_VERIFY(window->findChildren<QMessageBox *>().isEmpty());
 }
 
+void TestMainWindow::opensNoConnectionUnderBox()
+{
+    NewsServer server;
+    server.requireLogin("joe", "secret");
+    allowConnection(server.serverPort());
+    tester.reset(); // it objects to the corners of a progress, which are those of no row
+    addJob();
+    QTRY_VERIFY(box());
+    engine->startToDownloadQueue();
+    QCOMPARE(engine->connectionCount(), 0);
+    QTest::keyClick(box(), Qt::Key_Return);
+    engine->startToDownloadQueue();
+    QCOMPARE(engine->connectionCount(), 1);
+}
+
+void TestMainWindow::addsByDialog()
+{
+    const QString nzb = writeFile(dir->filePath(u"a.nzb"_s), "<nzb/>");
+    window->handleMessage(nzb);
+    QCOMPARE(savedJobs(), QStringList());
+    answerNext([&](QWidget *dialog) {
+        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(nzb);
+        return dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open);
+    });
+    action(u"actionAdd_NZB"_s)->trigger();
+    QCOMPARE(savedJobs(), (QStringList{u"a"_s, u"a2"_s}));
+}
+
 void TestMainWindow::keysReachEverything()
 {
     addJob();
@@ -326,9 +373,33 @@ void TestMainWindow::pauses()
         QCOMPARE(message(), u"Paused file"_s);
     }
     QTEST(flags(), "paused");
+    const QModelIndex row = view()->currentIndex();
+    select(view()->model()->index(0, 0, job)); // the film, which is paused with the job alone
+    QCOMPARE(action(u"actionPause"_s)->isChecked(), nzb->fileAt(0)->isPaused());
+    select(row);
+    QVERIFY(action(u"actionPause"_s)->isChecked());
+    allowConnection(1);
+    const QSignalSpy messages(window->statusBar(), &QStatusBar::messageChanged);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
     QTEST(flags(), "resumed");
-    QCOMPARE(message(), u"Resuming download"_s);
+    QCOMPARE(engine->connectionCount(), 1);
+    QCOMPARE(messages.value(0), QVariantList{u"Resuming download"_s});
+}
+
+void TestMainWindow::jobGoesUnderQuestion()
+{
+    engine->settings()->setValue("clearOnCompletion"_L1, true);
+    Nzb *nzb = addJob(u"a"_s);
+    addJob(u"b"_s);
+    select(view()->model()->index(0, 0, view()->model()->index(0, 0)));
+    answerNext([&](QWidget *dialog) {
+        emit engine->nzbComplete(nzb);
+        return dialog->findChild<QAbstractButton *>(u"commandLinkButton_2"_s);
+    });
+    QTest::keyClick(view(), Qt::Key_Delete);
+    QCOMPARE(view()->model()->rowCount(), 1);
+    QCOMPARE(view()->model()->index(0, 0).data().toString(), u"b"_s);
+    QCOMPARE(action(u"actionDelete"_s)->isEnabled(), view()->currentIndex().isValid());
 }
 
 void TestMainWindow::deletes_data()
@@ -442,6 +513,18 @@ void TestMainWindow::closingSaves()
     addJob();
     window->close();
     QCOMPARE(savedJobs(), QStringList{u"job"_s});
+}
+
+void TestMainWindow::closingTellsOfFailure()
+{
+    QVERIFY(QDir(dir->filePath(u"Marlowick"_s)).removeRecursively());
+    QString told;
+    answerNext([&](QWidget *dialog) {
+        told = qobject_cast<QMessageBox *>(dialog)->text();
+        return qobject_cast<QMessageBox *>(dialog)->button(QMessageBox::Ok);
+    });
+    window->close();
+    QCOMPARE(told, u"Error saving queue file"_s);
 }
 
 QTEST_MAIN(TestMainWindow)
