@@ -22,6 +22,8 @@ class FileCombiner final : public QThread {
 public:
     /// @param job  handed back in the signals, never looked into; may be null
     FileCombiner(Nzb *job, QObject *parent);
+    /// Blocks until the thread has ended.
+    ~FileCombiner() override { wait(); }
 
     /// @param path  full path of a piece
     void addFile(const QString &path) { parts << path; }

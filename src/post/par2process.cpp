@@ -1,0 +1,181 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "post/par2process.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "queue/nzb.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString findExecutable(const QStringList &candidates)
+{
+    const auto found = std::find_if(candidates.cbegin(), candidates.cend(),
+                                    [](const QString &path) { return QFile::exists(path); });
+    const QString executable = found == candidates.cend() ? QString() : *found;
+    qDebug() << "par2 found" << executable << "possible" << candidates;
+    if (executable.isEmpty())
+        throw std::runtime_error("Cannot find par2 executable");
+    return executable;
+}
+
+/// The program refuses a volume with a wildcard anywhere in its path. It runs in the volume's
+/// folder, so that a folder of such a name can be left out.
+QString volumeArgument(const QFileInfo &volume)
+{
+    const QString folder = volume.absolutePath();
+    const bool wildcard = folder.contains(u'*') || folder.contains(u'?');
+    return wildcard ? u"./"_s + volume.fileName() : volume.absoluteFilePath();
+}
+
+} // namespace
+
+Par2Process::Par2Process(Nzb *nzb, const QStringList &files, QObject *parent)
+    : Par2Process(nzb, files, parent,
+                  {u"/usr/bin/par2tbb"_s, u"/usr/local/bin/par2tbb"_s, u"/usr/bin/par2"_s,
+                   u"/usr/local/bin/par2"_s})
+{
+}
+
+Par2Process::Par2Process(Nzb *nzb, const QStringList &files, QObject *parent,
+                         const QStringList &candidates)
+    : QObject(parent)
+    , nzb(nzb)
+    , executable(findExecutable(candidates))
+{
+    for (const QString &file : files) {
+        const qsizetype tail = file.lastIndexOf(".vol"_L1);
+        if (tail >= 0)
+            groups[file.left(tail)] << file;
+    }
+    nextGroup = groups.begin();
+}
+
+Par2Process::~Par2Process()
+{
+    if (!process)
+        return;
+    process->disconnect(this);
+    process->kill();
+    process->waitForFinished();
+}
+
+void Par2Process::startNextGroup()
+{
+    if (nextGroup != groups.end()) {
+        startVolume(nextGroup.key(), nextGroup->constFirst());
+        ++nextGroup;
+        return;
+    }
+    const QPointer<Par2Process> alive(this);
+    const bool success = repaired != 0 && failed == 0;
+    answered = answered || allCorrect != 0 || success;
+    if (allCorrect != 0)
+        emit nothingToRepair(nzb);
+    else if (success)
+        emit repairComplete(nzb);
+    if (alive)
+        emit passEnded(nzb, answered);
+}
+
+void Par2Process::startVolume(const QString &group, const QString &file)
+{
+    const QFileInfo volume(file);
+    output.clear();
+    process = new QProcess(this);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->setStandardInputFile(QProcess::nullDevice());
+    connect(process, &QProcess::finished, this, &Par2Process::onFinished);
+    connect(process, &QProcess::readyRead, this, &Par2Process::readOutput);
+    // Queued: it may come from within start().
+    connect(process, &QProcess::errorOccurred, this, &Par2Process::onError, Qt::QueuedConnection);
+    process->setWorkingDirectory(volume.absolutePath());
+    qDebug() << "Starting par2 repair using" << file;
+    currentGroup = group;
+    process->start(executable, {u"r"_s, u"-q"_s, volumeArgument(volume), u"*"_s},
+                   QIODevice::ReadOnly);
+}
+
+/// The mark in the place of what is dropped keeps the rest of a cut line from looking like a line.
+void Par2Process::readOutput()
+{
+    output += process->readAll();
+    if (output.size() > maxOutput)
+        output.replace(0, output.size() - maxOutput, "...");
+}
+
+void Par2Process::onFinished()
+{
+    readOutput();
+    // It is speaking, and so has to outlive this object, should a slot delete that.
+    process->setParent(nullptr);
+    std::exchange(process, nullptr)->deleteLater();
+    qDebug() << "PAR2 response" << QString::fromLocal8Bit(output);
+
+    const QByteArrayList lines = output.split('\n');
+    for (auto line = lines.crbegin(); line != lines.crend(); ++line) {
+        if (line->startsWith("Repair complete"))
+            return finishGroup(repaired);
+        if (line->startsWith("All files are correct"))
+            return finishGroup(allCorrect);
+        if (line->startsWith("You need "))
+            return stopForBlocks(line->split(' ').value(2).toInt());
+        if (line->startsWith("Main packet not found"))
+            return dropCorruptVolume();
+    }
+    qDebug() << "Error parsing par2 response";
+    finishGroup(failed);
+}
+
+/// A crash is not looked at: the program has ended then, and onFinished() judges its output.
+void Par2Process::onError(QProcess::ProcessError error)
+{
+    if (error != QProcess::FailedToStart)
+        return;
+    qWarning() << "Cannot start par2:" << process->errorString();
+    emit passEnded(nzb, answered);
+}
+
+void Par2Process::finishGroup(int &counter)
+{
+    ++counter;
+    startNextGroup();
+}
+
+/// The remaining sets are not started: the job has to fetch volumes first.
+void Par2Process::stopForBlocks(int number)
+{
+    if (requestBlocks(number))
+        emit passEnded(nzb, answered);
+}
+
+/// Unlike a set that lacks blocks, one without a useful volume does not stop the others.
+void Par2Process::dropCorruptVolume()
+{
+    QStringList &volumes = groups[currentGroup];
+    const QString corrupt = volumes.takeFirst();
+    qDebug() << "Deleting corrupt PAR2 file:" << corrupt;
+    QFile::remove(corrupt);
+    if (!volumes.isEmpty())
+        startVolume(currentGroup, volumes.constFirst());
+    else if (requestBlocks(1))
+        startNextGroup();
+}
+
+/// False when a slot has deleted this object.
+bool Par2Process::requestBlocks(int number)
+{
+    const QPointer<Par2Process> alive(this);
+    ++failed;
+    answered = true;
+    emit needMoreBlocks(nzb, number, currentGroup);
+    return alive;
+}

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMap>
+#include <QObject>
+#include <QPointer>
+#include <QProcess>
+#include <QStringList>
+
+class Nzb;
+
+/// One pass of the external PAR2 program over the files of a job.
+///
+/// Connect the signals, then call startNextGroup(). The program runs once for each set of volumes,
+/// one set after another, in the folder of the volumes; what it prints decides what comes next.
+/// Needs an event loop. There is no time-out: deleting the object kills the running program, which
+/// may leave a half-written file beside the damaged one. The object may be deleted in any slot.
+class Par2Process : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Par2Process)
+    Q_MOC_INCLUDE("queue/nzb.h")
+
+public:
+    /// Of the program's output no more than the last so many bytes are kept.
+    static constexpr qsizetype maxOutput = 256 * 1024;
+
+    /// @param nzb  handed back in the signals, never looked into; they carry null once it is gone
+    /// @param files  full paths of PAR2 files known to lie in the job's folder: the program writes
+    ///     beside them, and useless volumes are deleted. Only names with ".vol" are looked at.
+    /// @throws std::runtime_error  with a text for the user when there is no PAR2 program
+    Par2Process(Nzb *nzb, const QStringList &files, QObject *parent);
+    ~Par2Process() override;
+
+    /// Starts on the next set; after the last one tells how the pass ended, before it returns.
+    void startNextGroup();
+
+signals:
+    /// All sets are done, one at least was repaired, none failed and none was found correct.
+    void repairComplete(Nzb *nzb);
+    /// All sets are done and one at least was found correct, whatever became of the others.
+    void nothingToRepair(Nzb *nzb);
+    /// The set lacks @p number recovery blocks. @p volumename is the path of its volumes up to
+    /// ".vol". The pass may go on with other sets: it is over with passEnded().
+    void needMoreBlocks(Nzb *nzb, int number, QString volumename);
+    /// The pass is over and nothing follows. Comes once, last, and always, but for a program that
+    /// never ends. @p answered is false when none of the other signals came in this pass: no set,
+    /// no program that starts, or a set failed by an unknown output and none was found correct.
+    void passEnded(Nzb *nzb, bool answered);
+
+protected:
+    /// The first of @p candidates that exists is the program.
+    Par2Process(Nzb *nzb, const QStringList &files, QObject *parent, const QStringList &candidates);
+
+protected slots:
+    void onFinished();
+
+private:
+    void startVolume(const QString &group, const QString &file);
+    void readOutput();
+    void onError(QProcess::ProcessError error);
+    void finishGroup(int &counter);
+    void stopForBlocks(int number);
+    void dropCorruptVolume();
+    [[nodiscard]] bool requestBlocks(int number);
+
+    QPointer<Nzb> nzb;
+    QMap<QString, QStringList> groups;
+    QMap<QString, QStringList>::iterator nextGroup;
+    QString executable;
+    QProcess *process = nullptr; // while it runs
+    QByteArray output;
+    QString currentGroup;
+    int repaired = 0;
+    int failed = 0;
+    int allCorrect = 0;
+    bool answered = false;
+};

@@ -1,0 +1,105 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "post/rararchive.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <climits>
+
+#include "post/unrar.h"
+
+namespace {
+
+// The library cuts a longer destination without a word, and would write elsewhere.
+constexpr qsizetype maxFolderBytes = 2000;
+
+/// By its kind too: a header's attributes may deny that the library would make a link of it.
+bool isSymbolicLink(const RARHeaderDataEx &header)
+{
+    constexpr unsigned unixLink = 1;
+    constexpr unsigned junction = 3; // between them is the link of Windows
+    return (header.FileAttr & 0xF000) == 0xA000
+           || (header.RedirType >= unixLink && header.RedirType <= junction);
+}
+
+} // namespace
+
+RarArchive::RarArchive(const QString &firstVolume, const QString &folder)
+    : firstVolume_(firstVolume)
+    , folder(QFile::encodeName(folder))
+    , header(std::make_unique<RARHeaderDataEx>())
+{
+    if (this->folder.size() <= maxFolderBytes && admitVolume(firstVolume))
+        open();
+    else
+        openResult_ = ERAR_EOPEN;
+}
+
+RarArchive::~RarArchive()
+{
+    if (handle)
+        RARCloseArchive(handle);
+}
+
+void RarArchive::open()
+{
+    QByteArray path = QFile::encodeName(linkTo(firstVolume_));
+    RAROpenArchiveDataEx data{};
+    data.ArcName = path.data();
+    data.OpenMode = RAR_OM_EXTRACT;
+    handle = RAROpenArchiveEx(&data);
+    openResult_ = data.OpenResult;
+    encryptedHeaders = data.Flags & ROADF_ENCHEADERS;
+}
+
+void RarArchive::setCallback(Callback callback, void *userData)
+{
+    RARSetCallback(handle, callback, reinterpret_cast<long>(userData));
+}
+
+void RarArchive::setPassword(QByteArray password) { RARSetPassword(handle, password.data()); }
+
+QString RarArchive::linkTo(const QString &volume) const
+{
+    return links.filePath(QFileInfo(volume).fileName());
+}
+
+bool RarArchive::admitVolume(const QString &volume)
+{
+    return links.isValid() && QFile::link(QDir().absoluteFilePath(volume), linkTo(volume));
+}
+
+RarArchive::Result RarArchive::nextMember()
+{
+    switch (RARReadHeaderEx(handle, header.get())) {
+    case ERAR_SUCCESS:
+        return Result::Ok;
+    case ERAR_END_ARCHIVE:
+        return Result::End;
+    default:
+        return Result::Failed;
+    }
+}
+
+RarArchive::Member RarArchive::member() const
+{
+    Member result;
+    result.name = header->FileName;
+    result.size = quint64(header->UnpSizeHigh) << 32 | header->UnpSize;
+    result.encrypted = header->Flags & RHDF_ENCRYPTED;
+    result.symbolicLink = isSymbolicLink(*header);
+    result.nameCut = result.name.size() >= qsizetype(sizeof header->FileName) - MB_LEN_MAX;
+    return result;
+}
+
+RarArchive::Result RarArchive::skipMember() { return process(RAR_SKIP); }
+
+RarArchive::Result RarArchive::extractMember() { return process(RAR_EXTRACT); }
+
+RarArchive::Result RarArchive::process(int operation)
+{
+    const int code = RARProcessFile(handle, operation, folder.data(), nullptr);
+    return code == ERAR_SUCCESS ? Result::Ok : Result::Failed;
+}

@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+
+struct RARHeaderDataEx;
+
+/// One RAR set under the unrar library, which is read from its first volume to its last.
+///
+/// The library opens the next volume by itself and asks for it only when it cannot find it. So it
+/// is shown a private folder, with one symbolic link for each volume admitted so far: it then asks
+/// for every volume, before it opens it. The thread that makes the object is the one to use it.
+class RarArchive final {
+public:
+    /// The library's callback; the messages are those of <unrar/dll.hpp>.
+    using Callback = int (*)(unsigned msg, long userData, long p1, long p2);
+    enum class Result { Ok, End, Failed };
+
+    struct Member {
+        QByteArray name; ///< as in the header, in the encoding of file names
+        quint64 size = 0; ///< bytes, unpacked
+        bool encrypted = false;
+        bool symbolicLink = false;
+        bool nameCut = false; ///< the name is longer than the library tells
+    };
+
+    /// Opens the archive; openResult() is 0 if that went well.
+    /// @param folder  where members are extracted to
+    RarArchive(const QString &firstVolume, const QString &folder);
+    ~RarArchive();
+    Q_DISABLE_COPY_MOVE(RarArchive)
+
+    [[nodiscard]] QString firstVolume() const { return firstVolume_; }
+    [[nodiscard]] unsigned openResult() const { return openResult_; }
+    [[nodiscard]] bool hasEncryptedHeaders() const { return encryptedHeaders; }
+    void setCallback(Callback callback, void *userData);
+    void setPassword(QByteArray password);
+
+    /// Lets the library see @p volume. False if it has been able to see it already.
+    [[nodiscard]] bool admitVolume(const QString &volume);
+
+    [[nodiscard]] Result nextMember();
+    /// The member that nextMember() went to.
+    [[nodiscard]] Member member() const;
+    [[nodiscard]] Result skipMember();
+    [[nodiscard]] Result extractMember();
+
+private:
+    [[nodiscard]] QString linkTo(const QString &volume) const;
+    void open();
+    [[nodiscard]] Result process(int operation);
+
+    QString firstVolume_;
+    QByteArray folder;
+    QTemporaryDir links;
+    std::unique_ptr<RARHeaderDataEx> header;
+    void *handle = nullptr;
+    unsigned openResult_ = 0;
+    bool encryptedHeaders = false;
+};

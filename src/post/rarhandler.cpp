@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "post/rarhandler.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QMutexLocker>
+
+#include "post/rarnames.h"
+#include "queue/jobpath.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+RarHandler::RarHandler(Nzb *nzb)
+    : QThread(nzb)
+    , nzb(nzb)
+{
+}
+
+RarHandler::~RarHandler()
+{
+    {
+        const QMutexLocker lock(&passwordMutex);
+        stopRequested = true;
+        passwordCondition.wakeOne();
+    }
+    {
+        const QMutexLocker lock(&volumeMutex);
+        volumeCondition.wakeOne();
+    }
+    qDebug() << "Waiting for thread to finish";
+    wait();
+    qDebug() << "Thread finished";
+}
+
+void RarHandler::fileCompleted(NzbFile *file)
+{
+    if (file->parent() != nzb || file->isIncomplete())
+        return;
+    const QString path = nzb->folder() + u'/' + file->name();
+    const QMutexLocker lock(&volumeMutex);
+    if (!processing && isFirstVolume(file->name()) && QFile::exists(path)
+        && isInsideFolder(nzb->folder(), path)) {
+        startRun(path);
+        return;
+    }
+    if (processing)
+        noteArrivals();
+    if (file->name() == waitingFor)
+        volumeCondition.wakeOne();
+}
+
+void RarHandler::checkCompletedFiles()
+{
+    failed = false;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        NzbFile *file = nzb->fileAt(i);
+        if (file->isFinished() && !file->isIncomplete())
+            fileCompleted(file);
+    }
+}
+
+/// With volumeMutex held.
+void RarHandler::startRun(const QString &firstVolume)
+{
+    wait(); // The run before has reported, but start() does nothing before its thread has ended.
+    folder = nzb->folder();
+    rarFile = firstVolume;
+    noteArrivals();
+    processing = true;
+    start(QThread::LowPriority);
+}
+
+/// Writes down, by file name, whether all files of that name have arrived whole: the worker must
+/// not read the files themselves while articles change them. With volumeMutex held.
+void RarHandler::noteArrivals()
+{
+    arrived.clear();
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        const NzbFile *file = nzb->fileAt(i);
+        const bool whole = file->isFinished() && !file->isIncomplete();
+        arrived[file->name()] = arrived.value(file->name(), true) && whole;
+    }
+}
+
+/// Called through the event loop by a worker that goes to sleep for a volume which, as far as it
+/// knows, has not arrived. A volume that no file of the job is named after was put there by the
+/// user.
+void RarHandler::reviewVolume()
+{
+    const QMutexLocker lock(&volumeMutex);
+    if (waitingFor.isEmpty())
+        return;
+    noteArrivals();
+    if (!arrived.contains(waitingFor))
+        arrived.insert(waitingFor, true);
+    if (volumeReady(waitingFor))
+        volumeCondition.wakeOne();
+}
+
+void RarHandler::setRarPassword(const QString &text)
+{
+    const QMutexLocker lock(&passwordMutex);
+    password = text.toLocal8Bit(); // as the library reads it
+    passwordCondition.wakeOne();
+}

@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QHash>
+#include <QMutex>
+#include <QStringList>
+#include <QThread>
+#include <QWaitCondition>
+
+#include <atomic>
+#include <memory>
+
+#include "post/rararchive.h"
+
+class Nzb;
+class NzbFile;
+
+/// The thread that unpacks the RAR archives of one job, one after another.
+///
+/// It can do so while volumes are still arriving: for a volume that has not arrived whole it sleeps
+/// until fileCompleted() tells of it. Volumes are deleted once their archive is unpacked. All
+/// public operations belong to the main thread, the signals come from the worker.
+///
+/// Low disk space and a declined password suspend the handler for good: the thread ends without
+/// another signal, and isProcessing() stays true.
+class RarHandler final : public QThread {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RarHandler)
+    Q_MOC_INCLUDE("queue/nzb.h") // a queued signal needs the whole type
+
+public:
+    /// The job becomes the parent as well.
+    explicit RarHandler(Nzb *nzb);
+    /// Blocks until the thread has ended: at once if it sleeps, at the next volume that has not
+    /// arrived otherwise, or at the end of the archive.
+    ~RarHandler() override;
+
+    /// Starts a run if @p file is the first volume of a set, and wakes a run that sleeps for it. To
+    /// be called for each finished file of the job, whatever its name.
+    void fileCompleted(NzbFile *file);
+    /// Forgets a failure and calls fileCompleted() for each file that has arrived whole.
+    void checkCompletedFiles();
+    /// The answer to passwordNeeded(); empty to decline.
+    void setRarPassword(const QString &text);
+
+    /// A run was started and has neither completed nor failed.
+    [[nodiscard]] bool isProcessing() const { return processing; }
+    [[nodiscard]] bool hasFailed() const { return failed; }
+
+signals:
+    /// @p rarfile is the full path of the volume that was being read.
+    void errorProcessing(Nzb *nzb, QString rarfile);
+    /// The archive is unpacked and its volumes are deleted.
+    void processingComplete(Nzb *nzb);
+    /// The thread sleeps until setRarPassword().
+    void passwordNeeded(Nzb *nzb, QString rarfile);
+    /// The run was given up: the next member unpacks to @p needed bytes.
+    void lowDiskspace(quint64 needed);
+    void currentlyExtracting(QString filename);
+
+protected:
+    void run() override;
+
+private:
+    enum class Outcome { Complete, Failed, NoSpace, NoPassword };
+
+    void startRun(const QString &firstVolume);
+    void noteArrivals();
+    void reviewVolume();
+
+    [[nodiscard]] Outcome unpack();
+    [[nodiscard]] Outcome processMembers();
+    [[nodiscard]] bool lacksSpace() const;
+    [[nodiscard]] bool isUnsafe() const;
+    [[nodiscard]] RarArchive::Result skip();
+    [[nodiscard]] RarArchive::Result extract();
+    void finishRun();
+    void askPassword(const QString &rarfile);
+    [[nodiscard]] bool unlock();
+
+    static int rarCallback(unsigned msg, long userData, long p1, long p2);
+    [[nodiscard]] int onRarCallback(unsigned msg, long p1, long p2);
+    [[nodiscard]] bool changeVolume(const QString &path);
+    [[nodiscard]] bool waitForVolume(const QString &name);
+    [[nodiscard]] bool volumeReady(const QString &name) const;
+
+    QStringList volumes; ///< of this run, to be deleted at its end
+    Nzb *nzb = nullptr; ///< the worker never looks into it
+    QString folder; ///< of the job, for the worker; set while it does not run, as the next one
+    QString rarFile;
+    QString currentFile;
+    QString waitingFor; ///< guarded by volumeMutex; a bare name, empty when none is wanted
+    QHash<QString, bool> arrived; ///< guarded by volumeMutex; see noteArrivals()
+    QByteArray password; ///< guarded by passwordMutex; serves each archive of the job
+    quint64 bytesProcessed = 0;
+    // Never held together.
+    QMutex volumeMutex;
+    QMutex passwordMutex;
+    QWaitCondition volumeCondition;
+    QWaitCondition passwordCondition;
+    std::atomic<bool> stopRequested = false;
+    std::atomic<bool> processing = false;
+    std::atomic<bool> failed = false;
+    std::unique_ptr<RarArchive> archive; ///< during a run
+    RarArchive::Member member; ///< the one being handled
+};

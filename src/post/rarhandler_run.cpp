@@ -1,0 +1,197 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// What runs on the worker thread.
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMutexLocker>
+
+#include "post/freebytes.h"
+#include "post/rarhandler.h"
+#include "post/rarnames.h"
+#include "queue/jobpath.h"
+#include "queue/nzb.h"
+
+#include "post/unrar.h"
+
+using Result = RarArchive::Result;
+
+namespace {
+
+constexpr double spaceMargin = 100.0 * 1024 * 1024;
+
+} // namespace
+
+void RarHandler::run()
+{
+    volumes.clear();
+    archive = std::make_unique<RarArchive>(rarFile, folder);
+    const Outcome outcome = unpack();
+    if (outcome == Outcome::Complete)
+        qDebug() << "Rar processing complete";
+    archive.reset();
+
+    switch (outcome) {
+    case Outcome::Complete:
+        finishRun();
+        break;
+    case Outcome::Failed:
+        failed = true;
+        processing = false;
+        emit errorProcessing(nzb, rarFile);
+        break;
+    case Outcome::NoSpace:
+        emit lowDiskspace(member.size);
+        break;
+    case Outcome::NoPassword:
+        break;
+    }
+}
+
+RarHandler::Outcome RarHandler::unpack()
+{
+    if (archive->openResult() != 0) {
+        qDebug() << archive->openResult() << "Error opening RAR file" << rarFile;
+        return Outcome::Failed;
+    }
+    qDebug() << "RARhandler: Opened RAR file" << rarFile;
+    if (archive->hasEncryptedHeaders() && !unlock())
+        return Outcome::NoPassword;
+    volumes << rarFile;
+    archive->setCallback(rarCallback, this);
+    return processMembers();
+}
+
+RarHandler::Outcome RarHandler::processMembers()
+{
+    Result result = Result::Ok;
+    while ((result = archive->nextMember()) == Result::Ok) {
+        member = archive->member();
+        bytesProcessed = 0;
+        currentFile = QDir::fromNativeSeparators(QFile::decodeName(member.name));
+        if (lacksSpace())
+            return Outcome::NoSpace;
+        if (member.encrypted && !unlock())
+            return Outcome::NoPassword;
+        result = isUnsafe() ? skip() : extract();
+        if (result != Result::Ok)
+            return Outcome::Failed;
+    }
+    return result == Result::End ? Outcome::Complete : Outcome::Failed;
+}
+
+bool RarHandler::lacksSpace() const
+{
+    const double available = freeBytes(QFile::encodeName(folder).constData());
+    return available >= 0 && static_cast<double>(member.size) + spaceMargin > available;
+}
+
+bool RarHandler::isUnsafe() const
+{
+    return member.symbolicLink || member.nameCut || isSuspiciousName(member.name)
+           || !isInsideFolder(folder, folder + u'/' + currentFile);
+}
+
+Result RarHandler::skip()
+{
+    qDebug() << "RARhandler: skipping file because of symlink or suspicous filename" << currentFile;
+    return archive->skipMember();
+}
+
+Result RarHandler::extract()
+{
+    qDebug() << "RARhandler: extracting file" << currentFile << "size" << member.size;
+    // Made at once, for whoever wants to read it as it grows. The folder may be missing yet.
+    static_cast<void>(QFile(folder + u'/' + currentFile).open(QIODevice::ReadWrite));
+    // By way of this object, which outlives the worker; the job may be half gone already.
+    QMetaObject::invokeMethod(
+        this, [this, file = currentFile, size = member.size] { nzb->addExtractedFile(file, size); },
+        Qt::QueuedConnection);
+    emit currentlyExtracting(currentFile);
+    return archive->extractMember();
+}
+
+void RarHandler::finishRun()
+{
+    for (const QString &volume : std::as_const(volumes)) {
+        qDebug() << "Removing processed RAR file:" << volume;
+        QFile::remove(volume);
+    }
+    volumes.clear();
+    processing = false;
+    emit processingComplete(nzb);
+}
+
+void RarHandler::askPassword(const QString &rarfile)
+{
+    const QMutexLocker lock(&passwordMutex);
+    if (!password.isEmpty() || stopRequested)
+        return;
+    qDebug() << "Password needed to decrypt RAR";
+    emit passwordNeeded(nzb, rarfile);
+    passwordCondition.wait(&passwordMutex);
+}
+
+/// False when the user declines.
+bool RarHandler::unlock()
+{
+    askPassword(archive->firstVolume());
+    const QMutexLocker lock(&passwordMutex);
+    if (password.isEmpty())
+        return false;
+    archive->setPassword(password);
+    return true;
+}
+
+int RarHandler::rarCallback(unsigned msg, long userData, long p1, long p2)
+{
+    return reinterpret_cast<RarHandler *>(userData)->onRarCallback(msg, p1, p2);
+}
+
+int RarHandler::onRarCallback(unsigned msg, long p1, long p2)
+{
+    if (msg == UCM_PROCESSDATA)
+        bytesProcessed += static_cast<quint64>(p2);
+    if (msg != UCM_CHANGEVOLUME)
+        return 0;
+    if (!changeVolume(QFile::decodeName(reinterpret_cast<const char *>(p1))))
+        return -1;
+    // Asked for again, a volume is there and cannot be opened: the library would ask for ever.
+    return p2 == RAR_VOL_ASK && !archive->admitVolume(rarFile) ? -1 : 0;
+}
+
+/// @p path is where the library looks: only its last component is that of the volume.
+bool RarHandler::changeVolume(const QString &path)
+{
+    const QString name = QFileInfo(QDir::fromNativeSeparators(path)).fileName();
+    const QString volume = QFileInfo(rarFile).path() + u'/' + name;
+    qDebug() << "RARHandler: needs next volume" << volume;
+    if (!waitForVolume(name))
+        return false;
+    rarFile = volume;
+    volumes << rarFile;
+    return true;
+}
+
+bool RarHandler::waitForVolume(const QString &name)
+{
+    const QMutexLocker lock(&volumeMutex);
+    waitingFor = name;
+    if (!volumeReady(name)) {
+        if (stopRequested)
+            return false;
+        QMetaObject::invokeMethod(this, &RarHandler::reviewVolume, Qt::QueuedConnection);
+        volumeCondition.wait(&volumeMutex);
+    }
+    const bool ready = volumeReady(name);
+    waitingFor.clear();
+    return ready;
+}
+
+/// With volumeMutex held.
+bool RarHandler::volumeReady(const QString &name) const
+{
+    return QFile::exists(folder + u'/' + name) && arrived.value(name, false);
+}
