@@ -15,8 +15,13 @@
 #include <QTextStream>
 #include <QTimer>
 
+#include <algorithm>
+#include <tuple>
+
 #include "support/newsserver.h"
+#include "support/par2program.h"
 #include "support/posts.h"
+#include "support/rarprogram.h"
 
 using namespace Qt::StringLiterals;
 
@@ -70,7 +75,7 @@ private:
     [[nodiscard]] QProcessEnvironment environment() const;
     void forwardOutput();
     void poll();
-    [[nodiscard]] QByteArray received(const PostedFile &file) const;
+    [[nodiscard]] QByteArray received(const QString &name) const;
     [[nodiscard]] bool allReceived();
     void showResult();
     void printTable();
@@ -81,6 +86,7 @@ private:
     QTemporaryDir folder;
     NewsServer server;
     Post post{u"sample"_s};
+    QList<std::pair<QString, QByteArray>> wanted; ///< what shall be there in the end
     QProcess process;
     QTimer pollTimer;
     QElapsedTimer clock;
@@ -121,12 +127,21 @@ bool Demo::start()
 
 void Demo::makePost()
 {
-    post.addYenc(u"holiday.avi"_s, randomBytes(1, 6'000'000), 250'000);
-    post.addYenc(u"read me.txt"_s, "A small text, posted in one article.\n");
     // Whole lines of 45 bytes: the last byte of a line of 3k + 1 bytes does not survive decoding.
-    post.addUuencoded(u"cover.jpg"_s, randomBytes(2, 405'000), 2'000);
-    out() << "A news server on 127.0.0.1, port " << server.serverPort() << ", holds "
-          << post.fileCount() << " files." << Qt::endl;
+    wanted = {{u"holiday.avi"_s, randomBytes(1, 6'000'000)},
+              {u"read me.txt"_s, "A small text, posted in one article.\n"},
+              {u"cover.jpg"_s, randomBytes(2, 405'000)}};
+    const auto &[film, text, cover] = std::tie(wanted[0], wanted[1], wanted[2]);
+    const RarVolumes volumes = packWithRar({{film.first, film.second}}, {u"-m0"_s, u"-v1500k"_s});
+    const RarVolumes recovery = recoveryOf(volumes, {u"-s50000"_s, u"-c16"_s});
+    for (const auto &[name, data] : volumes + recovery)
+        post.addYenc(name, data, 250'000);
+    post.file(1).segment(3).onServer = false;
+    post.addYenc(text.first, text.second);
+    post.addUuencoded(cover.first, cover.second, 2'000);
+    out() << "A news server on 127.0.0.1, port " << server.serverPort() << ", holds a film in "
+          << volumes.size() << " RAR volumes, with an article missing, " << recovery.size()
+          << " PAR2 files and two small files." << Qt::endl;
 }
 
 void Demo::writeSettings() const
@@ -142,9 +157,9 @@ void Demo::writeSettings() const
         {"networkTimeout", 30},
         {"networkRetry", 5},
         {"downloadFolder", u"%APPDIR/downloads"_s},
-        {"rarHandling", u"disabled"_s},
-        {"autoPAR2", false},
-        {"pausePAR2", false},
+        {"rarHandling", u"during"_s},
+        {"autoPAR2", true},
+        {"pausePAR2", true},
     };
     for (const auto &[key, value] : values)
         settings.setValue(key.toString(), value);
@@ -180,19 +195,16 @@ void Demo::poll()
         showResult();
 }
 
-QByteArray Demo::received(const PostedFile &file) const
+QByteArray Demo::received(const QString &name) const
 {
-    QFile result(folder.filePath(u"downloads/sample/"_s + file.name));
+    QFile result(folder.filePath(u"downloads/sample/"_s + name));
     return result.open(QIODevice::ReadOnly) ? result.readAll() : QByteArray();
 }
 
 bool Demo::allReceived()
 {
-    for (int i = 0; i < post.fileCount(); ++i) {
-        if (received(post.file(i)) != post.file(i).data)
-            return false;
-    }
-    return true;
+    return std::all_of(wanted.cbegin(), wanted.cend(),
+                       [this](const auto &file) { return received(file.first) == file.second; });
 }
 
 void Demo::showResult()
@@ -212,13 +224,12 @@ void Demo::showResult()
 void Demo::printTable()
 {
     out() << Qt::endl;
-    for (int i = 0; i < post.fileCount(); ++i) {
-        const PostedFile &file = post.file(i);
-        const QByteArray data = received(file);
-        out() << file.name.leftJustified(14) << QString::number(data.size()).rightJustified(9)
-              << " of " << QString::number(file.data.size()).rightJustified(7) << " bytes  "
-              << (data == file.data ? "equal" : "NOT EQUAL") << "\n    posted    "
-              << sha256(file.data) << "\n    received  " << sha256(data) << Qt::endl;
+    for (const auto &[name, posted] : std::as_const(wanted)) {
+        const QByteArray data = received(name);
+        out() << name.leftJustified(14) << QString::number(data.size()).rightJustified(9) << " of "
+              << QString::number(posted.size()).rightJustified(7) << " bytes  "
+              << (data == posted ? "equal" : "NOT EQUAL") << "\n    posted    " << sha256(posted)
+              << "\n    received  " << sha256(data) << Qt::endl;
     }
     out() << (exitCode == 0 ? "\nAll files are as they were posted, after "
                             : "\nThe download failed, after ")

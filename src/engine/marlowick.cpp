@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "post/rarhandler.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -24,7 +25,11 @@ Marlowick::Marlowick(QObject *parent)
     connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
 }
 
-Marlowick::~Marlowick() { qDeleteAll(connections); }
+Marlowick::~Marlowick()
+{
+    qDeleteAll(rarHandlers);
+    qDeleteAll(connections);
+}
 
 /// The file beside the program wins by its mere existence, which makes an installation movable.
 void Marlowick::openSettings()

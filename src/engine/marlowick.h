@@ -4,7 +4,9 @@
 
 #include <QElapsedTimer>
 #include <QList>
+#include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QSettings>
 #include <QString>
 #include <QTimer>
@@ -14,6 +16,8 @@ class INzbItem;
 class NNTP;
 class Nzb;
 class NzbFile;
+class Par2Process;
+class RarHandler;
 
 /// The engine: owner of the settings, the queue and the connections, and the one who decides what
 /// follows each result. Lives on the GUI thread; all its signals are direct.
@@ -66,6 +70,9 @@ public:
     /// connection is added to the pool; those in it retry as ever.
     void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
 
+    /// The answer to passwordNeeded(): empty when the user declines.
+    void setRarPassword(Nzb *nzb, const QString &password);
+
     /// Appends the jobs of a queue file, with half-done files where they stood. Without a file
     /// there are none.
     /// @param fileName  the engine's own queue file if it is empty
@@ -93,6 +100,8 @@ signals:
     /// @p speedinbytespsec is raw bytes off the sockets per second; @p bytesleft does not count
     /// paused files; @p secondsleft is 0 when the speed is.
     void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
+    /// The extraction of @p rarfile sleeps until setRarPassword() is called.
+    void passwordNeeded(Nzb *nzb, QString rarfile);
 
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
@@ -108,6 +117,14 @@ protected slots:
     void nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr);
     void articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr);
     void checkSockets();
+    void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
+    void rarProcessingComplete(Nzb *nzb);
+    void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
+    void rarLowDiskspace(quint64 needed);
+    void par2RepairComplete(Nzb *nzb);
+    void par2Failed(Nzb *nzb);
+    void par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumename);
+    void splitCombinerFinished(Nzb *nzb, const QString &file);
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
 
 private:
@@ -132,7 +149,17 @@ private:
     [[nodiscard]] bool isQueued(NzbFile *file) const;
     void finishFile(NzbFile *nzbfile, const QString &filename);
     void joinParts(NzbFile *nzbfile);
+
+    void feedExtraction(NzbFile *nzbfile);
     void processNzb(Nzb *nzb);
+    [[nodiscard]] bool unpack(Nzb *nzb);
+    void startRepair(Nzb *nzb);
+    void requestFirstBlocks(Nzb *nzb);
+    [[nodiscard]] bool requestBlocks(Nzb *nzb, int number, const QString &volumeName);
+    void par2PassEnded(Nzb *nzb, bool answered);
+    [[nodiscard]] RarHandler *rarHandlerFor(Nzb *nzb);
+    [[nodiscard]] bool startCombiners(Nzb *nzb);
+
     void releaseRemoved(NzbFile *file);
 
     void decoderFailed(bool jobDeleted, const QString &msg);
@@ -142,6 +169,10 @@ private:
 
     QList<Nzb *> nzbs;
     QList<NNTP *> connections;
+    QMap<Nzb *, RarHandler *> rarHandlers;
+    QMap<Nzb *, Par2Process *> repairs; ///< running now
+    QSet<Nzb *> repairsAgain; ///< wanted while one was running
+    QSet<Nzb *> joining;
     QSettings *settings_ = nullptr;
     QString queueFileName;
     QString backupFileName;

@@ -7,6 +7,8 @@
 
 #include "engine/marlowick.h"
 #include "engine/uuparts.h"
+#include "post/par2process.h"
+#include "post/rarhandler.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -82,6 +84,10 @@ void Marlowick::deleteItem(INzbItem *item)
     } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
         emit beforeNzbDelete(nzb);
         nzbs.removeAll(nzb);
+        delete rarHandlers.take(nzb);
+        delete repairs.take(nzb);
+        repairsAgain.remove(nzb);
+        joining.remove(nzb);
         if (!nzb->hasActiveSegments())
             delete nzb;
     }

@@ -53,6 +53,7 @@ void Marlowick::finishFile(NzbFile *nzbfile, const QString &filename)
         joinParts(nzbfile);
     emit notice(0, tr("File download complete: ") + filename);
     emit fileComplete(nzbfile);
+    feedExtraction(nzbfile);
     if (nzb->isComplete())
         processNzb(nzb);
 }
@@ -75,17 +76,11 @@ void Marlowick::joinParts(NzbFile *nzbfile)
     qDebug() << "Combined in" << clock.elapsed() << "miliseconds";
 }
 
-void Marlowick::splitCombinerError(Nzb * /*nzb*/, const QString & /*file*/, const QString &error)
+void Marlowick::splitCombinerError(Nzb *nzb, const QString & /*file*/, const QString &error)
 {
     qDebug().nospace() << "Split file combiner error: " << error;
     if (!error.isEmpty())
         emit notice(0, error);
+    joining.remove(nzb);
     sender()->deleteLater();
-}
-
-/// Decides what comes next for a job of which all that was wanted has arrived.
-void Marlowick::processNzb(Nzb *nzb)
-{
-    emit notice(0, tr("NZB complete: ") + nzb->name());
-    emit nzbComplete(nzb);
 }

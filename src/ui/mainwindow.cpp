@@ -114,6 +114,7 @@ void MainWindow::connectEngine()
     connect(engine, &Marlowick::notice, this, &MainWindow::onNotice);
     connect(engine, &Marlowick::downloadStatistics, this, &MainWindow::updateDownloadStats);
     connect(engine, &Marlowick::nzbComplete, this, &MainWindow::onNzbComplete);
+    connect(engine, &Marlowick::passwordNeeded, this, &MainWindow::onPasswordNeeded);
     connect(boxes, &BoxQueue::emptyChanged, engine,
             [this](bool empty) { engine->setErrorBoxShown(!empty); });
 }

@@ -50,6 +50,7 @@ private slots:
     void onError(int code, const QString &msg);
     void onNotice(int code, const QString &msg);
     void updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft);
+    void onPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void onNzbComplete(Nzb *n);
 
 private:

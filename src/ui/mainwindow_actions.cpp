@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QSettings>
 #include <QUrl>
 
@@ -124,6 +125,15 @@ void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelInd
     ui->actionPause->setEnabled(item);
     if (item)
         ui->actionPause->setChecked(item->isPaused());
+}
+
+/// Cancel declines: the extraction is told in any case, for it waits.
+void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
+{
+    const QString password = QInputDialog::getText(
+        this, tr("Password protected RAR file"),
+        tr("Please enter the password of what you are downloading"), QLineEdit::Password);
+    engine->setRarPassword(nzb, password);
 }
 
 void MainWindow::onNzbComplete(Nzb *n)

@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include <QDeadlineTimer>
+#include <QTest>
+
+#include "enginefixture.h"
+#include "support/par2program.h"
+#include "support/rarprogram.h"
+
+using namespace Qt::StringLiterals;
+
+/// What becomes of a job that has arrived, with the real programs and the real library.
+class TestPostprocessing final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void repairsAndUnpacks_data();
+    void repairsAndUnpacks();
+    void givesUp_data();
+    void givesUp();
+    void leavesAlone_data();
+    void leavesAlone();
+    void failedExtraction_data();
+    void failedExtraction();
+    void asksForPassword();
+    void joinsSeriesInTurn();
+    void goesInTheMidst_data();
+    void goesInTheMidst();
+
+private:
+    static void add(Post &post, const RarVolumes &files);
+    /// The volumes "x.part1.rar" and so on with their PAR2 files, and an article missing.
+    void addDamagedSet(Post &post) const;
+
+    const QByteArray film = randomBytes(1, 100'000);
+    RarVolumes set;
+    RarVolumes recovery;
+};
+
+void TestPostprocessing::initTestCase()
+{
+    set = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s});
+    recovery = recoveryOf(set, {u"-s2000"_s, u"-c12"_s});
+}
+
+void TestPostprocessing::add(Post &post, const RarVolumes &files)
+{
+    for (const auto &[name, content] : files)
+        post.addYenc(name, content, 5000);
+}
+
+void TestPostprocessing::addDamagedSet(Post &post) const
+{
+    add(post, set);
+    post.file(1).segment(3).onServer = false;
+    add(post, recovery);
+}
+
+void TestPostprocessing::repairsAndUnpacks_data()
+{
+    QTest::addColumn<QString>("rarHandling");
+    QTest::addColumn<bool>("pausePAR2");
+    QTest::newRow("during") << u"during"_s << true;
+    QTest::newRow("after") << u"after"_s << true;
+    QTest::newRow("no setting, all volumes at once") << QString() << false;
+}
+
+void TestPostprocessing::repairsAndUnpacks()
+{
+    QFETCH(const QString, rarHandling);
+    QFETCH(const bool, pausePAR2);
+    EngineFixture t;
+    t.set("rarHandling", rarHandling);
+    t.set("pausePAR2", pausePAR2);
+    t.set("autoPAR2", true);
+    Post post;
+    addDamagedSet(post);
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs, QStringList{u"demo"_s}, 20'000);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
+    QCOMPARE(nzb->status(), u"Repaired"_s);
+    QCOMPARE(nzb->extractedFiles().value(u"film.avi"_s), quint64(film.size()));
+    QVERIFY(!QFile::exists(nzb->folder() + u"/x.part1.rar"_s));
+    // Three blocks at the most are lacking: the volumes of 1 and 2 do.
+    QCOMPARE(EngineFixture::fileOf(nzb, recovery.last().first)->isPaused(), pausePAR2);
+    QVERIFY(t.errors.isEmpty());
+}
+
+void TestPostprocessing::givesUp_data()
+{
+    QTest::addColumn<qsizetype>("volumes");
+    QTest::newRow("no volumes") << qsizetype(0);
+    QTest::newRow("too few blocks") << qsizetype(2); // the index and the volume of one block
+}
+
+void TestPostprocessing::givesUp()
+{
+    QFETCH(const qsizetype, volumes);
+    EngineFixture t;
+    t.set("autoPAR2", true);
+    t.set("pausePAR2", true);
+    Post post;
+    add(post, set);
+    post.file(1).segment(3).onServer = false;
+    add(post, recovery.first(volumes));
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE_WITH_TIMEOUT(nzb->status(), u"Damaged beyond repair"_s, 20'000);
+    QVERIFY(t.completedJobs.isEmpty());
+}
+
+void TestPostprocessing::leavesAlone_data()
+{
+    QTest::addColumn<QString>("rarHandling");
+    QTest::addColumn<bool>("damaged");
+    QTest::newRow("disabled") << u"disabled"_s << false;
+    QTest::newRow("damaged, and no repair wanted") << u"after"_s << true;
+}
+
+void TestPostprocessing::leavesAlone()
+{
+    QFETCH(const bool, damaged);
+    QFETCH(const QString, rarHandling);
+    EngineFixture t;
+    t.set("rarHandling", rarHandling);
+    Post post;
+    add(post, set);
+    post.addYenc(u"a.001"_s, "split");
+    post.file(1).segment(3).onServer = !damaged;
+    t.start(post);
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/x.part1.rar"_s), set.first().second);
+    QCOMPARE(t.saved(u"demo/a.001"_s), "split");
+}
+
+void TestPostprocessing::failedExtraction_data()
+{
+    QTest::addColumn<QString>("rarHandling");
+    QTest::newRow("during") << u"during"_s;
+    QTest::newRow("after") << u"after"_s;
+}
+
+void TestPostprocessing::failedExtraction()
+{
+    QFETCH(const QString, rarHandling);
+    EngineFixture t;
+    t.set("rarHandling", rarHandling);
+    Post post;
+    RarVolumes bad = set;
+    bad[1].second.fill('x');
+    add(post, bad);
+    const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
+    post.upload(*t.server);
+    const bool during = rarHandling == "during"_L1;
+    if (during) // it fails before the last file is there
+        t.server->hold(last.id(1));
+    Nzb *nzb = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    const QString status = u"Error extracting RAR: "_s + nzb->folder() + u"/x.part2.rar"_s;
+    QTRY_COMPARE(nzb->status(), status);
+    t.server->releaseAll();
+    QTRY_COMPARE(t.completedFiles.size(), bad.size() + 1);
+    QTRY_COMPARE(t.server->openConnections(), 0);
+    QCOMPARE(nzb->status(), status);
+    QVERIFY(t.completedJobs.isEmpty());
+}
+
+void TestPostprocessing::asksForPassword()
+{
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    connect(t.engine.get(), &Marlowick::passwordNeeded, this,
+            [&](Nzb *nzb) { t.engine->setRarPassword(nzb, u"secret"_s); });
+    Post post;
+    add(post, packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s, u"-hpsecret"_s}));
+    t.start(post);
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
+}
+
+void TestPostprocessing::joinsSeriesInTurn()
+{
+    EngineFixture t;
+    Post post;
+    for (const QString &name : {u"a.avi"_s, u"b.avi"_s, u"gap.avi"_s}) {
+        for (int piece = 1; piece <= 3; ++piece) {
+            if (name != "gap.avi"_L1 || piece != 1)
+                post.addYenc(name + u".00%1"_s.arg(piece), film.sliced(piece * 1000, 1000));
+        }
+    }
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/a.avi"_s), film.sliced(1000, 3000));
+    QCOMPARE(t.saved(u"demo/b.avi"_s), film.sliced(1000, 3000));
+    QCOMPARE(nzb->extractedFiles().keys(), (QStringList{u"a.avi"_s, u"b.avi"_s}));
+    QVERIFY(QFile::exists(nzb->folder() + u"/gap.avi.002"_s));
+}
+
+void TestPostprocessing::goesInTheMidst_data()
+{
+    QTest::addColumn<QString>("sign"); // of the moment, in the status or a notice
+    QTest::addColumn<bool>("ends"); // the engine, not only the job
+    for (const bool ends : {false, true}) {
+        const char *what = ends ? "the engine" : "the job";
+        QTest::addRow("%s, in a repair", what) << u"Repairing"_s << ends;
+        QTest::addRow("%s, asleep for a volume", what) << u"x.part1.rar"_s << ends;
+    }
+}
+
+void TestPostprocessing::goesInTheMidst()
+{
+    QFETCH(const QString, sign);
+    QFETCH(const bool, ends);
+    for (int round = 0; round < 10; ++round) {
+        EngineFixture t;
+        t.set("rarHandling", u"during"_s);
+        t.set("autoPAR2", true);
+        Post post;
+        if (sign == "Repairing"_L1) {
+            addDamagedSet(post);
+        } else {
+            add(post, set);
+            for (const PostedSegment &segment : post.file(2).segments)
+                t.server->hold(segment.id);
+        }
+        Nzb *nzb = t.start(post);
+        const QDeadlineTimer limit(20'000);
+        while (nzb->status() != sign && !t.completedFiles.contains(sign)) { // a short moment
+            QVERIFY(!limit.hasExpired());
+            QCoreApplication::processEvents();
+        }
+        if (ends)
+            t.engine.reset();
+        else
+            t.engine->deleteItem(nzb);
+        t.server->releaseAll();
+        QTRY_COMPARE(t.server->openConnections(), 0);
+        QVERIFY(t.completedJobs.isEmpty());
+    }
+}
+
+QTEST_GUILESS_MAIN(TestPostprocessing)
+#include "test_postprocessing.moc"
