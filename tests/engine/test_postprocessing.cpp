@@ -210,7 +210,7 @@ void TestPostprocessing::goesInTheMidst()
 {
     QFETCH(const QString, sign);
     QFETCH(const bool, ends);
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 50; ++round) {
         EngineFixture t;
         t.set("rarHandling", u"during"_s);
         t.set("autoPAR2", true);
