@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "post/filecombiner.h"
 #include "post/rarhandler.h"
 #include "transfer/nntp.h"
 
@@ -28,6 +29,7 @@ Marlowick::Marlowick(QObject *parent)
 Marlowick::~Marlowick()
 {
     qDeleteAll(rarHandlers);
+    qDeleteAll(findChildren<FileCombiner *>()); // those of deleted jobs, too
     qDeleteAll(connections);
 }
 

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QXmlDefaultHandler>
 
+class FileCombiner;
 class INzbItem;
 class NNTP;
 class Nzb;
@@ -172,7 +173,7 @@ private:
     QMap<Nzb *, RarHandler *> rarHandlers;
     QMap<Nzb *, Par2Process *> repairs; ///< running now
     QSet<Nzb *> repairsAgain; ///< wanted while one was running
-    QSet<Nzb *> joining;
+    QMap<Nzb *, FileCombiner *> joining;
     QSettings *settings_ = nullptr;
     QString queueFileName;
     QString backupFileName;

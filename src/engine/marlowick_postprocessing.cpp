@@ -89,6 +89,12 @@ void Marlowick::feedExtraction(NzbFile *nzbfile)
 
 void Marlowick::processNzb(Nzb *nzb)
 {
+    if (joining.contains(nzb))
+        return; // the end of the join comes back here
+    if (repairs.contains(nzb)) {
+        repairsAgain.insert(nzb);
+        return;
+    }
     const bool damaged = nzb->hasIncompleteFiles();
     if (damaged && settings_->value("autoPAR2"_L1).toBool()) {
         startRepair(nzb);
@@ -108,9 +114,8 @@ void Marlowick::processNzb(Nzb *nzb)
 bool Marlowick::unpack(Nzb *nzb)
 {
     RarHandler *handler = rarHandlerFor(nzb);
-    if (handler->hasFailed())
-        return false;
-    handler->checkCompletedFiles();
+    if (!handler->hasFailed())
+        handler->checkCompletedFiles();
     if (handler->isProcessing()) {
         emit notice(0, tr("Download complete, starting unrar"));
         return true;
@@ -123,12 +128,9 @@ bool Marlowick::unpack(Nzb *nzb)
 
 void Marlowick::startRepair(Nzb *nzb)
 {
-    if (repairs.contains(nzb)) {
-        repairsAgain.insert(nzb); // two programs at once would spoil each other's files
-        return;
-    }
     const QStringList paths = par2Paths(nzb);
-    if (paths.isEmpty()) {
+    // An index alone repairs nothing.
+    if (paths.filter(u".vol"_s).isEmpty()) {
         requestFirstBlocks(nzb);
         return;
     }
@@ -170,7 +172,7 @@ bool Marlowick::requestBlocks(Nzb *nzb, int number, const QString &volumeName)
         if (!file->isFinished() && *blocks > 0) {
             file->setPaused(false);
             startToDownloadQueue();
-            number -= *blocks;
+            number -= std::min(number, *blocks);
             if (number < 1)
                 return true;
         }
@@ -185,7 +187,7 @@ void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumena
     if (!nzbs.contains(nzb))
         return;
     nzb->setStatus(QString());
-    if (!requestBlocks(nzb, number, volumename))
+    if (!requestBlocks(nzb, std::max(number, 1), volumename))
         par2Failed(nzb);
 }
 
@@ -193,6 +195,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
 {
     if (!nzbs.contains(nzb))
         return;
+    repairs.remove(nzb);
     nzb->setStatus(u"Repaired"_s);
     for (int i = 0; i < nzb->fileCount(); ++i)
         nzb->fileAt(i)->markRepaired();
@@ -208,12 +211,13 @@ void Marlowick::par2Failed(Nzb *nzb)
 void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
 {
     sender()->deleteLater();
-    repairs.remove(nzb);
+    if (repairs.value(nzb) == sender())
+        repairs.remove(nzb);
     if (!nzbs.contains(nzb))
         return;
     if (!answered)
         nzb->setStatus(tr("Damaged: repair failed"));
-    if (repairsAgain.remove(nzb) && nzb->isComplete() && nzb->hasIncompleteFiles())
+    if (repairsAgain.remove(nzb) && nzb->isComplete())
         processNzb(nzb);
 }
 
@@ -264,8 +268,6 @@ void Marlowick::rarLowDiskspace(quint64 needed)
 /// done.
 bool Marlowick::startCombiners(Nzb *nzb)
 {
-    if (joining.contains(nzb))
-        return true;
     QMap<QString, QStringList> series;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
@@ -283,8 +285,8 @@ bool Marlowick::startCombiners(Nzb *nzb)
                 &Marlowick::splitCombinerFinished);
         connect(combiner.get(), &FileCombiner::processingError, this,
                 &Marlowick::splitCombinerError);
-        combiner.release()->startProcessing();
-        joining.insert(nzb);
+        joining.insert(nzb, combiner.release());
+        joining[nzb]->startProcessing();
         return true;
     }
     return false;
@@ -293,9 +295,9 @@ bool Marlowick::startCombiners(Nzb *nzb)
 void Marlowick::splitCombinerFinished(Nzb *nzb, const QString &file)
 {
     sender()->deleteLater();
-    joining.remove(nzb);
-    if (!nzbs.contains(nzb)) // deleted meanwhile
+    if (joining.value(nzb) != sender()) // the job was deleted, and another may lie where it lay
         return;
+    joining.remove(nzb);
     const QFileInfo joined(file);
     nzb->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
     processNzb(nzb);

@@ -81,6 +81,7 @@ void Marlowick::splitCombinerError(Nzb *nzb, const QString & /*file*/, const QSt
     qDebug().nospace() << "Split file combiner error: " << error;
     if (!error.isEmpty())
         emit notice(0, error);
-    joining.remove(nzb);
+    if (nzb && joining.value(nzb) == sender())
+        joining.remove(nzb);
     sender()->deleteLater();
 }

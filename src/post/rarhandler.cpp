@@ -46,7 +46,8 @@ void RarHandler::fileCompleted(NzbFile *file)
     }
     if (processing)
         noteArrivals();
-    if (file->name() == waitingFor)
+    // By its name; or one that no file bears, and that may count as ready only now.
+    if (file->name() == waitingFor || (!waitingFor.isEmpty() && isPlacedByHand(waitingFor)))
         volumeCondition.wakeOne();
 }
 
@@ -81,6 +82,22 @@ void RarHandler::noteArrivals()
         const bool whole = file->isFinished() && !file->isIncomplete();
         arrived[file->name()] = arrived.value(file->name(), true) && whole;
     }
+    if (!waitingFor.isEmpty() && isPlacedByHand(waitingFor))
+        arrived.insert(waitingFor, true);
+}
+
+/// Whether the volume @p name has been put there by the user: no file of the job bears its name,
+/// and none is about to get one, as a file does with its first article.
+bool RarHandler::isPlacedByHand(const QString &name) const
+{
+    if (!QFile::exists(folder + u'/' + name))
+        return false;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        const NzbFile *file = nzb->fileAt(i);
+        if (file->name() == name || (file->hasActiveSegments() && file->completedBytes() == 0))
+            return false;
+    }
+    return true;
 }
 
 /// Called through the event loop by a worker that goes to sleep for a volume which, as far as it
@@ -92,8 +109,6 @@ void RarHandler::reviewVolume()
     if (waitingFor.isEmpty())
         return;
     noteArrivals();
-    if (!arrived.contains(waitingFor))
-        arrived.insert(waitingFor, true);
     if (volumeReady(waitingFor))
         volumeCondition.wakeOne();
 }

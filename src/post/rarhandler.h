@@ -67,6 +67,7 @@ private:
 
     void startRun(const QString &firstVolume);
     void noteArrivals();
+    [[nodiscard]] bool isPlacedByHand(const QString &name) const;
     void reviewVolume();
 
     [[nodiscard]] Outcome unpack();

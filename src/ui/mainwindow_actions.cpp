@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QPointer>
 #include <QSettings>
 #include <QUrl>
 
@@ -130,10 +131,12 @@ void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelInd
 /// Cancel declines: the extraction is told in any case, for it waits.
 void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
 {
+    const QPointer<Nzb> job(nzb);
     const QString password = QInputDialog::getText(
         this, tr("Password protected RAR file"),
         tr("Please enter the password of what you are downloading"), QLineEdit::Password);
-    engine->setRarPassword(nzb, password);
+    if (job) // it may have been deleted meanwhile
+        engine->setRarPassword(job, password);
 }
 
 void MainWindow::onNzbComplete(Nzb *n)

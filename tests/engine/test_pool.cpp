@@ -83,6 +83,7 @@ void TestPool::fetchesInOrder()
     t.set("threads", 0);
     t.set("networkRetry", 0);
     t.set("pausePAR2", true);
+    t.set("rarHandling", u"disabled"_s);
     Post first(u"first"_s);
     first.addYenc(u"x.r00"_s, randomBytes(1, 2000), 1000);
     first.addYenc(u"x.rar"_s, randomBytes(2, 3000), 1000);
