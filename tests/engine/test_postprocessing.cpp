@@ -23,6 +23,7 @@ private slots:
     void leavesAlone();
     void failedExtraction_data();
     void failedExtraction();
+    void namesComeWithArticles();
     void asksForPassword();
     void joinsSeriesInTurn();
     void goesInTheMidst_data();
@@ -149,6 +150,8 @@ void TestPostprocessing::failedExtraction()
     RarVolumes bad = set;
     bad[1].second.fill('x');
     add(post, bad);
+    post.addYenc(u"split.001"_s, "spl");
+    post.addYenc(u"split.002"_s, "it");
     const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
     post.upload(*t.server);
     const bool during = rarHandling == "during"_L1;
@@ -158,10 +161,32 @@ void TestPostprocessing::failedExtraction()
     const QString status = u"Error extracting RAR: "_s + nzb->folder() + u"/x.part2.rar"_s;
     QTRY_COMPARE(nzb->status(), status);
     t.server->releaseAll();
-    QTRY_COMPARE(t.completedFiles.size(), bad.size() + 1);
+    QTRY_COMPARE(t.completedFiles.size(), bad.size() + 3);
     QTRY_COMPARE(t.server->openConnections(), 0);
     QCOMPARE(nzb->status(), status);
+    if (during) { // the rest is done all the same
+        QTRY_VERIFY(nzb->extractedFiles().contains(u"split"_s));
+        QCOMPARE(t.saved(u"demo/split"_s), "split");
+    }
     QVERIFY(t.completedJobs.isEmpty());
+}
+
+// A volume lies under its name from the first line of its first article on, which the job's file
+// takes at that article's end.
+void TestPostprocessing::namesComeWithArticles()
+{
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    t.set("threads", 1);
+    t.set("networkTimeout", 1);
+    Post post;
+    add(post, set);
+    for (int i = 0; i < post.fileCount(); ++i)
+        post.file(i).subject = u"a post %1 yEnc (1/%2)"_s.arg(i).arg(post.file(i).segmentCount());
+    t.server->script(When::body(post.file(1).id(1)), Reply().stallAfter(3000), 1);
+    t.start(post);
+    QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 10'000);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
 }
 
 void TestPostprocessing::asksForPassword()
