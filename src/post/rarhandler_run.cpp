@@ -22,6 +22,17 @@ namespace {
 
 constexpr double spaceMargin = 100.0 * 1024 * 1024;
 
+/// Tells the thread sanitizer, if the build is for it, that others may have the mutex meanwhile: it
+/// does not see that of itself, as Qt's library is not built for it.
+void sleepOn(QWaitCondition &condition, QMutex &mutex)
+{
+    QtTsan::mutexPreUnlock(&mutex, 0);
+    QtTsan::mutexPostUnlock(&mutex, 0);
+    condition.wait(&mutex);
+    QtTsan::mutexPreLock(&mutex, 0);
+    QtTsan::mutexPostLock(&mutex, 0, 0);
+}
+
 } // namespace
 
 void RarHandler::run()
@@ -131,7 +142,7 @@ void RarHandler::askPassword(const QString &rarfile)
         return;
     qDebug() << "Password needed to decrypt RAR";
     emit passwordNeeded(nzb, rarfile);
-    passwordCondition.wait(&passwordMutex);
+    sleepOn(passwordCondition, passwordMutex);
 }
 
 /// False when the user declines.
@@ -183,7 +194,7 @@ bool RarHandler::waitForVolume(const QString &name)
         if (stopRequested)
             return false;
         QMetaObject::invokeMethod(this, &RarHandler::reviewVolume, Qt::QueuedConnection);
-        volumeCondition.wait(&volumeMutex);
+        sleepOn(volumeCondition, volumeMutex);
     }
     const bool ready = volumeReady(name);
     waitingFor.clear();
