@@ -154,14 +154,18 @@ private:
     void feedExtraction(NzbFile *nzbfile);
     void processNzb(Nzb *nzb);
     [[nodiscard]] bool unpack(Nzb *nzb);
+    [[nodiscard]] bool extractionFailed(Nzb *nzb) const;
+    void showRepair(Nzb *nzb, const QString &status);
     void startRepair(Nzb *nzb);
     void requestFirstBlocks(Nzb *nzb);
     [[nodiscard]] bool requestBlocks(Nzb *nzb, int number, const QString &volumeName);
     void par2PassEnded(Nzb *nzb, bool answered);
     [[nodiscard]] RarHandler *rarHandlerFor(Nzb *nzb);
     [[nodiscard]] bool startCombiners(Nzb *nzb);
+    [[nodiscard]] bool endJoin(Nzb *nzb);
 
     void releaseRemoved(NzbFile *file);
+    void endProcessing(Nzb *nzb);
 
     void decoderFailed(bool jobDeleted, const QString &msg);
     [[nodiscard]] quint64 checkTimeouts();

@@ -104,7 +104,7 @@ void Marlowick::processNzb(Nzb *nzb)
         return;
     // A job whose extraction has failed is not complete, and keeps the status that tells it.
     const RarHandler *handler = rarHandlers.value(nzb);
-    if (handler && (handler->isProcessing() || handler->hasFailed()))
+    if (extractionFailed(nzb) || (handler && handler->isProcessing()))
         return;
     emit notice(0, tr("NZB complete: ") + nzb->name());
     emit nzbComplete(nzb);
@@ -126,6 +126,19 @@ bool Marlowick::unpack(Nzb *nzb)
     return true;
 }
 
+bool Marlowick::extractionFailed(Nzb *nzb) const
+{
+    const RarHandler *handler = rarHandlers.value(nzb);
+    return handler && handler->hasFailed();
+}
+
+/// The status that tells of a failed extraction stays, whatever becomes of the repair.
+void Marlowick::showRepair(Nzb *nzb, const QString &status)
+{
+    if (!extractionFailed(nzb))
+        nzb->setStatus(status);
+}
+
 void Marlowick::startRepair(Nzb *nzb)
 {
     const QStringList paths = par2Paths(nzb);
@@ -134,7 +147,7 @@ void Marlowick::startRepair(Nzb *nzb)
         requestFirstBlocks(nzb);
         return;
     }
-    nzb->setStatus(tr("Repairing"));
+    showRepair(nzb, tr("Repairing"));
     try {
         auto *repair = new Par2Process(nzb, paths, this);
         repairs.insert(nzb, repair);
@@ -144,7 +157,7 @@ void Marlowick::startRepair(Nzb *nzb)
         connect(repair, &Par2Process::passEnded, this, &Marlowick::par2PassEnded);
         repair->startNextGroup();
     } catch (const std::runtime_error &failure) {
-        nzb->setStatus(tr("Damaged: par2 program not found"));
+        showRepair(nzb, tr("Damaged: par2 program not found"));
         emit error(0, QString::fromUtf8(failure.what()));
     }
 }
@@ -186,7 +199,7 @@ void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumena
 {
     if (!nzbs.contains(nzb))
         return;
-    nzb->setStatus(QString());
+    showRepair(nzb, QString());
     if (!requestBlocks(nzb, std::max(number, 1), volumename))
         par2Failed(nzb);
 }
@@ -196,7 +209,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
     if (!nzbs.contains(nzb))
         return;
     repairs.remove(nzb);
-    nzb->setStatus(u"Repaired"_s);
+    showRepair(nzb, u"Repaired"_s);
     for (int i = 0; i < nzb->fileCount(); ++i)
         nzb->fileAt(i)->markRepaired();
     processNzb(nzb);
@@ -205,7 +218,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
 void Marlowick::par2Failed(Nzb *nzb)
 {
     if (nzbs.contains(nzb))
-        nzb->setStatus(tr("Damaged beyond repair"));
+        showRepair(nzb, tr("Damaged beyond repair"));
 }
 
 void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
@@ -216,7 +229,7 @@ void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
     if (!nzbs.contains(nzb))
         return;
     if (!answered)
-        nzb->setStatus(tr("Damaged: repair failed"));
+        showRepair(nzb, tr("Damaged: repair failed"));
     if (repairsAgain.remove(nzb) && nzb->isComplete())
         processNzb(nzb);
 }
@@ -294,11 +307,23 @@ bool Marlowick::startCombiners(Nzb *nzb)
 
 void Marlowick::splitCombinerFinished(Nzb *nzb, const QString &file)
 {
-    sender()->deleteLater();
-    if (joining.value(nzb) != sender()) // the job was deleted, and another may lie where it lay
+    if (!endJoin(nzb))
         return;
-    joining.remove(nzb);
     const QFileInfo joined(file);
     nzb->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
     processNzb(nzb);
+}
+
+/// False when the job was deleted meanwhile, perhaps with the combiner; another may lie where it
+/// lay.
+bool Marlowick::endJoin(Nzb *nzb)
+{
+    QObject *combiner = sender();
+    if (!combiner)
+        return false;
+    combiner->deleteLater();
+    if (joining.value(nzb) != combiner)
+        return false;
+    joining.remove(nzb);
+    return true;
 }

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 // Taking items out of the queue, and their files off the disk.
+#include <QCoreApplication>
 #include <QDirIterator>
-#include <QFile>
+#include <QFileInfo>
 
 #include "engine/marlowick.h"
 #include "engine/uuparts.h"
+#include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
 #include "queue/jobpath.h"
@@ -70,10 +72,28 @@ void removeFilesOf(Nzb *nzb)
 
 void Marlowick::deleteFiles(INzbItem *item)
 {
-    if (auto *nzb = qobject_cast<Nzb *>(item))
+    if (auto *nzb = qobject_cast<Nzb *>(item)) {
+        endProcessing(nzb);
         removeFilesOf(nzb);
-    else if (const auto *file = qobject_cast<NzbFile *>(item))
+    } else if (const auto *file = qobject_cast<NzbFile *>(item)) {
         removeFilesOf(file);
+    }
+}
+
+/// Waits until nothing writes in the job's folder any more, and all that was written is known.
+void Marlowick::endProcessing(Nzb *nzb)
+{
+    delete repairs.take(nzb);
+    if (RarHandler *handler = rarHandlers.take(nzb)) {
+        handler->stop();
+        QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
+        delete handler;
+    }
+    if (FileCombiner *combiner = joining.take(nzb)) {
+        combiner->wait();
+        nzb->addExtractedFile(QFileInfo(combiner->output()).fileName(), 0);
+        delete combiner;
+    }
 }
 
 void Marlowick::deleteItem(INzbItem *item)

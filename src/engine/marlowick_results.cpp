@@ -81,7 +81,5 @@ void Marlowick::splitCombinerError(Nzb *nzb, const QString & /*file*/, const QSt
     qDebug().nospace() << "Split file combiner error: " << error;
     if (!error.isEmpty())
         emit notice(0, error);
-    if (nzb && joining.value(nzb) == sender())
-        joining.remove(nzb);
-    sender()->deleteLater();
+    static_cast<void>(endJoin(nzb));
 }

@@ -29,6 +29,8 @@ public:
     void addFile(const QString &path) { parts << path; }
     /// True unless the series, judged by its two ends, runs from 1 to the number of pieces.
     [[nodiscard]] bool hasGaps();
+    /// Full path of the output; empty before the end of the run.
+    [[nodiscard]] QString output() const { return outputName; }
     void startProcessing() { start(QThread::LowPriority); }
     /// Places pieces at multiples of the first piece's size instead of one after the other.
     void setSparseOutput(bool sparse) { sparseOutput = sparse; }

@@ -14,6 +14,7 @@ namespace {
 
 // The library cuts a longer destination without a word, and would write elsewhere.
 constexpr qsizetype maxFolderBytes = 2000;
+constexpr unsigned storeMethod = 0x30;
 
 /// By its kind too: a header's attributes may deny that the library would make a link of it.
 bool isSymbolicLink(const RARHeaderDataEx &header)
@@ -90,6 +91,7 @@ RarArchive::Member RarArchive::member() const
     result.size = quint64(header->UnpSizeHigh) << 32 | header->UnpSize;
     result.encrypted = header->Flags & RHDF_ENCRYPTED;
     result.symbolicLink = isSymbolicLink(*header);
+    result.dictionary = header->Method == storeMethod ? 0 : quint64(header->DictSize) << 10;
     result.nameCut = result.name.size() >= qsizetype(sizeof header->FileName) - MB_LEN_MAX;
     return result;
 }

@@ -26,6 +26,7 @@ public:
         quint64 size = 0; ///< bytes, unpacked
         bool encrypted = false;
         bool symbolicLink = false;
+        quint64 dictionary = 0; ///< bytes of memory that unpacking takes
         bool nameCut = false; ///< the name is longer than the library tells
     };
 

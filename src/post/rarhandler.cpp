@@ -17,7 +17,7 @@ RarHandler::RarHandler(Nzb *nzb)
 {
 }
 
-RarHandler::~RarHandler()
+void RarHandler::stop()
 {
     {
         const QMutexLocker lock(&passwordMutex);

@@ -32,9 +32,7 @@ class RarHandler final : public QThread {
 public:
     /// The job becomes the parent as well.
     explicit RarHandler(Nzb *nzb);
-    /// Blocks until the thread has ended: at once if it sleeps, at the next volume that has not
-    /// arrived otherwise, or at the end of the archive.
-    ~RarHandler() override;
+    ~RarHandler() override { stop(); }
 
     /// Starts a run if @p file is the first volume of a set, and wakes a run that sleeps for it. To
     /// be called for each finished file of the job, whatever its name.
@@ -43,6 +41,10 @@ public:
     void checkCompletedFiles();
     /// The answer to passwordNeeded(); empty to decline.
     void setRarPassword(const QString &text);
+
+    /// Ends the run for good, and blocks until the thread has ended: at once if it sleeps, at the
+    /// next volume that has not arrived otherwise, or at the end of the archive.
+    void stop();
 
     /// A run was started and has neither completed nor failed.
     [[nodiscard]] bool isProcessing() const { return processing; }
@@ -73,6 +75,7 @@ private:
     [[nodiscard]] Outcome unpack();
     [[nodiscard]] Outcome processMembers();
     [[nodiscard]] bool lacksSpace() const;
+    [[nodiscard]] bool lacksMemory() const;
     [[nodiscard]] bool isUnsafe() const;
     [[nodiscard]] RarArchive::Result skip();
     [[nodiscard]] RarArchive::Result extract();

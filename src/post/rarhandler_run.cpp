@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QMutexLocker>
 
+#include <unistd.h>
+
 #include "post/freebytes.h"
 #include "post/rarhandler.h"
 #include "post/rarnames.h"
@@ -86,6 +88,8 @@ RarHandler::Outcome RarHandler::processMembers()
             return Outcome::NoSpace;
         if (member.encrypted && !unlock())
             return Outcome::NoPassword;
+        if (lacksMemory())
+            return Outcome::Failed;
         result = isUnsafe() ? skip() : extract();
         if (result != Result::Ok)
             return Outcome::Failed;
@@ -97,6 +101,16 @@ bool RarHandler::lacksSpace() const
 {
     const double available = freeBytes(QFile::encodeName(folder).constData());
     return available >= 0 && static_cast<double>(member.size) + spaceMargin > available;
+}
+
+/// The library fills the whole dictionary that a header claims, which may be 4 GiB for one byte.
+bool RarHandler::lacksMemory() const
+{
+    const auto memory = static_cast<quint64>(sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE));
+    const bool lacks = member.dictionary > memory / 2;
+    if (lacks)
+        qDebug() << "RARhandler: not enough memory for" << currentFile << member.dictionary;
+    return lacks;
 }
 
 bool RarHandler::isUnsafe() const

@@ -33,15 +33,19 @@ private:
     static void add(Post &post, const RarVolumes &files);
     /// The volumes "x.part1.rar" and so on with their PAR2 files, and an article missing.
     void addDamagedSet(Post &post) const;
+    /// One that comes to the moment that goesInTheMidst() calls @p sign.
+    void addJobFor(const QString &sign, EngineFixture &t, Post &post) const;
 
     const QByteArray film = randomBytes(1, 100'000);
     RarVolumes set;
+    RarVolumes locked; // with a password
     RarVolumes recovery;
 };
 
 void TestPostprocessing::initTestCase()
 {
     set = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s});
+    locked = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s, u"-hpsecret"_s});
     recovery = recoveryOf(set, {u"-s2000"_s, u"-c12"_s});
 }
 
@@ -137,19 +141,29 @@ void TestPostprocessing::leavesAlone()
 void TestPostprocessing::failedExtraction_data()
 {
     QTest::addColumn<QString>("rarHandling");
-    QTest::newRow("during") << u"during"_s;
-    QTest::newRow("after") << u"after"_s;
+    QTest::addColumn<bool>("damaged"); // another file, which is repaired
+    QTest::newRow("during") << u"during"_s << false;
+    QTest::newRow("during, and a repair") << u"during"_s << true;
+    QTest::newRow("after") << u"after"_s << false;
 }
 
 void TestPostprocessing::failedExtraction()
 {
     QFETCH(const QString, rarHandling);
+    QFETCH(const bool, damaged);
     EngineFixture t;
     t.set("rarHandling", rarHandling);
+    t.set("autoPAR2", damaged);
     Post post;
     RarVolumes bad = set;
     bad[1].second.fill('x');
     add(post, bad);
+    if (damaged) {
+        const RarVolumes other{{u"other.bin"_s, randomBytes(2, 20'000)}};
+        add(post, other);
+        post.file(post.fileCount() - 1).segment(1).onServer = false;
+        add(post, recoveryOf(other, {u"-s2000"_s, u"-c5"_s}));
+    }
     post.addYenc(u"split.001"_s, "spl");
     post.addYenc(u"split.002"_s, "it");
     const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
@@ -161,8 +175,9 @@ void TestPostprocessing::failedExtraction()
     const QString status = u"Error extracting RAR: "_s + nzb->folder() + u"/x.part2.rar"_s;
     QTRY_COMPARE(nzb->status(), status);
     t.server->releaseAll();
-    QTRY_COMPARE(t.completedFiles.size(), bad.size() + 3);
+    QTRY_COMPARE(t.completedFiles.size(), post.fileCount());
     QTRY_COMPARE(t.server->openConnections(), 0);
+    QTRY_VERIFY(!nzb->hasIncompleteFiles());
     QCOMPARE(nzb->status(), status);
     if (during) { // the rest is done all the same
         QTRY_VERIFY(nzb->extractedFiles().contains(u"split"_s));
@@ -196,7 +211,7 @@ void TestPostprocessing::asksForPassword()
     connect(t.engine.get(), &Marlowick::passwordNeeded, this,
             [&](Nzb *nzb) { t.engine->setRarPassword(nzb, u"secret"_s); });
     Post post;
-    add(post, packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s, u"-hpsecret"_s}));
+    add(post, locked);
     t.start(post);
     QTRY_COMPARE(t.completedJobs.size(), 1);
     QCOMPARE(t.saved(u"demo/film.avi"_s), film);
@@ -222,41 +237,63 @@ void TestPostprocessing::joinsSeriesInTurn()
 
 void TestPostprocessing::goesInTheMidst_data()
 {
-    QTest::addColumn<QString>("sign"); // of the moment, in the status or a notice
-    QTest::addColumn<bool>("ends"); // the engine, not only the job
-    for (const bool ends : {false, true}) {
-        const char *what = ends ? "the engine" : "the job";
-        QTest::addRow("%s, in a repair", what) << u"Repairing"_s << ends;
-        QTest::addRow("%s, asleep for a volume", what) << u"x.part1.rar"_s << ends;
+    QTest::addColumn<QString>("sign"); // of the moment: a status, a notice, or a file
+    QTest::addColumn<QString>("end");
+    for (const QString &end : {u"job"_s, u"job and files"_s, u"engine"_s}) {
+        const QByteArray what = end.toUtf8();
+        QTest::addRow("%s, in a repair", what.data()) << u"Repairing"_s << end;
+        QTest::addRow("%s, asleep for a volume", what.data()) << u"x.part1.rar"_s << end;
+        QTest::addRow("%s, asleep for the password", what.data()) << u"password"_s << end;
+        QTest::addRow("%s, unpacking", what.data())
+            << u"Download complete, starting unrar"_s << end;
+        QTest::addRow("%s, joining", what.data()) << u"Download complete, combining files"_s << end;
     }
+}
+
+void TestPostprocessing::addJobFor(const QString &sign, EngineFixture &t, Post &post) const
+{
+    t.set("rarHandling", sign.contains("unrar"_L1) ? u"after"_s : u"during"_s);
+    t.set("autoPAR2", true);
+    if (sign == "Repairing"_L1)
+        return addDamagedSet(post);
+    if (sign.contains("combining"_L1)) {
+        for (int piece = 1; piece <= 5; ++piece)
+            post.addYenc(u"film.avi.00%1"_s.arg(piece), film);
+        return;
+    }
+    add(post, sign == "password"_L1 ? locked : set);
+    if (sign != "x.part1.rar"_L1)
+        return;
+    for (const PostedSegment &segment : post.file(2).segments)
+        t.server->hold(segment.id);
 }
 
 void TestPostprocessing::goesInTheMidst()
 {
     QFETCH(const QString, sign);
-    QFETCH(const bool, ends);
+    QFETCH(const QString, end);
     for (int round = 0; round < 50; ++round) {
         EngineFixture t;
-        t.set("rarHandling", u"during"_s);
-        t.set("autoPAR2", true);
+        connect(t.engine.get(), &Marlowick::passwordNeeded, this,
+                [&] { t.notices << u"password"_s; });
         Post post;
-        if (sign == "Repairing"_L1) {
-            addDamagedSet(post);
-        } else {
-            add(post, set);
-            for (const PostedSegment &segment : post.file(2).segments)
-                t.server->hold(segment.id);
-        }
+        addJobFor(sign, t, post);
         Nzb *nzb = t.start(post);
+        const QString folder = nzb->folder();
         const QDeadlineTimer limit(20'000);
-        while (nzb->status() != sign && !t.completedFiles.contains(sign)) { // a short moment
-            QVERIFY(!limit.hasExpired());
+        while (nzb->status() != sign && !(t.completedFiles + t.notices).contains(sign)) {
+            QVERIFY(!limit.hasExpired()); // the moment is short: no wait between two looks
             QCoreApplication::processEvents();
         }
-        if (ends)
+        if (end == "job and files"_L1)
+            t.engine->deleteFiles(nzb);
+        if (end == "engine"_L1)
             t.engine.reset();
         else
             t.engine->deleteItem(nzb);
+        if (end == "job and files"_L1
+            && sign != "Repairing"_L1) // what a dying par2 leaves may stay
+            QVERIFY2(!QFile::exists(folder), qPrintable(QDir(folder).entryList().join(u' ')));
         t.server->releaseAll();
         QTRY_COMPARE(t.server->openConnections(), 0);
         QVERIFY(t.completedJobs.isEmpty());
