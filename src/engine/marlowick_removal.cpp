@@ -90,8 +90,7 @@ void Marlowick::endProcessing(Nzb *nzb)
         delete handler;
     }
     if (FileCombiner *combiner = joining.take(nzb)) {
-        combiner->wait();
-        nzb->addExtractedFile(QFileInfo(combiner->output()).fileName(), 0);
+        nzb->addExtractedFile(QFileInfo(combiner->finish()).fileName(), 0);
         delete combiner;
     }
 }

@@ -4,6 +4,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
+#include <QScopeGuard>
 
 #include <array>
 #include <cstdio>
@@ -40,6 +42,13 @@ FileCombiner::FileCombiner(Nzb *job, QObject *parent)
 {
 }
 
+QString FileCombiner::finish()
+{
+    wait();
+    QtTsan::futexAcquire(this); // see run()
+    return outputName;
+}
+
 bool FileCombiner::hasGaps()
 {
     if (parts.isEmpty())
@@ -51,6 +60,8 @@ bool FileCombiner::hasGaps()
 
 void FileCombiner::run()
 {
+    // For the thread sanitizer, which does not see that wait() orders all this before what follows.
+    const auto ordered = qScopeGuard([this] { QtTsan::futexRelease(this); });
     if (parts.isEmpty()) {
         emit processingComplete(nzb, QString());
         return;

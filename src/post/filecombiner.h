@@ -22,16 +22,15 @@ class FileCombiner final : public QThread {
 public:
     /// @param job  handed back in the signals, never looked into; may be null
     FileCombiner(Nzb *job, QObject *parent);
-    /// Blocks until the thread has ended.
-    ~FileCombiner() override { wait(); }
+    ~FileCombiner() override { finish(); }
 
     /// @param path  full path of a piece
     void addFile(const QString &path) { parts << path; }
     /// True unless the series, judged by its two ends, runs from 1 to the number of pieces.
     [[nodiscard]] bool hasGaps();
-    /// Full path of the output; empty before the end of the run.
-    [[nodiscard]] QString output() const { return outputName; }
     void startProcessing() { start(QThread::LowPriority); }
+    /// Blocks until the thread has ended, and returns the full path of the output.
+    QString finish();
     /// Places pieces at multiples of the first piece's size instead of one after the other.
     void setSparseOutput(bool sparse) { sparseOutput = sparse; }
 

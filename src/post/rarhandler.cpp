@@ -29,8 +29,14 @@ void RarHandler::stop()
         volumeCondition.wakeOne();
     }
     qDebug() << "Waiting for thread to finish";
-    wait();
+    awaitEnd();
     qDebug() << "Thread finished";
+}
+
+void RarHandler::awaitEnd()
+{
+    wait();
+    QtTsan::futexAcquire(this); // see run()
 }
 
 void RarHandler::fileCompleted(NzbFile *file)
@@ -64,7 +70,8 @@ void RarHandler::checkCompletedFiles()
 /// With volumeMutex held.
 void RarHandler::startRun(const QString &firstVolume)
 {
-    wait(); // The run before has reported, but start() does nothing before its thread has ended.
+    awaitEnd(); // The run before has reported, but start() does nothing before its thread has
+                // ended.
     folder = nzb->folder();
     rarFile = firstVolume;
     noteArrivals();

@@ -67,6 +67,7 @@ protected:
 private:
     enum class Outcome { Complete, Failed, NoSpace, NoPassword };
 
+    void awaitEnd();
     void startRun(const QString &firstVolume);
     void noteArrivals();
     [[nodiscard]] bool isPlacedByHand(const QString &name) const;

@@ -61,6 +61,8 @@ void RarHandler::run()
     case Outcome::NoPassword:
         break;
     }
+    // For the thread sanitizer, which does not see that wait() orders all this before what follows.
+    QtTsan::futexRelease(this);
 }
 
 RarHandler::Outcome RarHandler::unpack()

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include "support/files.h"
 #include "support/rar4writer.h"
+#include "support/shell.h"
 
 /// The PAR2 files "x.par2", "x.vol00+01.par2" and so on that the program `par2` makes of @p files.
 /// @param options  such as "-s2000" for blocks of so many bytes and "-c12" for so many of them
@@ -19,13 +19,9 @@
         writeFile(folder.filePath(name), content);
         names << name;
     }
-    QProcess par2;
-    par2.setWorkingDirectory(folder.path());
-    par2.start(QStringLiteral("par2"), QStringList{QStringLiteral("create"), QStringLiteral("-q")}
-                                           + options + QStringList{QStringLiteral("x.par2")}
-                                           + names);
-    if (!par2.waitForFinished() || par2.exitCode() != 0)
-        throw std::runtime_error("the program par2 is missing or has failed");
+    runInFolder(folder.path(),
+                QStringList{QStringLiteral("par2"), QStringLiteral("create"), QStringLiteral("-q")}
+                    + options + QStringList{QStringLiteral("x.par2")} + names);
     RarVolumes made;
     const QStringList found =
         QDir(folder.path()).entryList({QStringLiteral("*.par2")}, QDir::Files, QDir::Name);

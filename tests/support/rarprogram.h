@@ -6,10 +6,9 @@
 #include <QMap>
 #include <QTemporaryDir>
 
-#include <cstdlib>
-
 #include "support/files.h"
 #include "support/rar4writer.h"
+#include "support/shell.h"
 
 /// The volumes of the set "x" that the program `rar` makes of @p files, each by its name.
 /// @param options  such as "-m0" or "-v20k"; like the names, without a single quote
@@ -22,13 +21,9 @@
         QDir(folder.path()).mkpath(QFileInfo(file.key()).path());
         writeFile(folder.filePath(file.key()), file.value());
     }
-    QStringList command{QStringLiteral("rar a -idq packed/x.rar")};
-    for (const QString &word : options + files.keys())
-        command << u'\'' + word + u'\'';
-    // Not by QProcess: the thread sanitizer reports nothing more in a program that has forked.
-    const QString line = QStringLiteral("cd '%1' && ").arg(folder.path()) + command.join(u' ');
-    if (std::system(QFile::encodeName(line).constData()) != 0)
-        throw std::runtime_error("the program rar is missing or has failed");
+    runInFolder(folder.path(), QStringList{QStringLiteral("rar"), QStringLiteral("a"),
+                                           QStringLiteral("-idq"), QStringLiteral("packed/x.rar")}
+                                   + options + files.keys());
     RarVolumes volumes;
     const QDir packed(folder.filePath(QStringLiteral("packed")));
     for (const QString &name : packed.entryList(QDir::Files, QDir::Name))
