@@ -228,11 +228,13 @@ void NNTP::readReply()
             abortForEndlessLine();
         return;
     }
-    const QByteArray line = takeLine();
+    QByteArray line = takeLine();
     if (state == StateReadingBody) {
         readBodyLines(line);
         return;
     }
+    if (state == StateSentPassword) // some servers repeat a command that they refuse
+        line = line.left(3) + line.mid(3).replace(password.toLatin1(), "***");
     qDebug().nospace() << "Received: " << QString::fromLatin1(line.trimmed());
     if (line.size() > 2)
         handleReply(line);

@@ -59,6 +59,7 @@ private slots:
 
     void login_data();
     void login();
+    void hidesRepeatedPassword();
     void fetchesArticle_data();
     void fetchesArticle();
     void missesTerminatorInThreePieces();
@@ -137,6 +138,16 @@ void TestNntp::login()
     QTRY_COMPARE(link.loggedIn.size(), 1);
     QCOMPARE(server->commands(), commands);
     QCOMPARE(link.outcomes(), 0);
+}
+
+void TestNntp::hidesRepeatedPassword()
+{
+    const QByteArray reply = "500 what is AUTHINFO PASS ";
+    server->script(When::command("AUTHINFO PASS"), Reply::bytes(reply + "500?\r\n"));
+    const Link link(*server, u"500"_s);
+    QTRY_COMPARE(link.failed.size(), 1);
+    const QVariantList expected{500, QString::fromLatin1(reply + "***?\r\n")};
+    QCOMPARE(link.failed.first().first(2), expected);
 }
 
 void TestNntp::fetchesArticle_data()
