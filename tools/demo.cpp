@@ -101,7 +101,9 @@ bool Demo::start()
     server.requireLogin("reader", "secret");
     const QString nzb = post.writeGzipNzb(folder.path());
     const QString copy = folder.filePath(u"marlowick"_s);
-    if (nzb.isEmpty() || !QDir(folder.path()).mkdir(u"run"_s) || !QFile::copy(program, copy)) {
+    const QDir place(folder.path());
+    if (nzb.isEmpty() || !place.mkdir(u"run"_s) || !place.mkdir(u"downloads"_s)
+        || !QFile::copy(program, copy)) {
         out() << "Cannot prepare " << folder.path() << " with a copy of " << program << Qt::endl;
         return false;
     }

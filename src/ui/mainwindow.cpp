@@ -4,9 +4,11 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
+#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMessageBox>
+#include <QSettings>
 #include <QToolButton>
 
 #include <stdexcept>
@@ -43,6 +45,7 @@ MainWindow::MainWindow()
     setUpStatusBar();
     connectEngine();
 
+    askForMissingSettings();
     loadQueue();
     importCommandLine();
     engine->setSaveInterval(saveSeconds);
@@ -84,7 +87,6 @@ void MainWindow::setUpToolBar()
         setTabOrder(previous, button);
         previous = button;
     }
-    ui->actionSettings->setEnabled(false); // there is no dialog behind it yet
     // What lies behind the bar's end is out of reach of the tab key.
     setMinimumWidth(ui->toolBar->sizeHint().width());
 }
@@ -117,6 +119,15 @@ void MainWindow::connectEngine()
     connect(engine, &Marlowick::passwordNeeded, this, &MainWindow::onPasswordNeeded);
     connect(boxes, &BoxQueue::emptyChanged, engine,
             [this](bool empty) { engine->setErrorBoxShown(!empty); });
+}
+
+/// Also when the download folder has vanished, as with a disk that is not mounted. The start goes
+/// on whatever the user does.
+void MainWindow::askForMissingSettings()
+{
+    if (engine->settings()->value("hostname"_L1).toString().isEmpty()
+        || !QFile::exists(engine->downloadFolder()))
+        on_actionSettings_triggered();
 }
 
 void MainWindow::loadQueue()

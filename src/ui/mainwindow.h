@@ -26,7 +26,8 @@ class MainWindow final : public QMainWindow {
 
 public:
     /// Makes the engine, loads the queue, imports the paths of the command line and lets the
-    /// download start once the event loop runs. May ask the user about a damaged queue file.
+    /// download start once the event loop runs. Asks the user for settings if there is no server or
+    /// no download folder, and may ask about a damaged queue file.
     MainWindow();
     ~MainWindow() override;
 
@@ -43,6 +44,7 @@ protected:
 
 private slots:
     void on_actionPause_triggered(bool checked);
+    void on_actionSettings_triggered();
     void on_actionDownloads_triggered();
     void on_actionDelete_triggered();
     void on_actionAdd_NZB_triggered();
@@ -59,6 +61,7 @@ private:
     void setUpStatusBar();
     void connectEngine();
     void stopAndSave();
+    void askForMissingSettings();
     void loadQueue();
     void importCommandLine();
     void importNzb(const QString &path, bool save);

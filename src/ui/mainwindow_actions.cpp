@@ -21,6 +21,7 @@
 #include "ui/boxqueue.h"
 #include "ui/deletedialog.h"
 #include "ui/mainwindow.h"
+#include "ui/settingswindow.h"
 #include "ui_mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -108,6 +109,12 @@ void MainWindow::on_actionDelete_triggered()
     engine->deleteItem(item);
     ui->statusBar->showMessage(tr("Deleted item"), noticeMsec);
     engine->saveQueue();
+}
+
+void MainWindow::on_actionSettings_triggered()
+{
+    SettingsWindow dialog(engine, nullptr);
+    dialog.exec();
 }
 
 void MainWindow::on_actionDownloads_triggered()

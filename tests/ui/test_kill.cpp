@@ -124,6 +124,7 @@ void TestKill::initTestCase()
 {
     QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), path(u"marlowick"_s)));
     QVERIFY(QDir(dir.path()).mkdir(u"run"_s));
+    QVERIFY(QDir(dir.path()).mkdir(u"downloads"_s));
     QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QVERIFY(inotify_add_watch(creations, QFile::encodeName(dir.path()).constData(), IN_CREATE) > 0);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

@@ -120,7 +120,9 @@ void TestMainWindow::init()
     dir.emplace();
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir->path());
     QSettings settings(QSettings::IniFormat, QSettings::UserScope, u"Marlowick"_s, u"Marlowick"_s);
+    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
     settings.setValue("downloadFolder"_L1, dir->filePath(u"downloads"_s));
+    QVERIFY(QDir(dir->path()).mkdir(u"downloads"_s));
     settings.sync();
     open();
 }
@@ -148,7 +150,6 @@ void TestMainWindow::restart()
 
 void TestMainWindow::allowConnection(int port)
 {
-    engine->settings()->setValue("hostname"_L1, u"127.0.0.1"_s);
     engine->settings()->setValue("port"_L1, port);
     engine->settings()->setValue("threads"_L1, 1);
     engine->settings()->setValue("networkTimeout"_L1, 30);
@@ -329,9 +330,9 @@ void TestMainWindow::keysReachEverything()
         names << control->text(QAccessible::Name);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     } while (!view()->hasFocus() && names.size() < 10);
-    // The other two are disabled.
+    // That of the preview is disabled.
     QCOMPARE(names, (QStringList{u"Download queue"_s, u"Add NZB"_s, u"Pause"_s, u"Delete"_s,
-                                 u"Downloads"_s}));
+                                 u"Downloads"_s, u"Settings"_s}));
 }
 
 void TestMainWindow::pauses_data()

@@ -42,6 +42,7 @@ void TestProgram::init()
     server->requireLogin("joe", "secret");
     QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), dir->filePath(u"marlowick"_s)));
     QVERIFY(QDir(dir->path()).mkdir(u"run"_s));
+    QVERIFY(QDir(dir->path()).mkdir(u"downloads"_s));
     QFile::setPermissions(dir->filePath(u"run"_s),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 

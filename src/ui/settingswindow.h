@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QTimer>
+
+#include <memory>
+
+class Marlowick;
+class NNTP;
+class NzbFile;
+class QLineEdit;
+class QProgressDialog;
+
+namespace Ui {
+class SettingsWindow;
+}
+
+/// The settings, all of which it writes when they are accepted. A changed server is proved first:
+/// a connection of the dialog's own logs in with the new values, and nothing is stored if it fails.
+///
+/// While that test runs no control is live, and neither Escape nor the window manager closes the
+/// dialog.
+class SettingsWindow final : public QDialog {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SettingsWindow)
+
+public:
+    SettingsWindow(Marlowick *engine, QWidget *parent);
+    ~SettingsWindow() override;
+
+    /// Writes every value as it stands in the dialog, and tells the user if that fails.
+    void saveSettings();
+
+public slots:
+    void reject() override;
+
+private slots:
+    void on_reportBugButton_clicked();
+    void on_debugButton_clicked();
+    void on_browseMplayer_clicked();
+    void on_browseDownloadFolder_clicked();
+    void OKclicked();
+    void servertest_error(int error, const QString &msg, NzbFile *nzbfile, int seqnr);
+    void servertest_loggedIn();
+
+private:
+    struct Port {
+        int number;
+        bool ssl;
+    };
+
+    void loadSettings();
+    void loadServer();
+    void proposePaths();
+    [[nodiscard]] bool isComplete();
+    [[nodiscard]] bool isServerStored() const;
+    [[nodiscard]] Port chosenPort() const;
+    [[nodiscard]] QString chosenRarHandling() const;
+
+    void startServerTest();
+    void watchServerTest();
+    [[nodiscard]] NNTP *endServerTest();
+    void showTesting(bool testing);
+
+    std::unique_ptr<Ui::SettingsWindow> ui;
+    Marlowick *engine;
+    QProgressDialog *progress;
+    std::unique_ptr<NNTP> connection; ///< while a test runs
+    QTimer watchTimer;
+    QElapsedTimer testClock;
+    QPointer<QWidget> focusBeforeTest;
+};

@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The login with which a changed server is proved.
+#include <QMessageBox>
+#include <QProgressDialog>
+
+#include "engine/marlowick.h"
+#include "queue/nzbfile.h"
+#include "transfer/nntp.h"
+#include "ui/settingswindow.h"
+#include "ui_settingswindow.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The server needs this long to notice that connections of the pool are gone.
+constexpr int afterClosingMsec = 1000;
+constexpr int restartMsec = 2000;
+constexpr int watchMsec = 500;
+/// A server that does not close after QUIT is not waited for any longer than this.
+constexpr int farewellMsec = 30000;
+/// Greeting, user and password: each may take up to a time-out. A server that drips bytes is never
+/// silent for that long, but gets no more time than an honest one.
+constexpr int repliesOfLogin = 3;
+
+/// What a server or its certificate says must not be taken for markup, which can name files to be
+/// loaded. The connection itself uses paragraphs alone.
+QString boxText(const QString &message)
+{
+    const QString paragraph = u"<p>"_s;
+    const QString text = message.left(1000); // nobody reads more
+    if (!QString(text).remove(paragraph).contains(u'<'))
+        return text;
+    return paragraph + text.toHtmlEscaped().replace(paragraph.toHtmlEscaped(), paragraph);
+}
+
+} // namespace
+
+void SettingsWindow::startServerTest()
+{
+    const Port port = chosenPort();
+    connection = std::make_unique<NNTP>(ui->hostname->text().trimmed(), port.number,
+                                        ui->username->text().trimmed(),
+                                        ui->password->text().trimmed(), port.ssl, nullptr);
+    connect(connection.get(), &NNTP::loggedIn, this, &SettingsWindow::servertest_loggedIn);
+    connect(connection.get(), &NNTP::error, this, &SettingsWindow::servertest_error);
+    showTesting(true);
+    watchTimer.start(watchMsec);
+    testClock.start();
+    if (engine->connectionCount() != 0) {
+        engine->closeAllConnections();
+        QTimer::singleShot(afterClosingMsec, connection.get(), &NNTP::login);
+    } else {
+        connection->login();
+    }
+}
+
+/// The rule of the engine's watchdog, which knows nothing of this connection.
+void SettingsWindow::watchServerTest()
+{
+    const int timeout = ui->networkTimeout->value();
+    if (timeout <= connection->idleSeconds()
+        || testClock.hasExpired(afterClosingMsec + repliesOfLogin * timeout * 1000))
+        connection->abortWithError(NNTP::NetworkTimeout, u"Network time-out"_s);
+}
+
+/// Nothing that the connection does from here on reaches the dialog; the caller lets it go.
+NNTP *SettingsWindow::endServerTest()
+{
+    watchTimer.stop();
+    connection->disconnect(this);
+    return connection.release();
+}
+
+void SettingsWindow::showTesting(bool testing)
+{
+    if (testing)
+        focusBeforeTest = focusWidget();
+    setEnabled(!testing);
+    progress->setEnabled(true); // it has been disabled along with the dialog
+    progress->setVisible(testing);
+    if (!testing && focusBeforeTest)
+        focusBeforeTest->setFocus();
+}
+
+void SettingsWindow::servertest_loggedIn()
+{
+    const QPointer<NNTP> proved = endServerTest();
+    proved->setParent(engine); // it may outlive the dialog, but not the program
+    QTimer::singleShot(farewellMsec, proved, &NNTP::deleteLater);
+    saveSettings();
+    if (proved) // a box may have stood for long
+        proved->quit();
+    QTimer::singleShot(restartMsec, engine, &Marlowick::startToDownloadQueue);
+    showTesting(false);
+    accept();
+}
+
+void SettingsWindow::servertest_error(int /*error*/, const QString &msg, NzbFile * /*nzbfile*/,
+                                      int /*seqnr*/)
+{
+    endServerTest()->deleteLater();
+    progress->hide();
+    QMessageBox::critical(this, tr("Check server settings"), boxText(msg));
+    showTesting(false);
+}
+
+void SettingsWindow::reject()
+{
+    if (!connection)
+        QDialog::reject();
+}
