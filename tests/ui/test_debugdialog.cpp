@@ -17,7 +17,9 @@
 #include <thread>
 #include <vector>
 
+#include "engine/enginefixture.h"
 #include "support/files.h"
+#include "support/rarprogram.h"
 #include "ui/debugdialog.h"
 
 using namespace Qt::StringLiterals;
@@ -70,6 +72,7 @@ private slots:
     void reentrantMessage();
     void saves_data();
     void saves();
+    void openedWhileUnpacking();
     void deletedWhileWorkersLog();
     void deletedWithApplication();
 
@@ -246,6 +249,28 @@ void TestDebugDialog::saves()
         QVERIFY(contentsOf(path).contains("\ngr\xf6\xdf"
                                           "e ?"));
     }
+}
+
+void TestDebugDialog::openedWhileUnpacking()
+{
+    delete window;
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    Post post;
+    const RarVolumes set =
+        packWithRar({{u"film.avi"_s, randomBytes(1, 1'000'000)}}, {u"-m0"_s, u"-v20k"_s});
+    for (const auto &[name, content] : set)
+        post.addYenc(name, content, 20'000);
+    post.upload(*t.server);
+    for (int last = 1; last <= 5; ++last)
+        t.server->hold(post.file(post.fileCount() - last).id(1));
+    t.engine->addNZB(post.writeNzb(t.dir.path()));
+    QTRY_COMPARE_GE(t.server->waiting().size(), 1);
+    window = DebugDialog::instance(nullptr);
+    t.server->releaseAll();
+    QTRY_VERIFY(!t.completedJobs.isEmpty());
+    QTRY_VERIFY(wholeLog().contains(u"needs next volume"_s));
+    QTRY_VERIFY(wholeLog().contains(u"Rar processing complete"_s));
 }
 
 void TestDebugDialog::deletedWhileWorkersLog()
