@@ -1,9 +1,14 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include <QCoreApplication>
+#include <QIcon>
+#include <QStringList>
+
+#include <utility>
 
 #include "ui/mainwindow.h"
 #include "ui/qtsingleapplication.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -26,10 +31,18 @@ int main(int argc, char **argv)
         sendArguments(application);
         return 0;
     }
+    QApplication::setWindowIcon(QIcon(u":/icons/newspaper.png"_s));
+    // The window may have to ask the user before it is there.
+    QStringList early;
+    const auto keep = QObject::connect(&application, &QtSingleApplication::messageReceived,
+                                       [&early](const QString &message) { early << message; });
     MainWindow window;
+    QObject::disconnect(keep);
     QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
                      &MainWindow::handleMessage);
     application.setActivationWindow(&window, true);
+    for (const QString &message : std::as_const(early))
+        window.handleMessage(message);
     window.show();
     return QCoreApplication::exec();
 }
