@@ -17,7 +17,7 @@ build_packages=(
     qt6-base-dev qt6-5compat-dev libquazip1-qt6-dev zlib1g-dev libunrar-dev
     par2 ca-certificates
 )
-test_packages=(rar openssl)
+test_packages=(rar openssl mpv ffmpeg)
 bench_packages=(libbenchmark-dev libssl-dev unrar)
 ci_packages=(clang-format)
 

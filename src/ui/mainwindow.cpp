@@ -14,7 +14,9 @@
 #include <stdexcept>
 
 #include "engine/marlowick.h"
+#include "preview/preview.h"
 #include "queue/nzb.h"
+#include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
 #include "queue/progressbardelegate.h"
 #include "ui/boxqueue.h"
@@ -115,6 +117,10 @@ void MainWindow::connectEngine()
     connect(engine, &Marlowick::error, this, &MainWindow::onError);
     connect(engine, &Marlowick::notice, this, &MainWindow::onNotice);
     connect(engine, &Marlowick::downloadStatistics, this, &MainWindow::updateDownloadStats);
+    connect(engine, &Marlowick::fileComplete, this, &MainWindow::onFileComplete);
+    // However a job goes, nobody watches it any more.
+    connect(engine, &Marlowick::beforeNzbDelete, this,
+            [this](Nzb *nzb) { delete previews.take(nzb); });
     connect(engine, &Marlowick::nzbComplete, this, &MainWindow::onNzbComplete);
     connect(engine, &Marlowick::passwordNeeded, this, &MainWindow::onPasswordNeeded);
     connect(boxes, &BoxQueue::emptyChanged, engine,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QMap>
 #include <QTimer>
 
 #include <memory>
@@ -11,7 +12,9 @@ class BoxQueue;
 class INzbItem;
 class Marlowick;
 class Nzb;
+class NzbFile;
 class NzbModel;
+class Preview;
 class QLabel;
 
 namespace Ui {
@@ -43,6 +46,7 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
+    void on_actionPreview_triggered();
     void on_actionPause_triggered(bool checked);
     void on_actionSettings_triggered();
     void on_actionDownloads_triggered();
@@ -52,8 +56,11 @@ private slots:
     void onError(int code, const QString &msg);
     void onNotice(int code, const QString &msg);
     void updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft);
+    void onFileComplete(NzbFile *nf);
+    void onPreviewCompleted(Nzb *nzb);
     void onPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void onNzbComplete(Nzb *n);
+    void handlePreviewButton();
 
 private:
     void setUpView();
@@ -67,6 +74,7 @@ private:
     void importNzb(const QString &path, bool save);
     [[nodiscard]] QLabel *addStatusLabel(const QString &text, const QString &meaning);
     [[nodiscard]] QModelIndex currentRow() const;
+    [[nodiscard]] static bool isPreviewable(INzbItem *item);
     void setJobPaused(Nzb *nzb, bool paused);
 
     static constexpr int noticeMsec = 300000;
@@ -78,5 +86,6 @@ private:
     QLabel *speedLabel = nullptr;
     QLabel *timeLeftLabel = nullptr;
     QLabel *freeSpaceLabel = nullptr;
+    QMap<Nzb *, Preview *> previews; ///< running now
     BoxQueue *boxes;
 };

@@ -128,9 +128,10 @@ void MainWindow::on_actionDownloads_triggered()
 
 void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelIndex & /*previous*/)
 {
-    const INzbItem *item = NzbModel::itemAt(current);
+    INzbItem *item = NzbModel::itemAt(current);
     ui->actionDelete->setEnabled(item);
     ui->actionPause->setEnabled(item);
+    ui->actionPreview->setEnabled(isPreviewable(item));
     if (item)
         ui->actionPause->setChecked(item->isPaused());
 }
@@ -149,6 +150,7 @@ void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
 void MainWindow::onNzbComplete(Nzb *n)
 {
     engine->saveQueue();
-    if (engine->settings()->value("clearOnCompletion"_L1).toBool())
+    const bool watched = previews.contains(n);
+    if (engine->settings()->value("clearOnCompletion"_L1).toBool() && !watched)
         engine->deleteItem(n);
 }

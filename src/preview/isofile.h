@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QMap>
+
+/// The film of a DVD image, read as one stream while the image is still growing.
+///
+/// It does not walk the image's file system. It looks through the first mebibyte for directory
+/// records (ISO 9660 9.1) of title files of 25 MiB or more, "VTS_01_1.VOB" and so on, and reads
+/// those in the order of their names. read() hides the inherited one: hold it as an IsoFile.
+class IsoFile final : public QFile {
+    Q_DISABLE_COPY_MOVE(IsoFile)
+
+public:
+    explicit IsoFile(const QString &path, QObject *parent = nullptr);
+
+    /// Whether a preview can start from the image at @p path: its first byte of film is on disk.
+    [[nodiscard]] static bool containsVideo(const QString &path);
+
+    /// False if the image is smaller than any that holds a film, or cannot be opened. True even if
+    /// no title file was found: read() gives nothing then.
+    bool open(OpenMode mode) override;
+    /// Where the next byte of film lies in the image; at the end of a title file the image's size
+    /// on disk, so that a reader who compares the two takes all that is there for read.
+    [[nodiscard]] qint64 pos() const override;
+    /// At most @p maxlen bytes of film. Empty when none is there at present, as when the next title
+    /// file begins beyond the end of a growing image; a later call tries again.
+    [[nodiscard]] QByteArray read(qint64 maxlen);
+
+private:
+    struct VobExtent {
+        quint32 sector; ///< its first logical block
+        quint32 size; ///< in bytes
+
+        [[nodiscard]] quint32 start() const;
+    };
+
+    void findTitles(const QByteArray &stretch);
+    void addTitle(QByteArrayView record);
+    void nextTitle();
+
+    QMap<QByteArray, VobExtent> vobs; ///< what is still to be read, by name
+    quint64 endPos = 0; ///< of the current title file, in the image
+    quint64 curPos = 0; ///< of the next byte, in the image
+};

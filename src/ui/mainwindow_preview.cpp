@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// Watching what is still being downloaded.
+#include <QDebug>
+#include <QMessageBox>
+#include <QSettings>
+
+#include "engine/marlowick.h"
+#include "preview/preview.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "queue/nzbmodel.h"
+#include "ui/mainwindow.h"
+#include "ui_mainwindow.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int previewCheckMsec = 500;
+
+/// The job of a row, which may be that of one of its files.
+Nzb *jobOf(INzbItem *item)
+{
+    auto *nzb = qobject_cast<Nzb *>(item);
+    return nzb || !item ? nzb : qobject_cast<Nzb *>(item->parent());
+}
+
+} // namespace
+
+bool MainWindow::isPreviewable(INzbItem *item)
+{
+    Nzb *nzb = jobOf(item);
+    return nzb && !Preview::previewableFiles(nzb).isEmpty();
+}
+
+void MainWindow::on_actionPreview_triggered()
+{
+    INzbItem *item = NzbModel::itemAt(currentRow());
+    if (!isPreviewable(item))
+        return;
+    Nzb *nzb = jobOf(item);
+    if (previews.contains(nzb)) {
+        QMessageBox::warning(this, tr("Preview"), tr("File is already being previewed"),
+                             QMessageBox::Ok);
+        return;
+    }
+    auto *preview = new Preview(nzb, this);
+    previews.insert(nzb, preview);
+    connect(preview, &Preview::previewFinished, this, &MainWindow::onPreviewCompleted);
+    const QString player = engine->mediaPlayer();
+    if (player.isEmpty())
+        ui->statusBar->showMessage(tr("No media player is set"), noticeMsec);
+    const QString arguments = engine->settings()->value("mediaPlayerArgs"_L1).toString();
+    preview->start(player, arguments.split(u' ', Qt::SkipEmptyParts));
+}
+
+void MainWindow::onPreviewCompleted(Nzb *nzb)
+{
+    qDebug() << "Preview finished";
+    sender()->deleteLater();
+    previews.remove(nzb);
+}
+
+/// A job can become one with something to watch while its row is the current one.
+void MainWindow::onFileComplete(NzbFile *nf)
+{
+    if (nf->isFinished())
+        QTimer::singleShot(previewCheckMsec, this, &MainWindow::handlePreviewButton);
+}
+
+void MainWindow::handlePreviewButton()
+{
+    if (!ui->actionPreview->isEnabled() && isPreviewable(NzbModel::itemAt(currentRow())))
+        ui->actionPreview->setEnabled(true);
+}
