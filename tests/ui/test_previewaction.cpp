@@ -67,10 +67,14 @@ void TestPreviewAction::init()
     dir.emplace();
     player.emplace(dir->path());
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir->path());
+    QVERIFY(QDir(dir->path()).mkdir(u"downloads"_s));
+    QSettings ini(QSettings::IniFormat, QSettings::UserScope, u"Marlowick"_s, u"Marlowick"_s);
+    ini.setValue("hostname"_L1, u"127.0.0.1"_s);
+    ini.setValue("downloadFolder"_L1, dir->filePath(u"downloads"_s));
+    ini.sync(); // or the window asks for them
     window.emplace();
     engine = window->findChild<Marlowick *>();
     view = window->findChild<QTreeView *>();
-    set("downloadFolder", dir->filePath(u"downloads"_s));
     set("mediaPlayer", player->program);
     set("mediaPlayerArgs", u" -really  -quiet "_s);
     const QString nzb = writeFile(dir->filePath(u"job.nzb"_s), R"xml(<nzb>
