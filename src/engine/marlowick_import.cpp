@@ -63,7 +63,7 @@ Nzb *Marlowick::importNzb(const QString &nzbFile)
     const QString folder = downloadFolder();
     auto nzb = std::make_unique<Nzb>(this, folder, nzbFile);
     // The download folder comes first: names such as ".." exist in it, and so are never taken.
-    makeFolder(folder + u'/');
+    makeFolder(folder);
     nzb->setName(unusedName(folder, printable(nzb->name())));
     makeFolder(nzb->folder());
     qDebug().nospace() << "Created folder: " << nzb->folder();

@@ -91,7 +91,7 @@ void Marlowick::endProcessing(Nzb *nzb)
     }
     if (FileCombiner *combiner = joining.take(nzb)) {
         nzb->addExtractedFile(QFileInfo(combiner->finish()).fileName(), 0);
-        delete combiner;
+        combiner->deleteLater(); // behind its report, which would be taken for another's
     }
 }
 

@@ -11,6 +11,8 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
+using namespace Qt::StringLiterals;
+
 RarHandler::RarHandler(Nzb *nzb)
     : QThread(nzb)
     , nzb(nzb)
@@ -43,44 +45,52 @@ void RarHandler::fileCompleted(NzbFile *file)
 {
     if (file->parent() != nzb || file->isIncomplete())
         return;
-    const QString path = nzb->folder() + u'/' + file->name();
     const QMutexLocker lock(&volumeMutex);
-    if (!processing && isFirstVolume(file->name()) && QFile::exists(path)
-        && isInsideFolder(nzb->folder(), path)) {
-        startRun(path);
-        return;
-    }
+    if (startsRun(file))
+        return startRun(file);
     if (processing)
         noteArrivals();
-    // By its name; or one that no file bears, and that may count as ready only now.
-    if (file->name() == waitingFor || (!waitingFor.isEmpty() && isPlacedByHand(waitingFor)))
+    if (file->name() == waitingFor)
         volumeCondition.wakeOne();
 }
 
 void RarHandler::checkCompletedFiles()
 {
     failed = false;
+    const QMutexLocker lock(&volumeMutex);
+    noteArrivals();
     for (int i = 0; i < nzb->fileCount(); ++i) {
-        NzbFile *file = nzb->fileAt(i);
-        if (file->isFinished() && !file->isIncomplete())
-            fileCompleted(file);
+        const NzbFile *file = nzb->fileAt(i);
+        if (!file->isFinished() || file->isIncomplete())
+            continue;
+        if (startsRun(file))
+            startRun(file);
+        else if (file->name() == waitingFor)
+            volumeCondition.wakeOne();
     }
 }
 
-/// With volumeMutex held.
-void RarHandler::startRun(const QString &firstVolume)
+bool RarHandler::startsRun(const NzbFile *file) const
 {
-    awaitEnd(); // The run before has reported, but start() does nothing before its thread has
-                // ended.
+    const QString path = nzb->folder() + u'/' + file->name();
+    return !processing && isFirstVolume(file->name()) && QFile::exists(path)
+           && isInsideFolder(nzb->folder(), path);
+}
+
+/// With volumeMutex held.
+void RarHandler::startRun(const NzbFile *file)
+{
+    awaitEnd(); // It has reported, but start() does nothing before the thread has ended.
     folder = nzb->folder();
-    rarFile = firstVolume;
+    rarFile = folder + u'/' + file->name();
     noteArrivals();
     processing = true;
     start(QThread::LowPriority);
 }
 
 /// Writes down, by file name, whether all files of that name have arrived whole: the worker must
-/// not read the files themselves while articles change them. With volumeMutex held.
+/// not read the files themselves while articles change them. Wakes it if it sleeps for a volume
+/// that was placed by hand, and that may count as ready only now. With volumeMutex held.
 void RarHandler::noteArrivals()
 {
     arrived.clear();
@@ -89,19 +99,23 @@ void RarHandler::noteArrivals()
         const bool whole = file->isFinished() && !file->isIncomplete();
         arrived[file->name()] = arrived.value(file->name(), true) && whole;
     }
-    if (!waitingFor.isEmpty() && isPlacedByHand(waitingFor))
+    if (!waitingFor.isEmpty() && isPlacedByHand(waitingFor)) {
         arrived.insert(waitingFor, true);
+        volumeCondition.wakeOne();
+    }
 }
 
 /// Whether the volume @p name has been put there by the user: no file of the job bears its name,
-/// and none is about to get one, as a file does with its first article.
+/// and none can still get it, as a file does with its first article.
 bool RarHandler::isPlacedByHand(const QString &name) const
 {
     if (!QFile::exists(folder + u'/' + name))
         return false;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
-        if (file->name() == name || (file->hasActiveSegments() && file->completedBytes() == 0))
+        const bool heldBack = file->isPaused() && file->extension() == "par2"_L1;
+        const bool named = file->isFinished() || file->completedBytes() != 0 || heldBack;
+        if (file->name() == name || !named)
             return false;
     }
     return true;

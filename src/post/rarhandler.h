@@ -46,7 +46,8 @@ public:
     /// next volume that has not arrived otherwise, or at the end of the archive.
     void stop();
 
-    /// A run was started and has neither completed nor failed.
+    /// A run was started and has neither completed nor failed. Changes when the signal that tells
+    /// so is delivered, not before: whoever asks meanwhile would take the job for complete.
     [[nodiscard]] bool isProcessing() const { return processing; }
     [[nodiscard]] bool hasFailed() const { return failed; }
 
@@ -68,7 +69,8 @@ private:
     enum class Outcome { Complete, Failed, NoSpace, NoPassword };
 
     void awaitEnd();
-    void startRun(const QString &firstVolume);
+    [[nodiscard]] bool startsRun(const NzbFile *file) const;
+    void startRun(const NzbFile *file);
     void noteArrivals();
     [[nodiscard]] bool isPlacedByHand(const QString &name) const;
     void reviewVolume();
@@ -78,9 +80,11 @@ private:
     [[nodiscard]] bool lacksSpace() const;
     [[nodiscard]] bool lacksMemory() const;
     [[nodiscard]] bool isUnsafe() const;
+    [[nodiscard]] bool overwritesVolume();
     [[nodiscard]] RarArchive::Result skip();
     [[nodiscard]] RarArchive::Result extract();
-    void finishRun();
+    void removeVolumes();
+    void endRun(bool hasFailed);
     void askPassword(const QString &rarfile);
     [[nodiscard]] bool unlock();
 
@@ -105,8 +109,8 @@ private:
     QWaitCondition volumeCondition;
     QWaitCondition passwordCondition;
     std::atomic<bool> stopRequested = false;
-    std::atomic<bool> processing = false;
-    std::atomic<bool> failed = false;
+    bool processing = false; ///< like the next one for the main thread alone
+    bool failed = false;
     std::unique_ptr<RarArchive> archive; ///< during a run
     RarArchive::Member member; ///< the one being handled
 };

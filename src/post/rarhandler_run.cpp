@@ -48,11 +48,12 @@ void RarHandler::run()
 
     switch (outcome) {
     case Outcome::Complete:
-        finishRun();
+        removeVolumes();
+        endRun(false);
+        emit processingComplete(nzb);
         break;
     case Outcome::Failed:
-        failed = true;
-        processing = false;
+        endRun(true);
         emit errorProcessing(nzb, rarFile);
         break;
     case Outcome::NoSpace:
@@ -92,6 +93,8 @@ RarHandler::Outcome RarHandler::processMembers()
             return Outcome::NoPassword;
         if (lacksMemory())
             return Outcome::Failed;
+        if (!isUnsafe() && overwritesVolume())
+            return Outcome::Failed;
         result = isUnsafe() ? skip() : extract();
         if (result != Result::Ok)
             return Outcome::Failed;
@@ -121,6 +124,17 @@ bool RarHandler::isUnsafe() const
            || !isInsideFolder(folder, folder + u'/' + currentFile);
 }
 
+/// A post may have been packed twice, under one name.
+bool RarHandler::overwritesVolume()
+{
+    const QString path = QDir::cleanPath(folder + u'/' + currentFile);
+    const QString name = QFileInfo(path).fileName();
+    if (!isVolumeName(name) || path != QDir::cleanPath(folder + u'/' + name))
+        return false;
+    const QMutexLocker lock(&volumeMutex);
+    return arrived.contains(name) || volumes.contains(folder + u'/' + name);
+}
+
 Result RarHandler::skip()
 {
     qDebug() << "RARhandler: skipping file because of symlink or suspicous filename" << currentFile;
@@ -140,15 +154,25 @@ Result RarHandler::extract()
     return archive->extractMember();
 }
 
-void RarHandler::finishRun()
+void RarHandler::removeVolumes()
 {
     for (const QString &volume : std::as_const(volumes)) {
         qDebug() << "Removing processed RAR file:" << volume;
         QFile::remove(volume);
     }
     volumes.clear();
-    processing = false;
-    emit processingComplete(nzb);
+}
+
+/// To be called ahead of the signal, whose way through the event loop this takes.
+void RarHandler::endRun(bool hasFailed)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, hasFailed] {
+            processing = false;
+            failed = failed || hasFailed;
+        },
+        Qt::QueuedConnection);
 }
 
 void RarHandler::askPassword(const QString &rarfile)

@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QThread>
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 #include <utility>
@@ -38,13 +39,16 @@ QLatin1StringView prefix(QtMsgType type)
     return {};
 }
 
-/// A server's reply can have a megabyte, which the edit control would wrap for most of a minute:
-/// its time grows with the square of the length.
+/// A server's reply can have a megabyte, which the edit control would wrap for most of a minute, as
+/// its time grows with the square of the length: it is shown in pieces.
 QString logLine(QtMsgType type, const QString &message)
 {
     constexpr qsizetype longest = 10'000;
     const QString line = prefix(type) + message;
-    return line.size() <= longest ? line : line.first(longest) + " [...]"_L1;
+    QString pieces = line.first(std::min(line.size(), longest));
+    for (qsizetype at = longest; at < line.size(); at += longest)
+        pieces += u'\n' + line.mid(at, longest);
+    return pieces;
 }
 
 /// Runs on the thread that logs.

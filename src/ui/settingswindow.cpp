@@ -171,8 +171,10 @@ void SettingsWindow::saveSettings()
     settings->setValue("autoPAR2"_L1, ui->autoPAR2->isChecked());
     settings->setValue("pausePAR2"_L1, ui->pausePAR2->isChecked());
     settings->setValue("clearOnCompletion"_L1, ui->clearOnCompletion->isChecked());
-    settings->sync();
-    if (settings->status() == QSettings::AccessError)
+    // The status of an object keeps its first error for good.
+    QSettings written(settings->fileName(), QSettings::IniFormat);
+    written.sync();
+    if (written.status() == QSettings::AccessError)
         QMessageBox::critical(this, tr("Access error"),
                               tr("Error writing settings. Check file permissions."));
 }

@@ -87,12 +87,12 @@ void SettingsWindow::showTesting(bool testing)
 
 void SettingsWindow::servertest_loggedIn()
 {
-    const QPointer<NNTP> proved = endServerTest();
+    NNTP *proved = endServerTest();
     proved->setParent(engine); // it may outlive the dialog, but not the program
-    QTimer::singleShot(farewellMsec, proved, &NNTP::deleteLater);
     saveSettings();
-    if (proved) // a box may have stood for long
-        proved->quit();
+    // Not earlier: it is speaking, and a box of saveSettings() may stand for long.
+    QTimer::singleShot(farewellMsec, proved, &NNTP::deleteLater);
+    proved->quit();
     QTimer::singleShot(restartMsec, engine, &Marlowick::startToDownloadQueue);
     showTesting(false);
     accept();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <QDeadlineTimer>
 #include <QTest>
+#include <QtEndian>
 
 #include "enginefixture.h"
 #include "support/par2program.h"
@@ -19,7 +20,12 @@ private slots:
     void leavesAlone();
     void failedExtraction_data();
     void failedExtraction();
+    void unpackedBeforeTheRest();
+    void archivesInTurn();
+    void lowDiskspace();
+    void asleepWithoutRepair();
     void namesComeWithArticles();
+    void volumeCutShort();
     void asksForPassword();
     void joinsSeriesInTurn();
     void goesInTheMidst_data();
@@ -28,8 +34,10 @@ private slots:
     void failedExtractionAndRepair();
     void repairsAndUnpacks_data();
     void repairsAndUnpacks();
+    void volumeMeanwhile();
     void givesUp_data();
     void givesUp();
+    void unknownOutput();
 
 private:
     static void add(Post &post, const RarVolumes &files);
@@ -81,30 +89,74 @@ void TestPostprocessing::repairsAndUnpacks_data()
 {
     QTest::addColumn<QString>("rarHandling");
     QTest::addColumn<bool>("pausePAR2");
-    QTest::newRow("during") << u"during"_s << true;
-    QTest::newRow("after") << u"after"_s << true;
-    QTest::newRow("no setting, all volumes at once") << QString() << false;
+    QTest::addColumn<bool>("twice"); // another volume lacks an article, too: six blocks or so
+    QTest::newRow("during") << u"during"_s << true << false;
+    QTest::newRow("after") << u"after"_s << true << false;
+    QTest::newRow("no setting, all volumes at once") << QString() << false << false;
+    QTest::newRow("asks twice") << u"during"_s << true << true;
 }
 
 void TestPostprocessing::repairsAndUnpacks()
 {
     QFETCH(const QString, rarHandling);
     QFETCH(const bool, pausePAR2);
+    QFETCH(const bool, twice);
     EngineFixture t;
     t.set("rarHandling", rarHandling);
     t.set("pausePAR2", pausePAR2);
     t.set("autoPAR2", true);
     Post post;
     addDamagedSet(post);
+    post.file(0).segment(2).onServer = !twice;
     Nzb *nzb = t.start(post);
     QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs, QStringList{u"demo"_s}, 20'000);
     QCOMPARE(t.saved(u"demo/film.avi"_s), film);
     QCOMPARE(nzb->status(), u"Repaired"_s);
     QCOMPARE(nzb->extractedFiles().value(u"film.avi"_s), quint64(film.size()));
     QVERIFY(!QFile::exists(nzb->folder() + u"/x.part1.rar"_s));
-    // Three blocks at the most are lacking: the volumes of 1 and 2 do.
+    // Three or four blocks a volume are lacking. Those of 1 and 2, which are asked for first, do
+    // for one, and no more than that is fetched.
     QCOMPARE(EngineFixture::fileOf(nzb, recovery.last().first)->isPaused(), pausePAR2);
+    QCOMPARE(EngineFixture::fileOf(nzb, recovery.at(3).first)->isPaused(), pausePAR2 && !twice);
     QVERIFY(t.errors.isEmpty());
+}
+
+// Taken off its pause by hand, while a repair is running.
+void TestPostprocessing::volumeMeanwhile()
+{
+    EngineFixture t;
+    t.set("pausePAR2", true);
+    t.set("autoPAR2", true);
+    Post post;
+    addDamagedSet(post);
+    Nzb *nzb = t.start(post);
+    const QDeadlineTimer limit(20'000);
+    while (nzb->status() != u"Repairing"_s && !limit.hasExpired())
+        QCoreApplication::processEvents();
+    EngineFixture::fileOf(nzb, recovery.last().first)->setPaused(false);
+    t.engine->startToDownloadQueue();
+    QTRY_VERIFY_WITH_TIMEOUT(!t.completedJobs.isEmpty(), 20'000);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
+    QCOMPARE(nzb->status(), u"Repaired"_s);
+}
+
+// The program knows the set, but none of its files, and says so in words of its own.
+void TestPostprocessing::unknownOutput()
+{
+    const QByteArray volume = recovery.last().second;
+    const qsizetype packet =
+        volume.indexOf(QByteArrayView("PAR 2.0\0Main", 12)) - 48; // behind the head of the packet
+    QVERIFY(packet >= 0);
+    const auto length = qFromLittleEndian<quint64>(volume.constData() + packet + 8);
+    EngineFixture t;
+    t.set("autoPAR2", true);
+    Post post;
+    add(post, set);
+    post.file(1).segment(3).onServer = false;
+    post.addYenc(u"x.vol00+9.par2"_s, volume.sliced(packet, static_cast<qsizetype>(length)));
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE(nzb->status(), u"Damaged: repair failed"_s);
+    QVERIFY(t.completedJobs.isEmpty());
 }
 
 void TestPostprocessing::givesUp_data()
@@ -209,6 +261,73 @@ void TestPostprocessing::failedExtractionAndRepair()
     QVERIFY(t.completedJobs.isEmpty());
 }
 
+// The run goes on with the volumes that come after it was disabled.
+void TestPostprocessing::unpackedBeforeTheRest()
+{
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    Post post;
+    add(post, set);
+    const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
+    post.upload(*t.server);
+    t.server->hold(last.id(1));
+    Nzb *nzb = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    QTRY_VERIFY(t.completedFiles.contains(u"x.part1.rar"_s));
+    t.set("rarHandling", u"disabled"_s);
+    QTRY_VERIFY(!QFile::exists(nzb->folder() + u"/x.part3.rar"_s)
+                && nzb->extractedFiles().contains(u"film.avi"_s));
+    QTest::qWait(50); // for what has been posted
+    QVERIFY(t.completedJobs.isEmpty());
+    t.server->releaseAll();
+    QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
+}
+
+// The first is unpacked before all files of the job have been looked at.
+void TestPostprocessing::archivesInTurn()
+{
+    for (int round = 0; round < 10; ++round) {
+        EngineFixture t;
+        t.set("rarHandling", u"after"_s);
+        Post post;
+        for (const QString &name : {u"a"_s, u"b"_s})
+            add(post, rar4Set(name, {{name.toUtf8() + " film", "film"}}));
+        for (int i = 0; i < 60; ++i)
+            post.addYenc(u"text%1.txt"_s.arg(i), "text");
+        Nzb *nzb = t.start(post);
+        QTRY_COMPARE(t.completedJobs.size(), 1);
+        QCOMPARE(nzb->extractedFiles().keys(), (QStringList{u"a film"_s, u"b film"_s}));
+        QTRY_COMPARE(t.server->openConnections(), 0);
+        QCOMPARE(t.completedJobs.size(), 1);
+    }
+}
+
+void TestPostprocessing::lowDiskspace()
+{
+    EngineFixture t;
+    Post post;
+    add(post, rar4Set(u"x"_s, {{"film", "f", 0100644, quint64(1) << 60}}));
+    t.start(post);
+    QTRY_COMPARE(t.errors,
+                 QStringList{u"RAR processing suspended. Not enough disk space to extract "
+                             "1099511627776 MB file"_s});
+    QVERIFY(t.completedJobs.isEmpty());
+}
+
+// A volume is damaged, which an extraction waits for that nobody ends.
+void TestPostprocessing::asleepWithoutRepair()
+{
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    Post post;
+    add(post, set);
+    post.file(1).segment(3).onServer = false;
+    t.start(post);
+    QTRY_COMPARE(t.completedFiles.size(), set.size());
+    QTRY_COMPARE(t.server->openConnections(), 0);
+    QVERIFY(t.completedJobs.isEmpty());
+}
+
 // A volume lies under its name from the first line of its first article on, which the job's file
 // takes at that article's end.
 void TestPostprocessing::namesComeWithArticles()
@@ -223,6 +342,34 @@ void TestPostprocessing::namesComeWithArticles()
         post.file(i).subject = u"a post %1 yEnc (1/%2)"_s.arg(i).arg(post.file(i).segmentCount());
     t.server->script(When::body(post.file(1).id(1)), Reply().stallAfter(3000), 1);
     t.start(post);
+    QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 10'000);
+    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
+}
+
+// Until the article is asked for again, no file bears the name of what lies there.
+void TestPostprocessing::volumeCutShort()
+{
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    t.set("threads", 2);
+    t.set("networkRetry", 2);
+    Post post;
+    for (const auto &[name, content] : std::as_const(set))
+        post.addYenc(name, content, 50'000); // in one article
+    for (int i = 0; i < post.fileCount(); ++i)
+        post.file(i).subject = u"a post %1 yEnc (1/1)"_s.arg(i);
+    const QByteArray second = post.file(1).id(1);
+    const QByteArray third = post.file(2).id(1);
+    t.server->script(When::body(second), Reply::ordinary().cutAfter(20'000), 1);
+    post.upload(*t.server);
+    t.server->hold(second);
+    t.server->hold(third);
+    t.engine->addNZB(post.writeNzb(t.dir.path()));
+    QTRY_COMPARE(t.server->waiting().size(), 2);
+    t.server->release(second);
+    QTRY_VERIFY(QFile::exists(t.downloads() + u"/demo/x.part2.rar"_s));
+    QTRY_COMPARE(t.server->openConnections(), 1);
+    t.server->release(third);
     QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 10'000);
     QCOMPARE(t.saved(u"demo/film.avi"_s), film);
 }
@@ -271,6 +418,8 @@ void TestPostprocessing::goesInTheMidst_data()
             << u"Download complete, starting unrar"_s << end;
         QTest::addRow("%s, joining", what.data()) << u"Download complete, combining files"_s << end;
     }
+    for (const QString &end : ends) // last, see above
+        QTest::addRow("%s, in a repair", end.toUtf8().data()) << u"Repairing"_s << end;
 }
 
 void TestPostprocessing::addJobFor(const QString &sign, EngineFixture &t, Post &post) const

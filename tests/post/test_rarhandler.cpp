@@ -171,6 +171,7 @@ private slots:
     void cannotOpenVolume();
     void members_data();
     void members();
+    void keepsItsVolumes();
     void disguisedLink();
     void firstVolumeOutside();
     void lowDiskspace();
@@ -412,6 +413,20 @@ void TestRarHandler::members()
     expected.sort();
     QCOMPARE(job.content(), expected);
     QVERIFY(!QFile::exists(outside) && !QFile::exists(job.at(u"../outside"_s)));
+}
+
+// As when a post was packed twice.
+void TestRarHandler::keepsItsVolumes()
+{
+    for (const char *name : {"set.rar", "folder/../SET.RAR/../set.rar", "set.r00"}) {
+        RarJob job(rar4Set(u"set"_s, {{"film", "film"}, {name, "inner"}}, 1));
+        QDir().mkpath(job.at(u"folder"_s));
+        QDir().mkpath(job.at(u"SET.RAR"_s));
+        job.arriveAll();
+        QTRY_COMPARE(job.failures.size(), 1);
+        for (int i = 0; i < job.count(); ++i)
+            QCOMPARE(contentsOf(job.path(i)), job.volumes.at(i).second);
+    }
 }
 
 // The header of a link, but for the attributes, which are those of a plain file.

@@ -161,7 +161,7 @@ void TestDebugDialog::lines_data()
         << QtDebugMsg << u"a\0\x1b[2J\u202e\r"_s << u"a\0\x1b[2J\u202e\n"_s;
     // In full it would take more than half a minute.
     QTest::newRow("endless") << QtDebugMsg << QString(1'000'000, u'x')
-                             << QString(10'000, u'x') + u" [...]"_s;
+                             << QStringList(100, QString(10'000, u'x')).join(u'\n');
 }
 
 void TestDebugDialog::lines()

@@ -7,6 +7,7 @@
 #include <QCommandLinkButton>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -29,6 +30,9 @@
 #include "queue/nzbfile.h"
 #include "support/files.h"
 #include "support/newsserver.h"
+#include "support/posts.h"
+#include "support/rarprogram.h"
+#include "ui/deletedialog.h"
 #include "ui/mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -68,6 +72,7 @@ private slots:
     void diskspace();
     void boxesComeOneAfterAnother();
     void opensNoConnectionUnderBox();
+    void asksForPassword();
     void addsByDialog();
     void keysReachEverything();
     void pauses_data();
@@ -75,6 +80,7 @@ private slots:
     void jobGoesUnderQuestion();
     void deletes_data();
     void deletes();
+    void deletesNothingByMistake();
     void damagedQueue_data();
     void damagedQueue();
     void completeJob_data();
@@ -302,6 +308,34 @@ void TestMainWindow::opensNoConnectionUnderBox()
     QCOMPARE(engine->connectionCount(), 1);
 }
 
+void TestMainWindow::asksForPassword()
+{
+    NewsServer server;
+    allowConnection(server.serverPort());
+    tester.reset(); // see above
+    Post post(u"locked"_s);
+    const RarVolumes set = packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s});
+    post.addYenc(set.first().first, set.first().second);
+    post.upload(server);
+    QStringList asked;
+    QTimer whenAsked;
+    whenAsked.callOnTimeout([&asked] {
+        auto *dialog = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        asked << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
+        QCOMPARE(dialog->textEchoMode(), QLineEdit::Password);
+        dialog->setTextValue(u"secret"_s);
+        dialog->accept();
+    });
+    whenAsked.start(10);
+    const Nzb *nzb = engine->addNZB(post.writeNzb(dir->path()));
+    QTRY_COMPARE(contentsOf(nzb->folder() + u"/film.avi"_s), "film");
+    QCOMPARE(asked, (QStringList{u"Password protected RAR file"_s,
+                                 u"Please enter the password of what you are downloading"_s,
+                                 {}}));
+}
+
 void TestMainWindow::addsByDialog()
 {
     const QString nzb = writeFile(dir->filePath(u"a.nzb"_s), "<nzb/>");
@@ -426,6 +460,15 @@ void TestMainWindow::deletes()
     QCOMPARE(savedJobs(), removed ? QStringList{u"a"_s} : (QStringList{u"a"_s, u"b"_s}));
     QCOMPARE(message(), removed ? u"Deleted item"_s : QString());
     QTEST(QFile::exists(folder), "onDisk");
+}
+
+void TestMainWindow::deletesNothingByMistake()
+{
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+        QTimer::singleShot(0, this,
+                           [key] { QTest::keyClick(QApplication::activeModalWidget(), key); });
+        QCOMPARE(DeleteDialog::ask(), int(QMessageBox::Cancel));
+    }
 }
 
 void TestMainWindow::damagedQueue_data()

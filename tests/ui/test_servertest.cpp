@@ -287,6 +287,11 @@ void TestServerTest::tellsOfUnwritableFile()
     QCOMPARE(window->told,
              QStringList{u"Access error: Error writing settings. Check file permissions."_s});
     QTRY_COMPARE(server->openConnections(), 0);
+    QVERIFY(QFile::remove(folder) && QDir().mkpath(folder));
+    window->open();
+    window->clickOk();
+    QTRY_VERIFY(window->isAccepted());
+    QCOMPARE(window->told.size(), 1);
 }
 
 void TestServerTest::restartsPool_data()

@@ -115,7 +115,9 @@ void TestSettingsWindow::shows()
     window->store({{u"password"_s, QByteArray("s\xe9\0cret", 7).toBase64()}});
     window->open();
     QVERIFY(window->find<QRadioButton>(radio)->isChecked());
-    QCOMPARE(window->find<QLineEdit>(u"password"_s)->text(), u"sé"_s); // ends at the zero
+    const auto *password = window->find<QLineEdit>(u"password"_s);
+    QCOMPARE(password->text(), u"sé"_s); // ends at the zero
+    QCOMPARE(password->echoMode(), QLineEdit::Password);
 }
 
 void TestSettingsWindow::changes_data()
