@@ -171,7 +171,8 @@ void Preview::streamNextFile()
     position = 0;
     const qint64 offset = QFileInfo::exists(currentFile) ? 0 : replaceByJoinedFile();
     available = QFileInfo(currentFile).size();
-    if (isInsideFolder(nzb->folder(), currentFile))
+    // Opening a pipe would wait for its other end.
+    if (QFileInfo(currentFile).isFile() && isInsideFolder(nzb->folder(), currentFile))
         openFile(offset);
     qDebug() << "Streaming file" << currentFile << position << available << finalSize;
 }

@@ -36,7 +36,7 @@ bool isExtractedFilm(const QString &name, const QString &path, quint64 size)
 {
     const qsizetype dot = name.lastIndexOf(u'.');
     const QString extension = name.mid(dot + 1).toLower();
-    if (dot == 0 || !QFileInfo::exists(path))
+    if (dot == 0 || !QFileInfo(path).isFile())
         return false;
     if (isVideo(extension))
         return extension != "vob"_L1 || size > menuSize;

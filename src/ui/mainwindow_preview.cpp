@@ -49,11 +49,8 @@ void MainWindow::on_actionPreview_triggered()
     auto *preview = new Preview(nzb, this);
     previews.insert(nzb, preview);
     connect(preview, &Preview::previewFinished, this, &MainWindow::onPreviewCompleted);
-    const QString player = engine->mediaPlayer();
-    if (player.isEmpty())
-        ui->statusBar->showMessage(tr("No media player is set"), noticeMsec);
     const QString arguments = engine->settings()->value("mediaPlayerArgs"_L1).toString();
-    preview->start(player, arguments.split(u' ', Qt::SkipEmptyParts));
+    preview->start(engine->mediaPlayer(), arguments.split(u' ', Qt::SkipEmptyParts));
 }
 
 void MainWindow::onPreviewCompleted(Nzb *nzb)

@@ -8,6 +8,8 @@
 #include <functional>
 #include <optional>
 
+#include <sys/stat.h>
+
 #include "dvdimage.h"
 #include "player.h"
 #include "post/filecombiner.h"
@@ -38,6 +40,8 @@ private slots:
     void holdsOneChunk();
     void lastsUntilPlayerEnds_data();
     void lastsUntilPlayerEnds();
+    void replaced_data();
+    void replaced();
     void nothingToPlay();
 
 private:
@@ -137,7 +141,8 @@ void TestPreview::previewableFiles_data()
     };
     for (const QString &name : {u"film.DVR-ms"_s, u"mkv"_s, u"sub/film.3gp"_s})
         unpacked(name, 9, true, name);
-    for (const QString &name : {u".mkv"_s, u"film.001"_s, u"film.iso"_s, u"../film.mkv"_s})
+    for (const QString &name :
+         {u".mkv"_s, u"film.001"_s, u"film.iso"_s, u"../film.mkv"_s, u"sub/folder.avi"_s})
         unpacked(name, 9, false, name);
     unpacked(u"film.mkv"_s, 9, false, u"elsewhere.mkv"_s);
     unpacked(u"film.vob"_s, leastTitle, false, u"film.vob"_s);
@@ -150,8 +155,9 @@ void TestPreview::previewableFiles()
     QFETCH(const QString, name);
     QFETCH(const quint64, recorded);
     QFETCH(const qint64, found);
-    QDir(nzb->folder()).mkdir(u"sub"_s);
-    writeFile(path(name), "data");
+    QDir(nzb->folder()).mkpath(u"sub/folder.avi"_s);
+    if (!QFileInfo(path(name)).isDir())
+        writeFile(path(name), "data");
     if (subject.isEmpty())
         nzb->addExtractedFile(name == "elsewhere.mkv"_L1 ? u"film.mkv"_s : name, recorded);
     else
@@ -337,6 +343,34 @@ void TestPreview::lastsUntilPlayerEnds()
     QVERIFY(finished.isEmpty());
     player->end();
     QTRY_COMPARE(finished, QList<Nzb *>{nzb.get()});
+}
+
+void TestPreview::replaced_data()
+{
+    QTest::addColumn<QString>("by");
+    for (const char *what : {"a pipe", "a link to another folder", "a folder"})
+        QTest::newRow(what) << QString::fromLatin1(what);
+}
+
+// After it was found, and before it is opened.
+void TestPreview::replaced()
+{
+    QFETCH(const QString, by);
+    addFile(u"a.avi"_s, "film");
+    start();
+    QVERIFY(QFile::remove(path(u"a.avi"_s)));
+    if (by == "a pipe"_L1)
+        QCOMPARE(mkfifo(QFile::encodeName(path(u"a.avi"_s)).constData(), 0600), 0);
+    else if (by == "a folder"_L1)
+        QVERIFY(QDir().mkdir(path(u"a.avi"_s)));
+    else
+        QVERIFY(QFile::link(writeFile(dir->filePath(u"other"_s), "else"), path(u"a.avi"_s)));
+    player->request();
+    QTRY_VERIFY(player->received().endsWith("\r\n\r\n"));
+    QTest::qWait(50); // for more that might come
+    QCOMPARE(player->film(), "");
+    player->end();
+    QTRY_COMPARE(finished.size(), 1);
 }
 
 void TestPreview::nothingToPlay()
