@@ -19,9 +19,10 @@ enum Column { Seconds, ProcessorSeconds, FirstResident };
 
 QList<double> measure(const QString &client, const DownloadJob &job)
 {
-    const auto download = client == "engine"_L1 ? downloadWithEngine
-                          : job.ssl             ? downloadBareSsl
-                                                : downloadBarePlain;
+    const auto download = client == "engine"_L1    ? downloadWithEngine
+                          : client == "watched"_L1 ? downloadWatched
+                          : job.ssl                ? downloadBareSsl
+                                                   : downloadBarePlain;
     const DownloadCost cost = download(job);
     QList<double> numbers{cost.seconds, cost.processorSeconds};
     for (const qint64 kib : cost.resident)
@@ -42,17 +43,22 @@ void compare(const Measurements &measurements, bool ssl, qint64 articles, int ro
 {
     QList<QList<double>> bare;
     QList<QList<double>> engine;
+    QList<QList<double>> watched;
     for (int round = 0; round < rounds; ++round) {
         bare.append(measurements.run(u"bare"_s, ssl, articles));
         engine.append(measurements.run(u"engine"_s, ssl, articles));
+        watched.append(measurements.run(u"watched"_s, ssl, articles));
     }
     const char *link = ssl ? "TLS" : "plain";
     const auto bytes = static_cast<double>(articles * DownloadJob::articleSize);
     printRow(link, "bare", bare, bytes);
     printRow(link, "engine", engine, bytes);
+    printRow(link, "watched", watched, bytes);
     std::printf("%-6s engine/bare: %.2f of the throughput, %.2f times the processor time\n", link,
                 medianOf(bare, Seconds) / medianOf(engine, Seconds),
                 medianOf(engine, ProcessorSeconds) / medianOf(bare, ProcessorSeconds));
+    std::printf("%-6s watched/engine: %.2f of the throughput\n", link,
+                medianOf(engine, Seconds) / medianOf(watched, Seconds));
     std::fflush(stdout);
 }
 

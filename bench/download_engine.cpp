@@ -7,6 +7,7 @@
 #include <QSettings>
 
 #include "engine/marlowick.h"
+#include "preview/preview.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -40,9 +41,15 @@ QString writeNzb(const DownloadJob &job)
     return path;
 }
 
-} // namespace
+/// A player that takes as much as a film of good quality needs.
+void watch(Nzb *nzb)
+{
+    auto *preview = new Preview(nzb, nzb);
+    preview->start(u"/bin/sh"_s,
+                   {u"-c"_s, u"exec curl --silent --limit-rate 1M --output /dev/null \"$0\""_s});
+}
 
-DownloadCost downloadWithEngine(const DownloadJob &job)
+DownloadCost download(const DownloadJob &job, bool watched)
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, job.folder);
     const QString nzbFile = writeNzb(job);
@@ -53,7 +60,9 @@ DownloadCost downloadWithEngine(const DownloadJob &job)
     DownloadCost cost;
     QString folder;
     qint64 files = 0;
-    QObject::connect(&engine, &Marlowick::fileComplete, &engine, [&] {
+    QObject::connect(&engine, &Marlowick::fileComplete, &engine, [&](const NzbFile *file) {
+        if (watched && files == 0)
+            watch(qobject_cast<Nzb *>(file->parent()));
         meter.reached(static_cast<double>(++files) / static_cast<double>(job.files()));
     });
     QObject::connect(&engine, &Marlowick::nzbComplete, &engine, [&](const Nzb *nzb) {
@@ -68,3 +77,9 @@ DownloadCost downloadWithEngine(const DownloadJob &job)
     job.verify(folder);
     return cost;
 }
+
+} // namespace
+
+DownloadCost downloadWithEngine(const DownloadJob &job) { return download(job, false); }
+
+DownloadCost downloadWatched(const DownloadJob &job) { return download(job, true); }

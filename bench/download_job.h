@@ -77,9 +77,11 @@ private:
     std::size_t marks = 0;
 };
 
-/// The download as the program does it, decoding included. Each of these three ends the process
+/// The download as the program does it, decoding included. Each of these four ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
+/// The same while a player takes a film of the job at 1 MiB/s.
+[[nodiscard]] DownloadCost downloadWatched(const DownloadJob &job);
 /// The least that a client can do: poll(), recv(), and pwrite() of the raw bytes.
 [[nodiscard]] DownloadCost downloadBarePlain(const DownloadJob &job);
 /// The same with nothing but a QSslSocket for each connection.

@@ -18,7 +18,7 @@ build_packages=(
     par2 ca-certificates
 )
 test_packages=(rar openssl mpv ffmpeg)
-bench_packages=(libbenchmark-dev libssl-dev unrar)
+bench_packages=(curl libbenchmark-dev libssl-dev unrar)
 ci_packages=(clang-format)
 
 current_step=
