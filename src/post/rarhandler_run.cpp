@@ -93,9 +93,10 @@ RarHandler::Outcome RarHandler::processMembers()
             return Outcome::NoPassword;
         if (lacksMemory())
             return Outcome::Failed;
-        if (!isUnsafe() && overwritesVolume())
-            return Outcome::Failed;
-        result = isUnsafe() ? skip() : extract();
+        if (isUnsafe())
+            result = skip();
+        else
+            result = overwritesVolume() ? Result::Failed : extract();
         if (result != Result::Ok)
             return Outcome::Failed;
     }

@@ -40,6 +40,7 @@ extern "C" int connect(int socket, const sockaddr *address, socklen_t length)
         if (port == 119 || port == 443 || port == 563) {
             requestedPort = port;
             mapped.sin_port = htons(serverPort);
+            mapped.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
             return static_cast<int>(syscall(SYS_connect, socket, &mapped, sizeof mapped));
         }
     }
@@ -95,7 +96,7 @@ void TestServerTest::provesChanges_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QByteArrayList>("login");
     const QByteArrayList login{"AUTHINFO USER joe", "AUTHINFO PASS s\xe9r3t"};
-    QTest::newRow("host") << u"hostname"_s << u" localhost "_s << QVariant(u"localhost"_s) << login;
+    QTest::newRow("host") << u"hostname"_s << u" 127.0.0.2 "_s << QVariant(u"127.0.0.2"_s) << login;
     QTest::newRow("user") << u"username"_s << u" Joe"_s << QVariant(u"Joe"_s)
                           << QByteArrayList{"AUTHINFO USER Joe", login[1]};
     QTest::newRow("password") << u"password"_s << u" 0ther "_s
