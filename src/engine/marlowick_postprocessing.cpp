@@ -19,6 +19,7 @@
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 
@@ -65,15 +66,6 @@ std::optional<int> recoveryBlocks(const NzbFile *file, const QString &volumeName
     const int blocks = name.sliced(plus + 1, dot - plus - 1).toInt();
     qDebug().nospace() << "PAR2 file: " << name << " has " << blocks << " repair blocks";
     return blocks;
-}
-
-/// Whether @p file is a piece of a split file, such as "film.avi.001".
-bool isSplitPiece(const NzbFile *file)
-{
-    const QString extension = file->extension();
-    return extension.size() == 3 && std::all_of(extension.cbegin(), extension.cend(), [](QChar c) {
-               return c.isDigit();
-           });
 }
 
 } // namespace
@@ -285,7 +277,8 @@ bool Marlowick::startCombiners(Nzb *nzb)
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
         const QString path = pathOf(nzb, file);
-        if (isSplitPiece(file) && QFile::exists(path) && isInsideFolder(nzb->folder(), path))
+        if (isPieceNumber(file->extension()) && QFile::exists(path)
+            && isInsideFolder(nzb->folder(), path))
             series[file->name().chopped(4)] << path;
     }
     for (const QStringList &pieces : std::as_const(series)) {

@@ -12,6 +12,7 @@
 #include "preview/isofile.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
+#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 

@@ -51,8 +51,6 @@ protected slots:
     void onIncomingData();
 
 private:
-    [[nodiscard]] static bool isPieceNumber(const QString &extension);
-
     [[nodiscard]] bool isServing() const;
     [[nodiscard]] bool sendChunk();
     [[nodiscard]] bool isGrowing() const;

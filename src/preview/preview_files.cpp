@@ -5,13 +5,12 @@
 #include <QFileInfo>
 #include <QSet>
 
-#include <algorithm>
-
 #include "preview/isofile.h"
 #include "preview/preview.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 
@@ -44,13 +43,6 @@ bool isExtractedFilm(const QString &name, const QString &path, quint64 size)
 }
 
 } // namespace
-
-bool Preview::isPieceNumber(const QString &extension)
-{
-    return extension.size() == 3 && std::all_of(extension.cbegin(), extension.cend(), [](QChar c) {
-               return c.isDigit();
-           });
-}
 
 QMap<QString, quint64> Preview::previewableFiles(Nzb *nzb)
 {
