@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum Column { Seconds, ProcessorSeconds, FirstResident };
+enum Column { Seconds, ProcessorSeconds, FirstResident, LastResident = FirstResident + 3 };
 
 QList<double> measure(const QString &client, const DownloadJob &job)
 {
@@ -33,23 +33,23 @@ QList<double> measure(const QString &client, const DownloadJob &job)
 void printRow(const char *link, const char *client, const QList<QList<double>> &rounds,
               double bytes)
 {
-    std::printf("%-6s %-7s %8.0f MB/s %7.3f s/GB   %6.1f %6.1f %6.1f MiB\n", link, client,
+    std::printf("%-6s %-7s %8.0f MB/s %7.3f s/GB   %6.1f %6.1f MiB\n", link, client,
                 bytes / 1e6 / medianOf(rounds, Seconds),
                 medianOf(rounds, ProcessorSeconds) / (bytes / 1e9), medianOf(rounds, FirstResident),
-                medianOf(rounds, FirstResident + 1), medianOf(rounds, FirstResident + 2));
+                medianOf(rounds, LastResident));
 }
 
-void compare(const Measurements &measurements, bool ssl, qint64 articles, int rounds)
+void compare(const Measurements &measurements, const Line &line, qint64 articles, int rounds)
 {
     QList<QList<double>> bare;
     QList<QList<double>> engine;
     QList<QList<double>> watched;
     for (int round = 0; round < rounds; ++round) {
-        bare.append(measurements.run(u"bare"_s, ssl, articles));
-        engine.append(measurements.run(u"engine"_s, ssl, articles));
-        watched.append(measurements.run(u"watched"_s, ssl, articles));
+        bare.append(measurements.run(u"bare"_s, line, articles));
+        engine.append(measurements.run(u"engine"_s, line, articles));
+        watched.append(measurements.run(u"watched"_s, line, articles));
     }
-    const char *link = ssl ? "TLS" : "plain";
+    const char *link = line.ssl ? "TLS" : "plain";
     const auto bytes = static_cast<double>(articles * DownloadJob::articleSize);
     printRow(link, "bare", bare, bytes);
     printRow(link, "engine", engine, bytes);
@@ -76,10 +76,10 @@ int main(int argc, char **argv)
     const qint64 articles = std::max<qint64>(1, bytes / DownloadJob::articleSize);
     const Measurements measurements;
     std::printf("%lld bytes in %lld articles, %d connections, median of %d\n"
-                "link   client      throughput    processor   resident at 25 %%, 50 %%, 100 %%\n",
-                articles * DownloadJob::articleSize, articles, DownloadJob::connections, rounds);
+                "link   client      throughput    processor   resident at the beginning and end\n",
+                articles * DownloadJob::articleSize, articles, Line().connections, rounds);
     std::fflush(stdout);
     for (const bool ssl : {false, true})
-        compare(measurements, ssl, articles, rounds);
+        compare(measurements, {.ssl = ssl}, articles, rounds);
     return 0;
 }

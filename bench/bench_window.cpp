@@ -182,7 +182,7 @@ void compare(const Measurements &measurements, bool ssl, qint64 articles, int ro
     QHash<QString, QList<QList<double>>> results;
     for (int round = 0; round < rounds; ++round) {
         for (const QString &client : clients)
-            results[client].append(measurements.run(client, ssl, articles));
+            results[client].append(measurements.run(client, {.ssl = ssl}, articles));
     }
     const auto bytes = static_cast<double>(articles * DownloadJob::articleSize);
     for (const QString &client : clients)
@@ -208,7 +208,7 @@ int main(int argc, char **argv)
         std::printf("%lld bytes over %d connections, %s, median of %d\n"
                     "client     throughput   processor   an event's wait: half, 99 %%, longest, in "
                     "any round; repaints\n",
-                    articles * DownloadJob::articleSize, DownloadJob::connections,
+                    articles * DownloadJob::articleSize, DownloadJob().connections,
                     ssl ? "TLS" : "plain", rounds);
         std::fflush(stdout);
         compare(measurements, ssl, articles, rounds);

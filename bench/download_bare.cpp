@@ -118,7 +118,7 @@ DownloadCost downloadBarePlain(const DownloadJob &job)
     Progress progress(job);
     std::vector<pollfd> links;
     std::vector<Transfer> transfers;
-    for (int i = 0; i < DownloadJob::connections; ++i) {
+    for (int i = 0; i < job.connections; ++i) {
         links.push_back({.fd = connectTo(job.port), .events = POLLIN, .revents = 0});
         transfers.emplace_back(progress);
     }
@@ -142,7 +142,7 @@ DownloadCost downloadBarePlain(const DownloadJob &job)
 DownloadCost downloadBareSsl(const DownloadJob &job)
 {
     Progress progress(job);
-    std::vector<Transfer> transfers(DownloadJob::connections, Transfer(progress));
+    std::vector<Transfer> transfers(static_cast<std::size_t>(job.connections), Transfer(progress));
     std::vector<std::unique_ptr<QSslSocket>> sockets;
     for (Transfer &transfer : transfers) {
         auto *socket = sockets.emplace_back(std::make_unique<QSslSocket>()).get();

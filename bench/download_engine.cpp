@@ -49,7 +49,19 @@ void watch(Nzb *nzb)
                    {u"-c"_s, u"exec curl --silent --limit-rate 1M --output /dev/null \"$0\""_s});
 }
 
-DownloadCost download(const DownloadJob &job, bool watched)
+/// Leaves a hole of the file's size.
+void discard(const NzbFile *file)
+{
+    const auto *job = qobject_cast<Nzb *>(file->parent());
+    QFile content(job->folder() + u'/' + file->name());
+    const qint64 size = content.size();
+    if (size == 0 || !content.resize(0) || !content.resize(size))
+        qFatal("%s cannot be emptied", qPrintable(content.fileName()));
+}
+
+enum class Meanwhile { Nothing, Watching, Discarding };
+
+DownloadCost download(const DownloadJob &job, Meanwhile meanwhile)
 {
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, job.folder);
     const QString nzbFile = writeNzb(job);
@@ -61,8 +73,10 @@ DownloadCost download(const DownloadJob &job, bool watched)
     QString folder;
     qint64 files = 0;
     QObject::connect(&engine, &Marlowick::fileComplete, &engine, [&](const NzbFile *file) {
-        if (watched && files == 0)
+        if (meanwhile == Meanwhile::Watching && files == 0)
             watch(qobject_cast<Nzb *>(file->parent()));
+        if (meanwhile == Meanwhile::Discarding)
+            discard(file);
         meter.reached(static_cast<double>(++files) / static_cast<double>(job.files()));
     });
     QObject::connect(&engine, &Marlowick::nzbComplete, &engine, [&](const Nzb *nzb) {
@@ -74,12 +88,21 @@ DownloadCost download(const DownloadJob &job, bool watched)
                      [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
     static_cast<void>(engine.addNZB(nzbFile));
     QCoreApplication::exec();
-    job.verify(folder);
+    if (meanwhile != Meanwhile::Discarding)
+        job.verify(folder);
     return cost;
 }
 
 } // namespace
 
-DownloadCost downloadWithEngine(const DownloadJob &job) { return download(job, false); }
+DownloadCost downloadWithEngine(const DownloadJob &job)
+{
+    return download(job, Meanwhile::Nothing);
+}
 
-DownloadCost downloadWatched(const DownloadJob &job) { return download(job, true); }
+DownloadCost downloadWatched(const DownloadJob &job) { return download(job, Meanwhile::Watching); }
+
+DownloadCost downloadDiscarded(const DownloadJob &job)
+{
+    return download(job, Meanwhile::Discarding);
+}

@@ -76,7 +76,7 @@ CostMeter::CostMeter()
 
 void CostMeter::reached(double share)
 {
-    static constexpr std::array<double, 3> at{0.25, 0.5, 1.0};
+    static constexpr std::array<double, 4> at{0, 0.25, 0.5, 1};
     while (marks < at.size() && share >= at[marks])
         resident[marks++] = residentKib();
 }

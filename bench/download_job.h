@@ -13,7 +13,6 @@ class QSettings;
 /// fewer articles than the others; all articles decode to the same bytes.
 struct DownloadJob {
     static constexpr qint64 articleSize = 750'000; ///< decoded
-    static constexpr int connections = 8;
 
     [[nodiscard]] qint64 bytes() const { return articles * articleSize; }
     [[nodiscard]] qint64 files() const
@@ -49,6 +48,7 @@ struct DownloadJob {
 
     qint64 articles = 0;
     qint64 articlesPerFile = 64;
+    int connections = 8;
     quint16 port = 0;
     bool ssl = false;
     QString folder; ///< on a file system in memory
@@ -58,7 +58,7 @@ struct DownloadJob {
 struct DownloadCost {
     double seconds = 0;
     double processorSeconds = 0; ///< of the client alone
-    std::array<qint64, 3> resident{}; ///< KiB at 25 %, 50 % and 100 %
+    std::array<qint64, 4> resident{}; ///< KiB after the first file, at 25 %, 50 % and 100 %
 };
 
 /// Runs from its construction on.
@@ -66,22 +66,26 @@ class CostMeter final {
 public:
     CostMeter();
 
-    /// Notes the resident memory when @p share, from 0 to 1, reaches the next of its marks.
+    /// Notes the resident memory when @p share, from 0 to 1, reaches the next of its marks. The
+    /// first call is one.
     void reached(double share);
     [[nodiscard]] DownloadCost cost() const;
 
 private:
     double startTime;
     double startProcessorTime;
-    std::array<qint64, 3> resident{};
+    std::array<qint64, 4> resident{};
     std::size_t marks = 0;
 };
 
-/// The download as the program does it, decoding included. Each of these four ends the process
+/// The download as the program does it, decoding included. Each of these five ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
 /// The same while a player takes a film of the job at 1 MiB/s.
 [[nodiscard]] DownloadCost downloadWatched(const DownloadJob &job);
+/// The same for a job larger than the memory: each file is emptied when it is complete, its size
+/// left as it was.
+[[nodiscard]] DownloadCost downloadDiscarded(const DownloadJob &job);
 /// The least that a client can do: poll(), recv(), and pwrite() of the raw bytes.
 [[nodiscard]] DownloadCost downloadBarePlain(const DownloadJob &job);
 /// The same with nothing but a QSslSocket for each connection.

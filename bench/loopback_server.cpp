@@ -4,7 +4,10 @@
 // A news server that costs its clients as little as possible: one prepared article, sent from
 // memory by one thread a connection. It writes its port to stdout and ends when stdin is closed.
 //
-//     loopback_server [certificate.pem key.pem]
+//     loopback_server <delay> <rate> [certificate.pem key.pem]
+//
+// waits for so many milliseconds before it sends an article, and sends no more bytes a second over
+// one connection than that; 0 is no limit.
 #include <openssl/ssl.h>
 
 #include <QByteArray>
@@ -14,8 +17,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 #include "download_job.h"
@@ -23,11 +29,19 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+struct Line {
+    std::chrono::milliseconds delay;
+    int rate;
+};
+
 /// A connection's link, plain when there is no TLS context.
 class Link final {
 public:
-    Link(int descriptor, SSL_CTX *context)
+    Link(int descriptor, SSL_CTX *context, const Line &theLine)
         : link(descriptor)
+        , line(theLine)
         , ssl(context ? SSL_new(context) : nullptr)
     {
         const int on = 1;
@@ -50,15 +64,37 @@ public:
     }
     [[nodiscard]] bool sendAll(const QByteArray &data)
     {
-        const int size = static_cast<int>(data.size());
-        if (ssl)
-            return SSL_write(ssl, data.constData(), size) == size;
-        // A blocking send() takes all of it or fails.
-        return send(link, data.constData(), static_cast<size_t>(size), 0) == size;
+        if (line.rate == 0)
+            return send(data.constData(), static_cast<int>(data.size()));
+        constexpr qsizetype piece = 32 * 1024;
+        for (qsizetype at = 0; at < data.size(); at += piece) {
+            const auto size = static_cast<int>(std::min(piece, data.size() - at));
+            std::this_thread::sleep_until(free);
+            if (!send(data.constData() + at, size))
+                return false;
+            free += std::chrono::nanoseconds(size * std::nano::den / line.rate);
+        }
+        return true;
+    }
+    void waitBeforeArticle()
+    {
+        if (line.delay.count() > 0)
+            std::this_thread::sleep_for(line.delay);
+        free = std::max(free, Clock::now());
     }
 
 private:
+    [[nodiscard]] bool send(const char *data, int size)
+    {
+        if (ssl)
+            return SSL_write(ssl, data, size) == size;
+        // A blocking send() takes all of it or fails.
+        return ::send(link, data, static_cast<size_t>(size), 0) == size;
+    }
+
     const int link;
+    const Line line;
+    Clock::time_point free; ///< from when on the line can take the next bytes
     SSL *const ssl;
 };
 
@@ -102,15 +138,17 @@ bool sendArticle(Link &link, const QByteArray &id, const PreparedArticle &articl
 
 bool answer(Link &link, const QByteArray &command, const PreparedArticle &article)
 {
-    if (command.startsWith("BODY <"))
+    if (command.startsWith("BODY <")) {
+        link.waitBeforeArticle();
         return sendArticle(link, command.sliced(6).chopped(1), article);
+    }
     static_cast<void>(link.sendAll("205 bye\r\n"));
     return false;
 }
 
-void serve(int descriptor, SSL_CTX *context, const PreparedArticle &article)
+void serve(int descriptor, SSL_CTX *context, const Line &line, const PreparedArticle &article)
 {
-    Link link(descriptor, context);
+    Link link(descriptor, context, line);
     if (!link.open() || !link.sendAll("200 ready\r\n"))
         return;
     QByteArray pending;
@@ -135,7 +173,7 @@ int listenOnLoopback(quint16 &port)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (bind(listener, generic, size) != 0 || listen(listener, 64) != 0
+    if (bind(listener, generic, size) != 0 || listen(listener, 128) != 0
         || getsockname(listener, generic, &size) != 0)
         qFatal("The server cannot listen");
     port = ntohs(address.sin_port);
@@ -156,13 +194,16 @@ SSL_CTX *contextOf(const char *certificate, const char *key)
 int main(int argc, char **argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
-    SSL_CTX *context = argc == 3 ? contextOf(argv[1], argv[2]) : nullptr;
+    if (argc < 3)
+        qFatal("How long is the delay, and how fast the line?");
+    const Line line{std::chrono::milliseconds(std::atoi(argv[1])), std::atoi(argv[2])};
+    SSL_CTX *context = argc == 5 ? contextOf(argv[3], argv[4]) : nullptr;
     const PreparedArticle article;
     quint16 port = 0;
     const int listener = listenOnLoopback(port);
     std::thread([&] {
         for (int link; (link = accept(listener, nullptr, nullptr)) >= 0;)
-            std::thread(serve, link, context, std::cref(article)).detach();
+            std::thread(serve, link, context, line, std::cref(article)).detach();
     }).detach();
 
     std::printf("%d\n", port);

@@ -26,13 +26,14 @@ void write(const QString &path, const QByteArray &text)
 /// The server in its own process, for as long as this object lives.
 class Server final {
 public:
-    Server(const QTemporaryDir &certificates, bool ssl)
+    Server(const QTemporaryDir &certificates, const Line &line)
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(QCoreApplication::applicationDirPath() + u"/loopback_server"_s,
-                      ssl ? QStringList{certificates.filePath(u"server.pem"_s),
-                                        certificates.filePath(u"key.pem"_s)}
-                          : QStringList());
+        QStringList arguments{QString::number(line.delay), QString::number(line.rate)};
+        if (line.ssl)
+            arguments << certificates.filePath(u"server.pem"_s)
+                      << certificates.filePath(u"key.pem"_s);
+        process.start(QCoreApplication::applicationDirPath() + u"/loopback_server"_s, arguments);
         if (!process.waitForReadyRead(30'000))
             qFatal("The server does not start: %s", qPrintable(process.errorString()));
         port = process.readLine().trimmed();
@@ -64,16 +65,17 @@ Measurements::Measurements()
     write(certificates.filePath(u"authority.pem"_s), certificate->authority.toPem());
 }
 
-QList<double> Measurements::run(const QString &client, bool ssl, qint64 articles) const
+QList<double> Measurements::run(const QString &client, const Line &line, qint64 articles) const
 {
-    const Server server(certificates, ssl);
+    const Server server(certificates, line);
     QTemporaryDir scratch(u"/dev/shm/marlowick-bench-XXXXXX"_s);
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child.start(QCoreApplication::applicationFilePath(),
-                {u"--measure"_s, client, ssl ? u"ssl"_s : u"plain"_s,
+                {u"--measure"_s, client, line.ssl ? u"ssl"_s : u"plain"_s,
                  QString::fromLatin1(server.port), QString::number(articles),
-                 certificates.filePath(u"authority.pem"_s), scratch.path()});
+                 certificates.filePath(u"authority.pem"_s), scratch.path(),
+                 QString::number(line.connections)});
     if (!child.waitForFinished(-1) || child.exitStatus() != QProcess::NormalExit
         || child.exitCode() != 0) {
         scratch.remove();
@@ -96,6 +98,7 @@ int runClient(Measure measure)
     job.port = arguments.at(4).toUShort();
     job.articles = arguments.at(5).toLongLong();
     job.folder = arguments.at(7);
+    job.connections = arguments.at(8).toInt();
     const TrustedAuthority trusted(QSslCertificate::fromPath(arguments.at(6)).constFirst());
     // What the program logs on stderr is formatted, but would only be in the table's way.
     qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {

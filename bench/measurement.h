@@ -8,6 +8,14 @@
 
 #include "download_job.h"
 
+/// What a download goes through.
+struct Line {
+    bool ssl = false;
+    int connections = 8;
+    int delay = 0; ///< of the server before each article, in milliseconds
+    int rate = 0; ///< bytes a second of each connection, 0 for no limit
+};
+
 /// Downloads by clients that are a process of their own each, and so is the server, so that
 /// processor time and memory are those of the client alone. All files go to /dev/shm and are
 /// removed.
@@ -18,7 +26,7 @@ public:
     /// Starts this program again, which must hand its command line to runClient().
     /// @param client  says what the process is to measure
     /// @returns the numbers that it measured
-    [[nodiscard]] QList<double> run(const QString &client, bool ssl, qint64 articles) const;
+    [[nodiscard]] QList<double> run(const QString &client, const Line &line, qint64 articles) const;
 
 private:
     QTemporaryDir certificates;
