@@ -25,6 +25,17 @@ QString canonicalStem(const QString &path)
     return stem.canonicalFilePath();
 }
 
+/// True when only the last step of @p path is below @p folder, and is no symbolic link: one look at
+/// the disk tells that it leads nowhere else. All that a download writes is such a path.
+bool isEntryOf(const QString &folder, const QString &path)
+{
+    if (!path.startsWith(folder) || path.indexOf(u'/', folder.size()) != folder.size())
+        return false;
+    const QStringView entry = QStringView(path).sliced(folder.size() + 1);
+    return !entry.isEmpty() && entry != "."_L1 && entry != ".."_L1 && !entry.contains(u'/')
+           && !QFileInfo(path).isSymLink();
+}
+
 } // namespace
 
 bool isInsideFolder(const QString &folder, const QString &path)
@@ -32,6 +43,8 @@ bool isInsideFolder(const QString &folder, const QString &path)
     // The system refuses such paths; a long one would also make the walk to its stem slow.
     if (path.isEmpty() || path.size() >= PATH_MAX || path.contains(QChar::Null))
         return false;
+    if (isEntryOf(folder, path))
+        return QFileInfo::exists(folder);
     const QString root = QFileInfo(folder).canonicalFilePath();
     if (root.isEmpty())
         return false;
