@@ -236,8 +236,12 @@ void NNTP::readReply()
     if (state == StateSentPassword) // some servers repeat a command that they refuse
         line = line.left(3) + line.mid(3).replace(password.toLatin1(), "***");
     qDebug().nospace() << "Received: " << QString::fromLatin1(line.trimmed());
+    const QPointer<NNTP> self(this);
     if (line.size() > 2)
         handleReply(line);
+    // Only one line is read of what comes in at once, so lines that nobody asked for pile up.
+    if (self && socket->bytesAvailable() > maxLineLength)
+        abortWithError(0, tr("The server sent more than it was asked for"));
 }
 
 QByteArray NNTP::takeLine()

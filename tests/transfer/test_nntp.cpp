@@ -70,8 +70,8 @@ private slots:
     void retryIsNotPutOff();
     void reportsDecoderFailureOnce_data();
     void reportsDecoderFailureOnce();
-    void endlessLine_data();
-    void endlessLine();
+    void endlessReply_data();
+    void endlessReply();
     void messageIdIsNoCommand();
     void endsItself();
     void receiverDeletesConnection_data();
@@ -318,23 +318,29 @@ void TestNntp::reportsDecoderFailureOnce()
     QCOMPARE(link.failed.first().at(2).value<NzbFile *>(), file.get());
 }
 
-void TestNntp::endlessLine_data()
+void TestNntp::endlessReply_data()
 {
     QTest::addColumn<QByteArray>("start");
+    QTest::addColumn<QByteArray>("pattern");
     QTest::addColumn<int>("seqnr");
-    QTest::newRow("reply") << QByteArray() << 1;
-    QTest::newRow("body line") << QByteArray("222 body\r\n") << 1;
-    QTest::newRow("yEnc control line")
-        << QByteArray("222 body\r\n=ybegin size=9 name=a\r\n=y") << 1;
+    const QByteArray x = "x";
+    QTest::newRow("line") << QByteArray() << x << 1;
+    QTest::newRow("empty lines") << QByteArray() << "\r\n"_ba << 1;
+    QTest::newRow("lines behind an article that is not there") << "430 no\r\n"_ba
+                                                               << "200 hello\r\n"_ba << 1;
+    QTest::newRow("body line") << "222 body\r\n"_ba << x << 1;
+    QTest::newRow("yEnc control line") << "222 body\r\n=ybegin size=9 name=a\r\n=y"_ba << x << 1;
     QTest::newRow("uuencode line")
-        << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << 2;
+        << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << x << 2;
 }
 
-void TestNntp::endlessLine()
+void TestNntp::endlessReply()
 {
     QFETCH(const QByteArray, start);
+    QFETCH(const QByteArray, pattern);
     QFETCH(const int, seqnr);
-    server->script(When::body(), Reply::bytes(start + QByteArray(4'000'000, 'x')));
+    server->script(When::body(),
+                   Reply::bytes(start + pattern.repeated(4'000'000 / pattern.size())));
     Link link(*server);
     fetch(link, seqnr);
     QTRY_COMPARE(link.failed.size(), 1);
