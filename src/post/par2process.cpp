@@ -104,32 +104,26 @@ void Par2Process::startVolume(const QString &group, const QString &file)
                    QIODevice::ReadOnly);
 }
 
-/// The mark in the place of what is dropped keeps the rest of a cut line from looking like a line.
-void Par2Process::readOutput()
-{
-    output += process->readAll();
-    if (output.size() > maxOutput)
-        output.replace(0, output.size() - maxOutput, "...");
-}
-
 void Par2Process::onFinished()
 {
     readOutput();
     // It is speaking, and so has to outlive this object, should a slot delete that.
     process->setParent(nullptr);
     std::exchange(process, nullptr)->deleteLater();
-    qDebug() << "PAR2 response" << QString::fromLocal8Bit(output);
+    qDebug() << "PAR2 response" << QString::fromLocal8Bit(output.text());
 
-    const QByteArrayList lines = output.split('\n');
-    for (auto line = lines.crbegin(); line != lines.crend(); ++line) {
-        if (line->startsWith("Repair complete"))
-            return finishGroup(repaired);
-        if (line->startsWith("All files are correct"))
-            return finishGroup(allCorrect);
-        if (line->startsWith("You need "))
-            return stopForBlocks(line->split(' ').value(2).toInt());
-        if (line->startsWith("Main packet not found"))
-            return dropCorruptVolume();
+    const Par2Output::Verdict verdict = output.verdict();
+    switch (verdict.answer) {
+    case Par2Output::Answer::Repaired:
+        return finishGroup(repaired);
+    case Par2Output::Answer::Correct:
+        return finishGroup(allCorrect);
+    case Par2Output::Answer::NeedsBlocks:
+        return stopForBlocks(verdict.blocks);
+    case Par2Output::Answer::CorruptVolume:
+        return dropCorruptVolume();
+    case Par2Output::Answer::Unknown:
+        break;
     }
     qDebug() << "Error parsing par2 response";
     finishGroup(failed);

@@ -8,6 +8,8 @@
 #include <QProcess>
 #include <QStringList>
 
+#include "post/par2output.h"
+
 class Nzb;
 
 /// One pass of the external PAR2 program over the files of a job.
@@ -22,9 +24,6 @@ class Par2Process : public QObject {
     Q_MOC_INCLUDE("queue/nzb.h")
 
 public:
-    /// Of the program's output no more than the last so many bytes are kept.
-    static constexpr qsizetype maxOutput = 256 * 1024;
-
     /// @param nzb  handed back in the signals, never looked into; they carry null once it is gone
     /// @param files  full paths of PAR2 files known to lie in the job's folder: the program writes
     ///     beside them, and useless volumes are deleted. Only names with ".vol" are looked at.
@@ -57,7 +56,7 @@ protected slots:
 
 private:
     void startVolume(const QString &group, const QString &file);
-    void readOutput();
+    void readOutput() { output.append(process->readAll()); }
     void onError(QProcess::ProcessError error);
     void finishGroup(int &counter);
     void stopForBlocks(int number);
@@ -69,7 +68,7 @@ private:
     QMap<QString, QStringList>::iterator nextGroup;
     QString executable;
     QProcess *process = nullptr; // while it runs
-    QByteArray output;
+    Par2Output output;
     QString currentGroup;
     int repaired = 0;
     int failed = 0;

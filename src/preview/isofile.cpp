@@ -2,40 +2,15 @@
 // SPDX-License-Identifier: MIT
 #include "preview/isofile.h"
 
-#include <QDebug>
-#include <QtEndian>
-
 #include <algorithm>
 
 namespace {
 
 constexpr qint64 scanStart = 34816; // the block after the primary volume descriptor
 constexpr qint64 scanLength = 0x100000;
-constexpr qint64 minimalSize = 25 * 1024 * 1024; // of an image, and of a title file
-
-// Fields of a directory record.
-constexpr qsizetype recordLengthAt = 0;
-constexpr qsizetype extentAt = 2;
-constexpr qsizetype dataLengthAt = 10;
-constexpr qsizetype interleaveGapAt = 27;
-constexpr qsizetype nameLengthAt = 32;
-constexpr qsizetype nameAt = 33;
-constexpr int shortestName = 12;
-constexpr int versionLength = 2; // ";1"
-
-int byteAt(QByteArrayView record, qsizetype at) { return static_cast<uchar>(record[at]); }
-
-/// A number that is recorded in both byte orders, one after the other; 0 if they differ.
-quint32 numberAt(QByteArrayView record, qsizetype at)
-{
-    const auto little = qFromLittleEndian<quint32>(record.data() + at);
-    return little == qFromBigEndian<quint32>(record.data() + at + 4) ? little : 0;
-}
+constexpr qint64 minimalSize = 25 * 1024 * 1024;
 
 } // namespace
-
-/// In 32 bits: what lies beyond 4 GiB comes from the wrong place instead of failing.
-quint32 IsoFile::VobExtent::start() const { return sector << 11; }
 
 IsoFile::IsoFile(const QString &path, QObject *parent)
     : QFile(path, parent)
@@ -58,39 +33,8 @@ bool IsoFile::open(OpenMode mode)
     if (size() < minimalSize || !QFile::open(mode))
         return false;
     seek(scanStart);
-    findTitles(QFile::read(scanLength));
+    vobs = dvdTitles(QFile::read(scanLength));
     return true;
-}
-
-/// Every place counts where a name may stand: records are not looked for by their alignment.
-void IsoFile::findTitles(const QByteArray &stretch)
-{
-    for (qsizetype name = stretch.indexOf("VTS_", nameAt); name >= 0;
-         name = stretch.indexOf("VTS_", name + 1)) {
-        const QByteArrayView record = QByteArrayView(stretch).sliced(name - nameAt);
-        if (byteAt(record, nameLengthAt) + nameAt > record.size())
-            return;
-        addTitle(record);
-    }
-}
-
-/// Does nothing if @p record, which holds the whole name, is not that of a large title file.
-void IsoFile::addTitle(QByteArrayView record)
-{
-    const int nameLength = byteAt(record, nameLengthAt);
-    if (nameLength + nameLengthAt >= byteAt(record, recordLengthAt) || nameLength < shortestName)
-        return;
-    const VobExtent extent{.sector = numberAt(record, extentAt),
-                           .size = numberAt(record, dataLengthAt)};
-    if (extent.sector == 0 || extent.size < minimalSize)
-        return;
-    if (byteAt(record, interleaveGapAt) != 0) {
-        qDebug() << "Interleaved files not supported";
-        return;
-    }
-    const QByteArrayView name = record.sliced(nameAt, nameLength - versionLength);
-    if (name.endsWith(".VOB"))
-        vobs.insert(name.toByteArray(), extent);
 }
 
 qint64 IsoFile::pos() const { return curPos == endPos ? size() : static_cast<qint64>(curPos); }
@@ -111,8 +55,8 @@ void IsoFile::nextTitle()
 {
     if (vobs.isEmpty() || vobs.first().start() > size())
         return;
-    const VobExtent extent = vobs.take(vobs.firstKey());
-    curPos = extent.start();
-    endPos = curPos + extent.size;
-    seek(extent.start());
+    const DvdTitle title = vobs.take(vobs.firstKey());
+    curPos = title.start();
+    endPos = curPos + title.size;
+    seek(title.start());
 }

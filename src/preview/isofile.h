@@ -6,11 +6,12 @@
 #include <QFile>
 #include <QMap>
 
+#include "preview/dvdtitles.h"
+
 /// The film of a DVD image, read as one stream while the image is still growing.
 ///
-/// It does not walk the image's file system. It looks through the first mebibyte for directory
-/// records (ISO 9660 9.1) of title files of 25 MiB or more, "VTS_01_1.VOB" and so on, and reads
-/// those in the order of their names. read() hides the inherited one: hold it as an IsoFile.
+/// It does not walk the image's file system. It reads the dvdTitles() of the first mebibyte in the
+/// order of their names. read() hides the inherited one: hold it as an IsoFile.
 class IsoFile final : public QFile {
     Q_DISABLE_COPY_MOVE(IsoFile)
 
@@ -31,18 +32,9 @@ public:
     [[nodiscard]] QByteArray read(qint64 maxlen);
 
 private:
-    struct VobExtent {
-        quint32 sector; ///< its first logical block
-        quint32 size; ///< in bytes
-
-        [[nodiscard]] quint32 start() const;
-    };
-
-    void findTitles(const QByteArray &stretch);
-    void addTitle(QByteArrayView record);
     void nextTitle();
 
-    QMap<QByteArray, VobExtent> vobs; ///< what is still to be read, by name
+    QMap<QByteArray, DvdTitle> vobs; ///< what is still to be read, by name
     quint64 endPos = 0; ///< of the current title file, in the image
     quint64 curPos = 0; ///< of the next byte, in the image
 };

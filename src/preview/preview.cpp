@@ -27,6 +27,7 @@ constexpr int statMsec = 1000;
 Preview::Preview(Nzb *job, QObject *parent)
     : QObject(parent)
     , nzb(job)
+    , server(this)
 {
     player.setProcessChannelMode(QProcess::ForwardedChannels);
     statTimer.setInterval(statMsec);

@@ -155,9 +155,8 @@ void TestPar2Process::understands_data()
         return "; head -c " + QByteArray::number(count) + " /dev/zero";
     };
     row("long line", ":" + zeros(2'000'000) + "; echo; echo Repair complete", u"repaired, end"_s);
-    row("far back", "echo Repair complete" + zeros(Par2Process::maxOutput), u"unanswered"_s);
-    row("cut line", "printf x'Repair complete'" + zeros(Par2Process::maxOutput - 15),
-        u"unanswered"_s);
+    row("far back", "echo Repair complete" + zeros(Par2Output::maxSize), u"unanswered"_s);
+    row("cut line", "printf x'Repair complete'" + zeros(Par2Output::maxSize - 15), u"unanswered"_s);
 }
 
 void TestPar2Process::understands()
