@@ -8,6 +8,8 @@ target_compile_options(marlowick_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion
     # Constructor parameters may be named like the fields that they fill.
     $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
+    # Signals named error() hide that of QXmlDefaultHandler on purpose.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-overloaded-virtual>
     $<$<BOOL:${MARLOWICK_WERROR}>:-Werror>)
 target_compile_definitions(marlowick_options INTERFACE
     QT_NO_CAST_FROM_ASCII
@@ -20,6 +22,11 @@ if(MARLOWICK_SANITIZE)
     target_compile_options(marlowick_options INTERFACE
         -fsanitize=${MARLOWICK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(marlowick_options INTERFACE -fsanitize=${MARLOWICK_SANITIZE})
+endif()
+if(MARLOWICK_FUZZ)
+    # So that the fuzzer sees which way each input has gone.
+    target_compile_options(marlowick_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(marlowick_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # marlowick_library(<subsystem> SOURCES <file>... LINK <library>...)

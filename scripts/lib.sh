@@ -19,6 +19,7 @@ build_packages=(
 )
 test_packages=(rar openssl mpv ffmpeg)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)
+fuzz_packages=(clang libclang-rt-dev)
 ci_packages=(clang-format)
 
 current_step=
