@@ -14,13 +14,15 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_folder=${MARLOWICK_BUILD:-build}
 build_packages=(
     build-essential cmake ninja-build
-    qt6-base-dev qt6-5compat-dev libquazip1-qt6-dev zlib1g-dev libunrar-dev
+    qt6-base-dev qt6-5compat-dev qt6-tools-dev qt6-l10n-tools libquazip1-qt6-dev zlib1g-dev
+    libunrar-dev
     par2 ca-certificates
 )
-test_packages=(rar openssl mpv ffmpeg)
+test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)
 fuzz_packages=(clang libclang-rt-dev)
-ci_packages=(clang-format)
+ci_packages=(clang-format desktop-file-utils appstream mandoc)
+package_packages=(dpkg-dev lintian)
 
 current_step=
 current_hint=
@@ -138,6 +140,18 @@ build() {
     step "Building $* in $folder" \
         "The compiler's message stands above. If $folder itself is broken, delete it and try again."
     cmake --build "$folder" --parallel "$(nproc)" --target "$@"
+}
+
+# make_package <build folder> <lintian option>...  leaves the path in $package
+make_package() {
+    local folder=$1
+    step "Making the Debian package in $folder" "cpack's message stands above."
+    rm -f "$folder"/*.deb
+    (cd "$folder" && cpack -G DEB)
+    package=$(realpath "$folder"/*.deb)
+    step "Checking it with lintian" "lintian-explain-tags TAG tells what a tag means."
+    lintian --fail-on error,warning "${@:2}" "$package"
+    echo "$package"
 }
 
 cd "$root"

@@ -1,12 +1,14 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 #include <QIcon>
+#include <QLocale>
 #include <QStringList>
 
 #include <utility>
 
 #include "ui/mainwindow.h"
 #include "ui/qtsingleapplication.h"
+#include "ui/translations.h"
 
 using namespace Qt::StringLiterals;
 
@@ -31,6 +33,8 @@ int main(int argc, char **argv)
         sendArguments(application);
         return 0;
     }
+    QApplication::setDesktopFileName(QStringLiteral(MARLOWICK_APP_ID));
+    installTranslations(QLocale::system());
     QApplication::setWindowIcon(QIcon(u":/icons/newspaper.png"_s));
     // The window may have to ask the user before it is there.
     QStringList early;

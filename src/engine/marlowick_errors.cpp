@@ -59,7 +59,7 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
     default:
         const int seconds = settings_->value("networkRetry"_L1).toInt();
         emit notice(0, tr("Last error: ") + msg + tr(", retrying in ") + QString::number(seconds)
-                           + tr(" seconds"));
+                           + tr(" seconds", nullptr, seconds));
         connection->retryAfter(seconds);
     }
 }

@@ -23,7 +23,7 @@ QString findExecutable(const QStringList &candidates)
     const QString executable = found == candidates.cend() ? QString() : *found;
     qDebug() << "par2 found" << executable << "possible" << candidates;
     if (executable.isEmpty())
-        throw std::runtime_error("Cannot find par2 executable");
+        throw std::runtime_error(Par2Process::tr("Cannot find par2 executable").toStdString());
     return executable;
 }
 

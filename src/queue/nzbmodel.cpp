@@ -30,11 +30,14 @@ QIcon icon(QLatin1StringView picture) { return QIcon(":/icons/"_L1 + picture + "
 
 QString formatSize(double bytes)
 {
-    constexpr QLatin1StringView units[] = {" B"_L1, " KB"_L1, " MB"_L1, " GB"_L1, " TB"_L1};
-    const QLatin1StringView *unit = std::begin(units);
+    constexpr const char *units[] = {
+        QT_TRANSLATE_NOOP("NzbModel", " B"), QT_TRANSLATE_NOOP("NzbModel", " KB"),
+        QT_TRANSLATE_NOOP("NzbModel", " MB"), QT_TRANSLATE_NOOP("NzbModel", " GB"),
+        QT_TRANSLATE_NOOP("NzbModel", " TB")};
+    const char *const *unit = std::begin(units);
     for (; bytes >= 1024.0 && unit != std::end(units) - 1; ++unit)
         bytes *= 0.0009765625;
-    return QString::number(bytes, 'f', 2) + *unit;
+    return QString::number(bytes, 'f', 2) + NzbModel::tr(*unit);
 }
 
 Nzb *jobAt(const QModelIndex &index) { return qobject_cast<Nzb *>(NzbModel::itemAt(index)); }

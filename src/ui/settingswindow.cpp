@@ -9,9 +9,11 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QSettings>
+#include <QSpinBox>
 #include <QStandardPaths>
 #include <QUrl>
 #include <QUrlQuery>
@@ -100,6 +102,8 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
     connect(ui->buttonBox, &QDialogButtonBox::rejected, this, &SettingsWindow::reject);
     ui->hostname->setFocus();
     connect(&watchTimer, &QTimer::timeout, this, &SettingsWindow::watchServerTest);
+    showUnit(ui->networkTimeout, ui->label_11);
+    showUnit(ui->networkRetry, ui->label_13);
     if (engine->settings()->contains("threads"_L1)) // so the program has been set up before
         loadSettings();
     else
@@ -107,6 +111,16 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
 }
 
 SettingsWindow::~SettingsWindow() = default;
+
+/// The word behind the number, in the form that the number wants.
+void SettingsWindow::showUnit(const QSpinBox *number, QLabel *unit)
+{
+    const auto show = [unit](int seconds) {
+        unit->setText(tr("seconds", "behind a number", seconds));
+    };
+    show(number->value());
+    connect(number, &QSpinBox::valueChanged, unit, show);
+}
 
 void SettingsWindow::loadSettings()
 {
@@ -252,8 +266,7 @@ bool SettingsWindow::isServerStored() const
            && settings->value("port"_L1).toInt() == chosenPort().number;
 }
 
-// These two texts, and the title below, are not translated. A dialog that is cancelled empties the
-// field.
+// These two texts are not translated. A dialog that is cancelled empties the field.
 void SettingsWindow::on_browseMplayer_clicked()
 {
     const QString file = QFileDialog::getOpenFileName(this, u"Select media player application"_s,
@@ -265,7 +278,7 @@ void SettingsWindow::on_browseMplayer_clicked()
 void SettingsWindow::on_browseDownloadFolder_clicked()
 {
     const QString folder = QFileDialog::getExistingDirectory(
-        this, u"Select download folder"_s, ui->downloadFolder->text(), QFileDialog::ShowDirsOnly);
+        this, tr("Select download folder"), ui->downloadFolder->text(), QFileDialog::ShowDirsOnly);
     ui->downloadFolder->setText(QDir::toNativeSeparators(folder));
 }
 

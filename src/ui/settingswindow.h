@@ -12,8 +12,10 @@
 class Marlowick;
 class NNTP;
 class NzbFile;
+class QLabel;
 class QLineEdit;
 class QProgressDialog;
+class QSpinBox;
 
 namespace Ui {
 class SettingsWindow;
@@ -53,6 +55,7 @@ private:
         bool ssl;
     };
 
+    static void showUnit(const QSpinBox *number, QLabel *unit);
     void loadSettings();
     void loadServer();
     void proposePaths();

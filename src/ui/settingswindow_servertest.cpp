@@ -63,7 +63,7 @@ void SettingsWindow::watchServerTest()
     const int timeout = ui->networkTimeout->value();
     if (timeout <= connection->idleSeconds()
         || testClock.hasExpired(afterClosingMsec + repliesOfLogin * timeout * 1000))
-        connection->abortWithError(NNTP::NetworkTimeout, u"Network time-out"_s);
+        connection->abortWithError(NNTP::NetworkTimeout, tr("Network time-out"));
 }
 
 /// Nothing that the connection does from here on reaches the dialog; the caller lets it go.

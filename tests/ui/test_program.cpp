@@ -23,9 +23,12 @@ private slots:
 
     void downloadsFromCommandLine();
     void secondStartHandsOver();
+    void speaksUsersLanguage_data();
+    void speaksUsersLanguage();
 
 private:
-    [[nodiscard]] std::unique_ptr<QProcess> start(const QStringList &arguments);
+    [[nodiscard]] std::unique_ptr<QProcess> start(const QStringList &arguments,
+                                                  const QString &locale = {});
     [[nodiscard]] QByteArray saved(const QString &path) const;
     [[nodiscard]] bool hasSaid(QProcess &program, const QByteArray &text);
 
@@ -62,12 +65,17 @@ void TestProgram::cleanup()
         qInfo().noquote() << said;
 }
 
-std::unique_ptr<QProcess> TestProgram::start(const QStringList &arguments)
+std::unique_ptr<QProcess> TestProgram::start(const QStringList &arguments, const QString &locale)
 {
     auto process = std::make_unique<QProcess>();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"XDG_RUNTIME_DIR"_s, dir->filePath(u"run"_s));
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    if (!locale.isNull()) {
+        for (const QString &stronger : {u"LANGUAGE"_s, u"LC_ALL"_s, u"LC_MESSAGES"_s})
+            environment.remove(stronger);
+        environment.insert(u"LANG"_s, locale);
+    }
     process->setProcessEnvironment(environment);
     process->setProcessChannelMode(QProcess::MergedChannels);
     process->start(dir->filePath(u"marlowick"_s), arguments);
@@ -124,6 +132,29 @@ void TestProgram::secondStartHandsOver()
     QCOMPARE(saved(u"später/film.bin"_s), film);
     first->kill();
     first->waitForFinished();
+}
+
+void TestProgram::speaksUsersLanguage_data()
+{
+    QTest::addColumn<QByteArray>("complete");
+    QTest::newRow("en_GB.UTF-8") << QByteArray("NZB complete: film");
+    QTest::newRow("de_DE.UTF-8") << QByteArray("NZB vollständig: film");
+    QTest::newRow("es_MX.UTF-8") << QByteArray("NZB completo: film");
+    QTest::newRow("fr_BE.UTF-8") << QByteArray("NZB complet\u00a0: film");
+    QTest::newRow("nl_NL.UTF-8") << QByteArray("NZB voltooid: film");
+}
+
+void TestProgram::speaksUsersLanguage()
+{
+    QFETCH(const QByteArray, complete);
+    Post post;
+    post.addYenc(u"film.bin"_s, randomBytes(4, 50'000), 20'000);
+    post.upload(*server);
+    const QString nzb = post.writeNzb(dir->path(), u"film.nzb"_s);
+    const auto program = start({nzb}, QString::fromLatin1(QTest::currentDataTag()));
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*program, complete), 30'000);
+    program->kill();
+    program->waitForFinished();
 }
 
 QTEST_GUILESS_MAIN(TestProgram)

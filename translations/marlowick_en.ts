@@ -1,0 +1,25 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en" sourcelanguage="en">
+<context>
+    <name>Marlowick</name>
+    <message numerus="yes">
+        <source> seconds</source>
+        <translation>
+            <numerusform> seconds</numerusform>
+            <numerusform> seconds</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>SettingsWindow</name>
+    <message numerus="yes">
+        <source>seconds</source>
+        <comment>behind a number</comment>
+        <translation>
+            <numerusform>seconds</numerusform>
+            <numerusform>seconds</numerusform>
+        </translation>
+    </message>
+</context>
+</TS>
