@@ -329,6 +329,10 @@
         <source>: You entered hostname &apos;%1&apos; but the server&apos;s SSL certificate is only valid for &apos;%2&apos;</source>
         <translation>: Sie haben den Hostnamen „%1“ eingegeben, aber das SSL-Zertifikat des Servers gilt nur für „%2“</translation>
     </message>
+    <message>
+        <source>The server sent more than it was asked for</source>
+        <translation>Der Server hat mehr gesendet, als angefordert war</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

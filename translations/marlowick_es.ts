@@ -329,6 +329,10 @@
         <source>: You entered hostname &apos;%1&apos; but the server&apos;s SSL certificate is only valid for &apos;%2&apos;</source>
         <translation>: ha introducido el nombre de host «%1», pero el certificado SSL del servidor solo es válido para «%2»</translation>
     </message>
+    <message>
+        <source>The server sent more than it was asked for</source>
+        <translation>El servidor envió más de lo que se le pidió</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

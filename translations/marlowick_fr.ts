@@ -329,6 +329,10 @@
         <source>: You entered hostname &apos;%1&apos; but the server&apos;s SSL certificate is only valid for &apos;%2&apos;</source>
         <translation>&#xa0;: vous avez saisi le nom d’hôte «&#xa0;%1&#xa0;», mais le certificat SSL du serveur n’est valable que pour «&#xa0;%2&#xa0;»</translation>
     </message>
+    <message>
+        <source>The server sent more than it was asked for</source>
+        <translation>Le serveur a envoyé plus que ce qui lui était demandé</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

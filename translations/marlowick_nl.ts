@@ -329,6 +329,10 @@
         <source>: You entered hostname &apos;%1&apos; but the server&apos;s SSL certificate is only valid for &apos;%2&apos;</source>
         <translation>: u hebt hostnaam ‘%1’ ingevoerd, maar het SSL-certificaat van de server geldt alleen voor ‘%2’</translation>
     </message>
+    <message>
+        <source>The server sent more than it was asked for</source>
+        <translation>De server stuurde meer dan er gevraagd was</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>
