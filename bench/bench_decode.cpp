@@ -9,14 +9,15 @@
 
 #include <benchmark/benchmark.h>
 #include <cstdio>
-#include <map>
+#include <string>
+#include <utility>
 #include <vector>
 #include <zlib.h>
 
+#include "medianreporter.h"
 #include "support/articles.h"
-#include "transfer/crc32.h"
+#include "transfer/kernels.h"
 #include "transfer/yencdecoder.h"
-#include "transfer/yenckernel.h"
 #include "transfer/yencreference.h"
 
 using namespace Qt::StringLiterals;
@@ -48,7 +49,7 @@ std::span<const uchar> bytesOf(const QByteArray &data)
 }
 
 // The article's lines alone, without header and trailer, chunk by chunk.
-template <typename Walk> void decodeLines(benchmark::State &state, Walk walk)
+void decodeLines(benchmark::State &state, YencWalk *walk)
 {
     const QByteArray text = article();
     const qsizetype start = text.indexOf('\n') + 1;
@@ -60,17 +61,6 @@ template <typename Walk> void decodeLines(benchmark::State &state, Walk walk)
             benchmark::DoNotOptimize(walk(bytesOf(chunk), out));
     }
     state.SetBytesProcessed(state.iterations() * lines.size());
-}
-
-void plainLoop(benchmark::State &state) { decodeLines(state, referenceWalk); }
-
-void kernel(benchmark::State &state, YencKernel kernel)
-{
-    if (!isSupported(kernel))
-        return state.SkipWithError("not on this processor");
-    decodeLines(state, [kernel](std::span<const uchar> in, std::span<uchar> out) {
-        return walkYenc(in, out, kernel);
-    });
 }
 
 // What a decoder cannot do without: the loop, zlib's checksum, one write a chunk.
@@ -110,85 +100,50 @@ void yencDecoder(benchmark::State &state)
     state.SetBytesProcessed(state.iterations() * text.size());
 }
 
-template <typename Update> void checksum(benchmark::State &state, Update update)
+void checksum(benchmark::State &state, Crc32Update *update)
 {
     const auto data = bytesOf(decodedArticle());
     for (auto _ : state)
-        benchmark::DoNotOptimize(update(data));
+        benchmark::DoNotOptimize(update(~0u, data));
     state.SetBytesProcessed(state.iterations() * articleSize);
 }
 
-void crcZlib(benchmark::State &state)
+quint32 crcByZlib(quint32 crc, std::span<const uchar> data)
 {
-    checksum(state,
-             [](std::span<const uchar> data) { return crc32(0, data.data(), uInt(data.size())); });
+    return ~quint32(crc32(~crc, data.data(), uInt(data.size())));
 }
 
-void crcTables(benchmark::State &state)
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+/// @returns each row that has a rival, with the rival
+Pairs registerRows()
 {
-    checksum(state, [](std::span<const uchar> data) { return ~updateCrc32ByTables(~0u, data); });
+    Pairs pairs{{"yencDecoder", "plainDecoder"}};
+    benchmark::RegisterBenchmark("plainDecoder", plainDecoder);
+    benchmark::RegisterBenchmark("yencDecoder", yencDecoder);
+    benchmark::RegisterBenchmark("plainLoop", decodeLines, referenceWalk);
+    for (const auto &kernel : yencKernels()) {
+        pairs.emplace_back(std::string("kernel/") + kernel.name, "plainLoop");
+        benchmark::RegisterBenchmark(pairs.back().first.c_str(), decodeLines, kernel.run);
+    }
+    benchmark::RegisterBenchmark("crcZlib", checksum, crcByZlib);
+    for (const auto &kernel : crc32Kernels()) {
+        pairs.emplace_back(std::string("crc/") + kernel.name, "crcZlib");
+        benchmark::RegisterBenchmark(pairs.back().first.c_str(), checksum, kernel.run);
+    }
+    return pairs;
 }
-
-void crcFolding(benchmark::State &state)
-{
-    if (!canFoldCrc32())
-        return state.SkipWithError("not on this processor");
-    checksum(state, [](std::span<const uchar> data) { return ~updateCrc32ByFolding(~0u, data); });
-}
-
-BENCHMARK(plainLoop);
-BENCHMARK_CAPTURE(kernel, bytes, YencKernel::Bytes);
-BENCHMARK_CAPTURE(kernel, ssse3, YencKernel::Ssse3);
-BENCHMARK_CAPTURE(kernel, avx2, YencKernel::Avx2);
-BENCHMARK(plainDecoder);
-BENCHMARK(yencDecoder);
-BENCHMARK(crcZlib);
-BENCHMARK(crcTables);
-BENCHMARK(crcFolding);
-
-// Prints the rows as usual and remembers their rates for the ratios at the end.
-class Reporter final : public benchmark::ConsoleReporter {
-public:
-    Reporter()
-        : ConsoleReporter(OO_Tabular)
-    {
-    }
-
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run &run : runs) {
-            if (run.counters.contains("bytes_per_second"))
-                rates[run.run_name.function_name] = run.counters.at("bytes_per_second");
-        }
-    }
-
-    void printRatio(const char *name, const char *rival) const
-    {
-        const auto rate = rates.find(name);
-        const auto rivalRate = rates.find(rival);
-        if (rate != rates.end() && rivalRate != rates.end())
-            std::printf("%-14s %5.2f GB/s = %4.1f times %s\n", name, rate->second / 1e9,
-                        rate->second / rivalRate->second, rival);
-    }
-
-private:
-    std::map<std::string, double> rates;
-};
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
     const QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    Reporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    const Pairs pairs = registerRows();
+    MedianReporter reporter;
+    reporter.run(argc, argv);
     std::printf("\n");
-    for (const char *name : {"kernel/bytes", "kernel/ssse3", "kernel/avx2"})
-        reporter.printRatio(name, "plainLoop");
-    reporter.printRatio("yencDecoder", "plainDecoder");
-    for (const char *name : {"crcTables", "crcFolding"})
-        reporter.printRatio(name, "crcZlib");
+    for (const auto &[row, rival] : pairs)
+        reporter.printRatio(row.c_str(), rival.c_str());
     return 0;
 }

@@ -17,13 +17,13 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
-#include <iterator>
 #include <malloc.h>
 #include <memory>
 #include <quazip/quagzipfile.h>
 #include <vector>
 
 #include "engine/marlowick.h"
+#include "medianreporter.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -229,31 +229,6 @@ void walkPlainArray(benchmark::State &state)
     }
 }
 
-/// Shows the median of each row's repetitions, in the order of registration.
-class MedianReporter final : public benchmark::ConsoleReporter {
-public:
-    MedianReporter()
-        : ConsoleReporter(OO_None)
-    {
-    }
-
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        std::copy_if(runs.cbegin(), runs.cend(), std::back_inserter(medians),
-                     [](const Run &run) { return run.aggregate_name == "median"; });
-    }
-
-    void Finalize() override
-    {
-        std::sort(medians.begin(), medians.end(),
-                  [](const Run &a, const Run &b) { return a.family_index < b.family_index; });
-        ConsoleReporter::ReportRuns(medians);
-    }
-
-private:
-    std::vector<Run> medians;
-};
-
 void largeQueue(benchmark::internal::Benchmark *row)
 {
     row->Arg(200'000)->Unit(benchmark::kMillisecond);
@@ -273,14 +248,7 @@ BENCHMARK(walkPlainArray)->Unit(benchmark::kMicrosecond);
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    // Interleaved, so that what else the machine does meets a row and its rival alike.
-    char repetitions[] = "--benchmark_repetitions=5";
-    char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char *> arguments{argv[0], repetitions, interleaving};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
     MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.run(argc, argv);
     return 0;
 }

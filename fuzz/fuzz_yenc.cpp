@@ -11,6 +11,7 @@
 #include <zlib.h>
 
 #include "support.h"
+#include "transfer/kernels.h"
 #include "transfer/yencdecoder.h"
 #include "transfer/yencreference.h"
 
@@ -24,10 +25,8 @@ using Bytes = std::vector<uchar>;
 void compareWalk(std::span<const uchar> in, std::span<uchar> out, std::span<const uchar> expected,
                  const YencProgress &wanted)
 {
-    for (const auto kernel : {YencKernel::Bytes, YencKernel::Ssse3, YencKernel::Avx2}) {
-        if (!isSupported(kernel))
-            continue;
-        const YencProgress done = walkYenc(in, out, kernel);
+    for (const Kernel<YencWalk> &kernel : yencKernels()) {
+        const YencProgress done = kernel.run(in, out);
         require(done.consumed == wanted.consumed && done.produced == wanted.produced,
                 "a walk as far as that by bytes");
         require(std::equal(out.begin(), out.begin() + qsizetype(done.produced), expected.begin()),

@@ -2,17 +2,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtGlobal>
+#include <cstdint>
 #include <span>
 
-/// Takes @p data into the running CRC-32 of IEEE 802.3 (reflected polynomial 0xEDB88320), by the
-/// fastest way this processor has. @p crc starts as 0xFFFFFFFF; the complement of the last result
-/// is the checksum.
-[[nodiscard]] quint32 updateCrc32(quint32 crc, std::span<const uchar> data);
+using Crc32Update = std::uint32_t(std::uint32_t crc, std::span<const std::uint8_t> data);
+
+/// Takes @p data into the running CRC-32 of IEEE 802.3 (reflected polynomial 0xEDB88320). @p crc
+/// starts as 0xFFFFFFFF; the complement of the last result is the checksum. Takes the fastest of
+/// crc32Kernels().
+[[nodiscard]] Crc32Update updateCrc32;
 
 /// The same by eight tables of 256 entries, eight bytes a step, on any processor.
-[[nodiscard]] quint32 updateCrc32ByTables(quint32 crc, std::span<const uchar> data);
+[[nodiscard]] Crc32Update updateCrc32ByTables;
 
-/// The same by carry-less multiplication; only where canFoldCrc32() is true.
-[[nodiscard]] quint32 updateCrc32ByFolding(quint32 crc, std::span<const uchar> data);
-[[nodiscard]] bool canFoldCrc32();
+/// The same by carry-less multiplication of 128 or 256 bits, or by the instruction of 64-bit Arm,
+/// where the processor has it.
+[[nodiscard]] Crc32Update updateCrc32ByClmul;
+[[nodiscard]] Crc32Update updateCrc32ByWideClmul;
+[[nodiscard]] Crc32Update updateCrc32ByArm;

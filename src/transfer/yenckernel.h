@@ -2,20 +2,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QtGlobal>
+#include <cstddef>
+#include <cstdint>
 #include <span>
 
-/// The ways to walk through yEnc data. All do the same; isSupported() tells which this processor
-/// can run.
-enum class YencKernel { Bytes, Ssse3, Avx2 };
-
-[[nodiscard]] bool isSupported(YencKernel kernel);
-[[nodiscard]] YencKernel fastestYencKernel();
-
 struct YencProgress {
-    size_t consumed; ///< bytes of the input that are done with
-    size_t produced; ///< decoded bytes in the output
+    std::size_t consumed; ///< bytes of the input that are done with
+    std::size_t produced; ///< decoded bytes in the output
 };
+
+using YencWalk = YencProgress(std::span<const std::uint8_t> in, std::span<std::uint8_t> out);
 
 /// Decodes article data as it comes over the wire (yEnc 1.3 draft; dot stuffing of RFC 3977
 /// 3.1.1) up to the end of @p in or to the first byte that needs its caller's judgement:
@@ -23,8 +19,14 @@ struct YencProgress {
 /// - an '=' with NUL or nothing behind it.
 ///
 /// A walk keeps no state: it is resumed with the rest of the data. An LF counts as one wherever
-/// the walk starts.
+/// the walk starts. Takes the fastest of yencKernels().
 ///
 /// @param out  at least as large as @p in; what lies behind the decoded bytes is scratch
-[[nodiscard]] YencProgress walkYenc(std::span<const uchar> in, std::span<uchar> out,
-                                    YencKernel kernel = fastestYencKernel());
+[[nodiscard]] YencWalk walkYenc;
+
+/// The same by one set of instructions each, where the processor has it.
+[[nodiscard]] YencWalk walkYencByBytes;
+[[nodiscard]] YencWalk walkYencBySse2;
+[[nodiscard]] YencWalk walkYencBySsse3;
+[[nodiscard]] YencWalk walkYencByAvx2;
+[[nodiscard]] YencWalk walkYencByNeon;

@@ -8,12 +8,10 @@
 
 #include <csignal>
 #include <sys/resource.h>
-#include <vector>
 
 #include "support/articles.h"
 #include "support/files.h"
 #include "support/seededrandom.h"
-#include "transfer/yencreference.h"
 
 using namespace Qt::StringLiterals;
 using Blocks = QList<QByteArray>;
@@ -85,11 +83,8 @@ private slots:
     void noticesFullDisk();
     void changesFilesWithoutLeak();
     void takesAnyCut();
-    void walksAgree();
 
 private:
-    void compareWalks(const QByteArray &block);
-
     std::unique_ptr<QTemporaryDir> dir;
 };
 
@@ -259,36 +254,6 @@ void TestYencDecoder::takesAnyCut()
         const Blocks blocks = cut(article + endLine(expected.mid(offset)), random);
         QVERIFY(decode(decoder, blocks) == expected);
         QVERIFY(decoder.isOk());
-    }
-}
-
-void TestYencDecoder::walksAgree()
-{
-    QRandomGenerator random = seededRandom();
-    for (int round = 0; round < 3000 && !QTest::currentTestFailed(); ++round)
-        compareWalks(oddBytes(random).left(400));
-}
-
-// A walk over all of `block`, which at each stop goes on one byte later. Buffers are exactly as
-// large as they must be, for the address sanitizer.
-void TestYencDecoder::compareWalks(const QByteArray &block)
-{
-    for (size_t at = 0; at < size_t(block.size()); ++at) {
-        const std::vector<uchar> in(block.begin() + at, block.end());
-        std::vector<uchar> expected(in.size());
-        const YencProgress wanted = referenceWalk(in, expected);
-        expected.resize(wanted.produced);
-        for (const auto kernel : {YencKernel::Bytes, YencKernel::Ssse3, YencKernel::Avx2}) {
-            if (!isSupported(kernel))
-                continue;
-            std::vector<uchar> out(in.size());
-            const YencProgress done = walkYenc(in, out, kernel);
-            QCOMPARE(done.consumed, wanted.consumed);
-            QCOMPARE(done.produced, wanted.produced);
-            out.resize(done.produced);
-            QCOMPARE(out, expected);
-        }
-        at += wanted.consumed;
     }
 }
 

@@ -5,12 +5,12 @@
 #include "transfer/yenckernel.h"
 
 /// What walkYenc() must do, one byte at a time.
-inline YencProgress referenceWalk(std::span<const uchar> in, std::span<uchar> out)
+inline YencProgress referenceWalk(std::span<const std::uint8_t> in, std::span<std::uint8_t> out)
 {
-    size_t produced = 0;
-    size_t at = 0;
+    std::size_t produced = 0;
+    std::size_t at = 0;
     for (; at < in.size(); ++at) {
-        const size_t behind = in.size() - at - 1;
+        const std::size_t behind = in.size() - at - 1;
         switch (in[at]) {
         case '\r':
             break;
@@ -23,10 +23,10 @@ inline YencProgress referenceWalk(std::span<const uchar> in, std::span<uchar> ou
         case '=':
             if (behind < 1 || in[at + 1] == 0)
                 return {at, produced};
-            out[produced++] = static_cast<uchar>(in[++at] - 106);
+            out[produced++] = static_cast<std::uint8_t>(in[++at] - 106);
             break;
         default:
-            out[produced++] = static_cast<uchar>(in[at] - 42);
+            out[produced++] = static_cast<std::uint8_t>(in[at] - 42);
         }
     }
     return {at, produced};

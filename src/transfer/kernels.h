@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <vector>
+
+#include "transfer/crc32.h"
+#include "transfer/yenckernel.h"
+
+/// One of several functions that do the same by other instructions.
+template <typename Function> struct Kernel {
+    const char *name;
+    bool (*isSupported)(); ///< by the processor that this runs on
+    Function *run;
+};
+
+/// Those that this processor can run, the fastest first. The last one runs anywhere.
+[[nodiscard]] const std::vector<Kernel<YencWalk>> &yencKernels();
+[[nodiscard]] const std::vector<Kernel<Crc32Update>> &crc32Kernels();
