@@ -4,6 +4,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -15,6 +16,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// What is decoded, written and summed up at a time, so that it stays in the processor's cache.
+constexpr qsizetype blockSize = 64 * 1024;
 
 [[noreturn]] void fail(const QString &text) { throw std::runtime_error(text.toStdString()); }
 
@@ -44,12 +48,11 @@ void YencDecoder::decode(QByteArray &data)
         return;
     data.prepend(leftover);
     leftover.clear();
-    if (outputBuffer.size() < data.size())
-        outputBuffer.resize(data.size());
+    if (const qsizetype needed = std::min(data.size(), blockSize); outputBuffer.size() < needed)
+        outputBuffer.resize(needed);
     decodedSize = 0;
     walk(data);
-    if (phase == Phase::Body)
-        writeDecoded();
+    emptyOutput();
 }
 
 // A control line that goes on gathers here, without being looked at again from its start.
@@ -72,14 +75,14 @@ void YencDecoder::walk(QByteArray &data)
 {
     qsizetype at = 0;
     while (at < data.size()) {
-        const auto *in = reinterpret_cast<const uchar *>(data.constData());
-        auto *out = reinterpret_cast<uchar *>(outputBuffer.data());
-        const YencProgress done =
-            walkYenc({in + at, in + data.size()}, {out + decodedSize, out + outputBuffer.size()});
-        at += qsizetype(done.consumed);
-        decodedSize += qsizetype(done.produced);
+        if (outputBuffer.size() - decodedSize < std::min(data.size() - at, blockSize / 2))
+            emptyOutput();
+        const qsizetype blockEnd = std::min(data.size(), at + outputBuffer.size() - decodedSize);
+        at = walkBlock(data, at, blockEnd);
         if (at == data.size())
             return;
+        if (blockEnd - at < 3 && blockEnd < data.size())
+            continue; // the next block has what this byte is judged by
         if (data.at(at) == '=') { // with NUL or nothing behind it
             leftover = "=";
             at += 2;
@@ -87,6 +90,17 @@ void YencDecoder::walk(QByteArray &data)
             at = judgeLineStart(data, at);
         }
     }
+}
+
+// Returns where the walk has stopped, at @p blockEnd or before it.
+qsizetype YencDecoder::walkBlock(const QByteArray &data, qsizetype at, qsizetype blockEnd)
+{
+    const auto *in = reinterpret_cast<const uchar *>(data.constData());
+    auto *out = reinterpret_cast<uchar *>(outputBuffer.data());
+    const YencProgress done =
+        walkYenc({in + at, in + blockEnd}, {out + decodedSize, out + outputBuffer.size()});
+    decodedSize += qsizetype(done.produced);
+    return at + qsizetype(done.consumed);
 }
 
 // Returns where the walk goes on.
@@ -184,6 +198,14 @@ void YencDecoder::openFile()
     // Unbuffered, so that a full disk shows at the write that meets it.
     if (!file->open(QIODevice::ReadWrite | QIODevice::Unbuffered))
         fail(tr("Error opening file: ") + file->errorString());
+}
+
+// What stands outside the body is dropped.
+void YencDecoder::emptyOutput()
+{
+    if (phase == Phase::Body)
+        writeDecoded();
+    decodedSize = 0;
 }
 
 void YencDecoder::writeDecoded()

@@ -30,12 +30,14 @@ private:
     [[nodiscard]] bool continuesOpenLine(const QByteArray &data);
     void keepForNextBlock(QByteArrayView rest);
     void walk(QByteArray &data);
+    [[nodiscard]] qsizetype walkBlock(const QByteArray &data, qsizetype at, qsizetype blockEnd);
     [[nodiscard]] qsizetype judgeLineStart(QByteArray &data, qsizetype lf);
     [[nodiscard]] qsizetype handleControlLine(QByteArray &data, qsizetype lf, qsizetype lineEnd);
     [[nodiscard]] bool handleBegin(QByteArrayView line);
     void handlePart(QByteArrayView line);
     void handleEnd(QByteArrayView line);
     void openFile();
+    void emptyOutput();
     void writeDecoded();
 
     QByteArray outputBuffer;
