@@ -19,8 +19,8 @@ namespace {
 
 enum Column { Seconds, ProcessorSeconds };
 
-/// A line of 5 Gbit/s, shared by all connections.
-constexpr Line line{.connections = 50, .delay = 20, .rate = 12'500'000};
+/// A line of 2 Gbit/s, shared by all connections.
+constexpr Line line{.connections = 50, .delay = 20, .rate = 5'000'000};
 /// A yEnc article is so much longer than what it holds: escapes, line ends, headers.
 constexpr double encoding = 1.033;
 
@@ -54,7 +54,7 @@ int main(int argc, char **argv)
         return runClient(measure);
 
     const QStringList arguments = QCoreApplication::arguments();
-    const qint64 bytes = arguments.value(1, u"4000000000"_s).toLongLong();
+    const qint64 bytes = arguments.value(1, u"2000000000"_s).toLongLong();
     const int rounds = std::max(1, arguments.value(2, u"3"_s).toInt());
     const qint64 articles = std::max<qint64>(1, bytes / DownloadJob::articleSize);
     const Measurements measurements;
