@@ -49,7 +49,7 @@ Reply NewsServer::takeReply(int connection, const QByteArray &event)
         return candidate.usesLeft != 0 && candidate.when.matches(event, connection);
     });
     if (rule == rules.end())
-        return Reply::ordinary();
+        return choose ? choose(event) : Reply::ordinary();
     if (rule->usesLeft > 0)
         --rule->usesLeft;
     return rule->reply;

@@ -8,6 +8,7 @@
 #include <QSslConfiguration>
 #include <QTcpServer>
 
+#include <functional>
 #include <optional>
 
 #include "support/reply.h"
@@ -39,6 +40,7 @@ public:
     void addArticle(const QByteArray &id, const QByteArray &body) { articles.insert(id, body); }
     /// From now on the article is answered with 430.
     void removeArticle(const QByteArray &id) { articles.remove(id); }
+    void removeAllArticles() { articles.clear(); }
 
     /// Demands this login: BODY is answered with 480 without it, another one with 481. Without a
     /// demand every login is accepted.
@@ -48,6 +50,13 @@ public:
     /// out and loses one use. @p uses below 0 is without end.
     void script(const When &when, const Reply &reply, int uses = -1);
     void clearScript() { rules.clear(); }
+    /// Asks @p chooser at each event that no rule is for, with a text that starts as When's does.
+    void chooseReplies(const std::function<Reply(const QByteArray &)> &chooser)
+    {
+        choose = chooser;
+    }
+    /// From the next connection on.
+    void setCertificate(const QSslConfiguration &configuration) { ssl = configuration; }
 
     /// A held article's reply waits for release() or releaseAll(); other rules still apply to it.
     void hold(const QByteArray &id) { held.insert(id); }
@@ -105,6 +114,7 @@ private:
     QByteArray password;
     bool loginNeeded = false;
     QList<Rule> rules;
+    std::function<Reply(const QByteArray &)> choose;
     QSet<QByteArray> held;
     QList<NewsConnection *> connections;
     QElapsedTimer clock;

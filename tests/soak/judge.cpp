@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "soak/judge.h"
+
+#include <algorithm>
+
+#include "support/files.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class Judge final {
+public:
+    Judge(const Job &job, const QJsonObject &row, const Circumstances &now)
+        : job(job)
+        , row(row)
+        , now(now)
+        , repaired(now.autoPar2 && job.repairable && job.damaged != job.undetected)
+        , sound(job.damaged.isEmpty() || repaired)
+    {
+    }
+
+    [[nodiscard]] QStringList strictly(bool unfinished)
+    {
+        if (row.isEmpty() && !now.cleared)
+            complain(u"has vanished"_s);
+        if (row.isEmpty() && !sound && now.autoPar2)
+            complain(u"was cleared with damage"_s);
+        const bool unpacks = !job.unpacked.isEmpty() && now.rarHandling != "disabled"_L1
+                             && !(job.encrypted && now.passwordDeclined);
+        if (sound && unpacks)
+            demandWhole(job.unpacked, {});
+        else
+            demandWhole(job.posted, sound ? QSet<QString>() : job.damaged);
+        if (!row.isEmpty())
+            checkRow(unfinished);
+        return complaints;
+    }
+
+    [[nodiscard]] QStringList loosely()
+    {
+        demandWhole(job.posted, job.damaged + job.deletedFiles);
+        if (job.unpacked.isEmpty() || complaints.isEmpty())
+            return complaints;
+        const QStringList posted = complaints;
+        complaints.clear();
+        demandWhole(job.unpacked, {});
+        return complaints.isEmpty() ? complaints : posted;
+    }
+
+private:
+    void complain(const QString &what) { complaints << job.name + ": "_L1 + what; }
+
+    void demandWhole(const Files &files, const QSet<QString> &others)
+    {
+        for (auto file = files.cbegin(); file != files.cend(); ++file) {
+            const QString path = now.downloads + u'/' + job.name + u'/' + file.key();
+            if (!isRecovery(file.key()) && !others.contains(file.key())
+                && contentsOf(path) != *file)
+                complain(file.key() + " is not whole"_L1);
+        }
+    }
+
+    void checkRow(bool unfinished)
+    {
+        const QJsonObject files = row["files"_L1].toObject();
+        for (auto file = files.begin(); file != files.end(); ++file) {
+            const QString name = nameOnDisk(file.key());
+            const bool booked = job.damaged.contains(name) && !repaired;
+            if (!isRecovery(name))
+                expect(name, file.value().toString(),
+                       booked ? u"Finished incomplete"_s : u"Finished"_s);
+        }
+        const QString status = row["status"_L1].toString();
+        if (!(job.encrypted && now.passwordDeclined) && !(unfinished && !sound))
+            expect(u"the job"_s, status, wantedStatus());
+    }
+
+    [[nodiscard]] QString wantedStatus() const
+    {
+        if (job.damaged.isEmpty())
+            return u"Finished"_s;
+        if (!now.autoPar2)
+            return u"Finished incomplete"_s;
+        return repaired ? u"Repaired"_s : u"Damaged beyond repair"_s;
+    }
+
+    void expect(const QString &of, const QString &status, const QString &wanted)
+    {
+        if (status != wanted)
+            complain(of + " is '"_L1 + status + "', not '"_L1 + wanted + u'\'');
+    }
+
+    const Job &job;
+    const QJsonObject &row;
+    const Circumstances &now;
+    const bool repaired;
+    const bool sound;
+    QStringList complaints;
+};
+
+} // namespace
+
+QStringList judge(const Job &job, const QJsonObject &row, const Circumstances &now, bool unfinished)
+{
+    // Of a series without its end what is left is joined.
+    const bool cutShort = job.kind == "split"_L1 && !job.deletedFiles.isEmpty();
+    const bool lost = now.killed && row.isEmpty() && !job.saved; // in no queue file
+    if (job.deleted || job.demand == Job::Demand::Nothing || cutShort || lost)
+        return {};
+    Judge judge(job, row, now);
+    if (job.demand == Job::Demand::Whole || !job.deletedFiles.isEmpty())
+        return judge.loosely();
+    return judge.strictly(unfinished);
+}
+
+bool shows(const QByteArray &stream, const QByteArray &film)
+{
+    return stream.size() <= film.size()
+           && std::equal(stream.cbegin(), stream.cend(), film.cbegin(),
+                         [](char got, char posted) { return got == posted || got == '\0'; });
+}
