@@ -100,6 +100,9 @@ void InstanceLink::acceptSenders()
         connect(sender, &QLocalSocket::disconnected, sender, &QObject::deleteLater);
         connect(sender, &QLocalSocket::readyRead, silence, qOverload<>(&QTimer::start));
         connect(sender, &QLocalSocket::readyRead, this, [this, sender] { readMessage(sender); });
+        const auto senders = server.findChildren<QLocalSocket *>();
+        if (senders.size() > maxSenders)
+            senders.first()->abort();
     }
 }
 

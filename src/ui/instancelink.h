@@ -21,6 +21,7 @@ class InstanceLink final : public QObject {
 public:
     static constexpr quint32 maxMessageBytes = 1024 * 1024;
     static constexpr int silenceLimit = 3000; ///< milliseconds until a silent sender is dropped
+    static constexpr int maxSenders = 20; ///< at once; another one drops the oldest
 
     /// Tries to become the first instance of @p id. Without a usable @p folder the process runs
     /// as if it were alone: better two windows than none.

@@ -12,6 +12,7 @@
 #include <QWindow>
 #include <QtEndian>
 
+#include <array>
 #include <future>
 #include <memory>
 
@@ -69,6 +70,7 @@ private slots:
     void copyIsAnotherProgramLinkIsNot();
     void brokenSenderIsDropped_data();
     void brokenSenderIsDropped();
+    void crowdOfSendersIsBounded();
     void messageWaitsForReceiver();
     void messageLengthIsLimited();
     void unusableFolderIsNoSecondInstance();
@@ -228,6 +230,22 @@ void TestQtSingleApplication::brokenSenderIsDropped()
     QCOMPARE(sender.bytesAvailable(), 0);
     QCOMPARE(received.size(), 0);
     QVERIFY(arrives(link, u"whole"_s));
+}
+
+void TestQtSingleApplication::crowdOfSendersIsBounded()
+{
+    InstanceLink link(folder->path(), u"id"_s);
+    link.takeMessages();
+    constexpr auto others = QFile::WriteGroup | QFile::WriteOther;
+    QVERIFY(!(QFileInfo(link.socketPath()).permissions() & others));
+    std::array<QLocalSocket, 10 * InstanceLink::maxSenders> crowd;
+    for (QLocalSocket &sender : crowd) {
+        sender.connectToServer(link.socketPath());
+        QTRY_COMPARE(sender.state(), QLocalSocket::ConnectedState);
+        QVERIFY(link.findChildren<QLocalSocket *>().size() <= InstanceLink::maxSenders + 1);
+    }
+    QVERIFY(arrives(link, u"whole"_s)); // although they are all silent
+    QTRY_COMPARE(crowd.front().state(), QLocalSocket::UnconnectedState);
 }
 
 void TestQtSingleApplication::messageWaitsForReceiver()
