@@ -268,17 +268,23 @@ void TestMainWindow::diskspace()
     const Nzb *nzb = addJob();
     if (pausedBefore)
         engine->pauseAll();
+    select(view()->model()->index(0, 0));
     freeOnDisk = free;
     window->checkDiskspace();
     QTEST(statusFields().value(0), "field");
     QCOMPARE(nzb->isPaused(), pausedBefore || !warning.isEmpty());
+    QCOMPARE(action(u"actionPause"_s)->isChecked(), nzb->isPaused());
     QCoreApplication::processEvents();
     QCOMPARE(box() ? box()->text() : QString(), warning);
 }
 
 void TestMainWindow::boxesComeOneAfterAnother()
 {
+    addJob();
+    select(view()->model()->index(0, 0));
+    engine->pauseAll(); // as for a file that cannot be written
     emit engine->error(0, u"first"_s);
+    QVERIFY(action(u"actionPause"_s)->isChecked());
     emit engine->error(0, u"second"_s);
     tester.reset(); // it objects to the end of an insertion of a job that could not be made
     window->handleMessage(writeFile(dir->filePath(u"bad.NZB"_s), "no NZB"));
