@@ -13,6 +13,19 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// For the user's eyes only: the queue tells what is downloaded.
+bool makePrivateFolder(const QString &folder)
+{
+    if (!QDir().mkpath(folder))
+        return false;
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return true;
+}
+
+} // namespace
+
 Marlowick::Marlowick(QObject *parent)
     : QObject(parent)
 {
@@ -44,7 +57,7 @@ void Marlowick::openSettings()
                                   u"Marlowick"_s, this);
 
     const QString folder = QFileInfo(settings_->fileName()).path();
-    if (!QDir(folder).exists() && !QDir().mkpath(folder)) {
+    if (!QDir(folder).exists() && !makePrivateFolder(folder)) {
         // Nobody listens yet: the window connects once the engine is there.
         QTimer::singleShot(0, this, [this, folder] {
             emit error(0,

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QTest>
 
+#include <csignal>
 #include <quazip/quagzipfile.h>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -52,6 +53,7 @@ private slots:
     void readsWhatIsThere();
     void backupIsOneSaveOld();
     void failedSaveRestoresBackup();
+    void fullDiskLeavesBackup();
 
 private:
     Nzb *add(const QString &name, const QByteArray &elements);
@@ -233,6 +235,8 @@ void TestQueueFile::readsWhatIsThere()
 void TestQueueFile::backupIsOneSaveOld()
 {
     t->engine->loadQueue(QString()); // a first start
+    constexpr auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+    QVERIFY(!(QFileInfo(QFileInfo(path()).path()).permissions() & others));
     add(u"a"_s, {});
     t->engine->saveQueue();
     const QByteArray first = document();
@@ -277,6 +281,28 @@ void TestQueueFile::failedSaveRestoresBackup()
     for (int i = 0; i < 10; ++i)
         QCoreApplication::processEvents();
     QCOMPARE(document(), saved); // no further try until the timer is started anew
+}
+
+// A limit for the size of files acts as a full disk does.
+void TestQueueFile::fullDiskLeavesBackup()
+{
+    add(u"a"_s, {});
+    t->engine->saveQueue();
+    const QByteArray saved = document();
+    add(u"b"_s, {});
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit low{20, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &low);
+    t->engine->saveQueue();
+    setrlimit(RLIMIT_FSIZE, &before);
+    QVERIFY(t->errors.isEmpty()); // only the next start tells
+    QCOMPARE(document(u".old"_s), saved);
+    restart();
+    QVERIFY_EXCEPTION_THROWN(t->engine->loadQueue(QString()), std::runtime_error);
+    t->engine->loadBackup();
+    QCOMPARE(jobs(), QStringList{u"a"_s});
 }
 
 QTEST_GUILESS_MAIN(TestQueueFile)
