@@ -9,7 +9,9 @@
 
 #include <array>
 #include <cstdio>
+#include <fcntl.h>
 #include <numeric>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -26,6 +28,14 @@ qint64 totalSize(const QStringList &paths)
     return std::accumulate(
         paths.cbegin(), paths.cend(), qint64(0),
         [](qint64 sum, const QString &path) { return sum + QFileInfo(path).size(); });
+}
+
+/// Whether what has been written will stay. A quota, or a disk in the network, may refuse it only
+/// when the file is closed, and any handle of it will do for that.
+bool isAccepted(const QFile &output)
+{
+    const int copy = fcntl(output.handle(), F_DUPFD_CLOEXEC, 0);
+    return copy >= 0 && close(copy) == 0;
 }
 
 /// Not QFile::rename(), which falls back to copying.
@@ -128,6 +138,10 @@ bool FileCombiner::moveInto(QFile &output, const QString &part)
 {
     if (!appendFile(part, &output))
         return false;
+    if (!isAccepted(output)) {
+        fail(tr("Error writing to file: ") + qt_error_string());
+        return false;
+    }
     QFile::remove(part);
     return true;
 }

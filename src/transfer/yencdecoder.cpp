@@ -184,7 +184,7 @@ void YencDecoder::handleEnd(QByteArrayView line)
     }
     phase = Phase::AfterEnd;
     if (file)
-        file->close();
+        closeFile();
 }
 
 void YencDecoder::openFile()
@@ -198,6 +198,14 @@ void YencDecoder::openFile()
     // Unbuffered, so that a full disk shows at the write that meets it.
     if (!file->open(QIODevice::ReadWrite | QIODevice::Unbuffered))
         fail(tr("Error opening file: ") + file->errorString());
+}
+
+/// A quota, or a disk in the network, may refuse only now what has been written.
+void YencDecoder::closeFile()
+{
+    file->close();
+    if (file->error() != QFileDevice::NoError)
+        fail(tr("Error writing to file. Check disk space"));
 }
 
 // What stands outside the body is dropped.

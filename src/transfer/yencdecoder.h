@@ -37,6 +37,7 @@ private:
     void handlePart(QByteArrayView line);
     void handleEnd(QByteArrayView line);
     void openFile();
+    void closeFile();
     void emptyOutput();
     void writeDecoded();
 

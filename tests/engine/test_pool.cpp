@@ -5,10 +5,15 @@
 #include <QProcess>
 #include <QTest>
 
+#include <functional>
+#include <unistd.h>
+
 #include "enginefixture.h"
+#include "support/failingclose.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
+using Step = std::function<bool(const EngineFixture &)>;
 
 /// How many connections there are, who fetches what, and what a failed one leads to.
 class TestPool final : public QObject {
@@ -25,8 +30,8 @@ private slots:
     void failures();
     void asksForPasswordOnceEach_data();
     void asksForPasswordOnceEach();
+    void unwritableFilePausesOnce_data();
     void unwritableFilePausesOnce();
-    void fullDisk();
     void quittingConnectionGetsNoWork_data();
     void quittingConnectionGetsNoWork();
     void closesAll();
@@ -143,44 +148,51 @@ void TestPool::newJobFindsLiveConnections()
 
 void TestPool::failures_data()
 {
+    QTest::addColumn<When>("when");
     QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QString>("notice");
-    QTest::newRow("asks for a password")
-        << QByteArray("480 login first")
-        << u"Server asks for password. Please specify password in 'settings' window."_s
-        << QString();
-    QTest::newRow("refuses the password")
-        << QByteArray("483 no") << u"Supplied password not accepted. Check server settings"_s
-        << QString();
-    QTest::newRow("too many connections")
-        << QByteArray("502 too many") << QString()
-        << u"Last error: 502 too many\r\n, retrying in 3600 seconds"_s;
+    QTest::addColumn<QString>("error"); // empty: a notice, and another try
+    const auto row = [](const char *name, const When &when, const char *reply,
+                        const QString &error = {}) {
+        QTest::newRow(name) << when << QByteArray(reply) << error;
+    };
+    const When second = When::body("demo.1.2@post.test");
+    row("480 in the middle of a session", second, "480 login first",
+        u"Server asks for password. Please specify password in 'settings' window."_s);
+    row("483 in the middle of a session", second, "483 no",
+        u"Supplied password not accepted. Check server settings"_s);
+    row("481 to the password", When::command("AUTHINFO PASS"), "481 wrong password");
+    row("502 instead of a greeting", When::greeting(), "502 too many connections");
+    row("400 instead of a greeting", When::greeting(), "400 come back later");
+    row("400 after idling", second, "400 idle for too long");
+    row("423 for an article", second, "423 no such number");
+    row("451 for an article", second, "451 withheld");
 }
 
 void TestPool::failures()
 {
+    QFETCH(const When, when);
     QFETCH(const QByteArray, reply);
     QFETCH(const QString, error);
-    QFETCH(const QString, notice);
     EngineFixture t;
     t.set("threads", 1);
     t.set("networkRetry", 3600);
+    t.setLogin("joe", "secret");
     Post post;
-    post.addYenc(u"film.bin"_s, randomBytes(1, 2000), 1000);
-    t.server->script(When::body(), Reply::code(reply), 1);
+    const QByteArray film = randomBytes(1, 2000);
+    post.addYenc(u"film.bin"_s, film, 1000);
+    t.server->script(when, Reply::code(reply).closeAfter(Reply::whole), 1);
     Nzb *nzb = t.start(post);
-    if (error.isEmpty()) {
-        QTRY_COMPARE(t.notices.last(), notice);
-        QVERIFY(t.errors.isEmpty());
-        QCOMPARE(t.engine->connectionCount(), 1); // it stays, and logs in again later
-        return;
-    }
-    QTRY_COMPARE(t.errors, QStringList{error});
-    QCOMPARE(t.engine->connectionCount(), 0);
+    const QString notice =
+        u"Last error: %1\r\n, retrying in 3600 seconds"_s.arg(QString::fromLatin1(reply));
+    QTRY_COMPARE(t.errors + t.notices.filter(u"Last error"_s),
+                 QStringList{error.isEmpty() ? notice : error});
+    QCOMPARE(t.engine->connectionCount(), error.isEmpty() ? 1 : 0);
     QVERIFY(nzb->fileAt(0)->hasPendingSegments() && !nzb->fileAt(0)->hasActiveSegments());
-    t.engine->startToDownloadQueue(); // the next trigger tries again, and nothing has been lost
+    t.engine->closeAllConnections();
+    t.engine->startToDownloadQueue(); // nothing has been lost
     QTRY_COMPARE(t.completedJobs.size(), 1);
+    QCOMPARE(t.saved(u"demo/film.bin"_s), film);
+    QCOMPARE(t.server->acceptedConnections(), 2);
 }
 
 void TestPool::asksForPasswordOnceEach_data()
@@ -217,56 +229,87 @@ void TestPool::asksForPasswordOnceEach()
     QCOMPARE(t.server->mostConnections(), 3); // the pool grows again
 }
 
+void TestPool::unwritableFilePausesOnce_data()
+{
+    QTest::addColumn<Step>("spoil"); // false: not possible here
+    QTest::addColumn<Step>("mend");
+    QTest::addColumn<QString>("error");
+    const auto film = [](const EngineFixture &t) -> QString {
+        return t.downloads() + "/demo/film.bin"_L1;
+    };
+    const auto mount = [](const EngineFixture &t, const QString &options) {
+        return QProcess::execute(u"mount"_s,
+                                 {u"-t"_s, u"tmpfs"_s, u"-o"_s, options, u"tmpfs"_s, t.downloads()})
+               == 0;
+    };
+    const auto remount = [mount](const QString &options) {
+        return [=](const EngineFixture &t) { return mount(t, "remount,"_L1 + options); };
+    };
+    const auto allow = [](QFile::Permissions permissions) {
+        return [=](const EngineFixture &t) {
+            return geteuid() != 0 && QFile::setPermissions(t.downloads() + "/demo"_L1, permissions);
+        };
+    };
+    const auto row = [](const char *name, const Step &spoil, const Step &mend, const char *error) {
+        QTest::newRow(name) << spoil << mend << QString::fromLatin1(error);
+    };
+    row(
+        "a folder in the file's place", [=](const auto &t) { return QDir().mkpath(film(t)); },
+        [=](const auto &t) { return QDir().rmdir(film(t)); }, "Error opening file: ");
+    row(
+        "folder removed", [](const auto &t) { return QDir(t.downloads()).removeRecursively(); },
+        [](const auto &t) { return QDir().mkpath(t.downloads() + "/demo"_L1); },
+        "Error opening file: the folder is missing");
+    row("no permission", allow(QFile::ReadOwner | QFile::ExeOwner),
+        allow(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner),
+        "Error opening file: Permission denied");
+    row("file system of its own, read-only", remount(u"ro"_s), remount(u"rw"_s),
+        "Error opening file: Read-only file system");
+    row("file system of its own, full", remount(u"size=16k"_s), remount(u"size=1m"_s),
+        "Error writing to file. Check disk space");
+    static std::optional<FailingClose> quota;
+    row(
+        "quota that tells when the file is closed",
+        [](const auto &) { return quota.emplace("/film.bin"), true; },
+        [](const auto &) { return quota.reset(), true; },
+        "Error writing to file. Check disk space");
+}
+
 void TestPool::unwritableFilePausesOnce()
 {
+    QFETCH(const Step, spoil);
+    QFETCH(const Step, mend);
+    QFETCH(const QString, error);
     EngineFixture t;
+    QVERIFY(QDir().mkpath(t.downloads()));
+    const bool mounted = QByteArrayView(QTest::currentDataTag()).startsWith("file system");
+    const auto restore = qScopeGuard([&] {
+        mend(t);
+        if (mounted)
+            QProcess::execute(u"umount"_s, {u"--lazy"_s, t.downloads()});
+    });
+    if (mounted
+        && QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"tmpfs"_s, t.downloads()}) != 0)
+        QSKIP("a file system of its own needs the right to mount one");
     Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
-    // A folder in the file's place: it cannot be opened for writing, by root either.
-    QVERIFY(QDir().mkpath(nzb->folder() + "/film.bin"_L1));
+    if (!spoil(t))
+        QSKIP("root may do everything");
     t.server->releaseAll();
     QTRY_COMPARE(t.engine->connectionCount(), 0);
     QCOMPARE(t.errors.size(), 1);
-    QVERIFY(t.errors.first().startsWith("Error opening file: "_L1));
+    QVERIFY2(t.errors.first().startsWith(error), qPrintable(t.errors.first()));
     QVERIFY(t.errors.first().endsWith(". Pausing downloads"_L1));
     QVERIFY(t.engine->allPaused());
     QVERIFY(!nzb->hasActiveSegments());
 
-    QVERIFY(QDir().rmdir(nzb->folder() + "/film.bin"_L1));
+    QVERIFY(mend(t));
     nzb->setPaused(false);
     t.engine->startToDownloadQueue();
     QTRY_COMPARE(t.completedJobs.size(), 1);
-    QVERIFY(!nzb->hasIncompleteFiles());
-}
-
-void TestPool::fullDisk()
-{
-    EngineFixture t;
-    QVERIFY(QDir().mkpath(t.downloads()));
-    const auto mount = [&t](const QString &options) {
-        return QProcess::execute(
-            u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s, options, u"tmpfs"_s, t.downloads()});
-    };
-    if (mount(u"size=64k"_s) != 0)
-        QSKIP("a file system of its own needs the right to mount one");
-    const auto unmount = qScopeGuard([&t] {
-        QProcess::execute(u"umount"_s, {u"--lazy"_s, t.downloads()});
-    });
-    Post post;
-    const QByteArray film = randomBytes(1, 200'000);
-    post.addYenc(u"film.bin"_s, film, 10'000);
-    Nzb *nzb = t.start(post);
-    QTRY_COMPARE(t.errors,
-                 QStringList{u"Error writing to file. Check disk space. Pausing downloads"_s});
-    QTRY_COMPARE(t.engine->connectionCount(), 0);
-    QVERIFY(t.engine->allPaused());
-
-    QCOMPARE(mount(u"remount,size=1m"_s), 0);
-    nzb->setPaused(false);
-    t.engine->startToDownloadQueue();
-    QTRY_COMPARE(t.completedJobs.size(), 1);
-    QCOMPARE(t.saved(u"demo/film.bin"_s), film);
+    QCOMPARE(t.saved(u"demo/film.bin"_s), randomBytes(1, 40'000));
     QCOMPARE(nzb->status(), u"Finished"_s);
+    QVERIFY(t.requested().size() <= 40 + 4); // what had been booked was not fetched again
 }
 
 void TestPool::quittingConnectionGetsNoWork_data()

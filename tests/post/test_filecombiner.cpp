@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "post/filecombiner.h"
-#include "queue/nzb.h"
+#include "support/failingclose.h"
 #include "support/files.h"
 
 using namespace Qt::StringLiterals;
@@ -24,8 +24,8 @@ private slots:
     void gaps();
     void joins_data();
     void joins();
-    void joinsInThread();
-    void fullDisk();
+    void refusingDisk_data();
+    void refusingDisk();
     void sparse();
 
 private:
@@ -120,28 +120,23 @@ void TestFileCombiner::joins()
     QCOMPARE(QFileInfo(at(u"x"_s)).isExecutable(), earlier.isNull());
 }
 
-void TestFileCombiner::joinsInThread()
+void TestFileCombiner::refusingDisk_data()
 {
-    Nzb job(nullptr, QString(), QString());
-    FileCombiner combiner(&job, nullptr);
-    Nzb *reported = nullptr;
-    connect(&combiner, &FileCombiner::processingComplete, this, [&](Nzb *nzb) {
-        QCOMPARE(QThread::currentThread(), thread());
-        reported = nzb;
-    });
-    addPieces(combiner, {"one", "two"});
-    combiner.startProcessing();
-    QTRY_COMPARE(reported, &job);
-    QVERIFY(combiner.wait());
-    QCOMPARE(contentsOf(at(u"x"_s)), "onetwo");
+    QTest::addColumn<bool>("atClose");
+    QTest::newRow("full") << false;
+    QTest::newRow("quota that tells when the file is closed") << true;
 }
 
-// The first piece, renamed, is a link to a device that is always full.
-void TestFileCombiner::fullDisk()
+void TestFileCombiner::refusingDisk()
 {
+    QFETCH(bool, atClose);
     FileCombiner combiner(nullptr, nullptr);
     QSignalSpy failed(&combiner, &FileCombiner::processingError);
-    QVERIFY(QFile::link(u"/dev/full"_s, at(u"x.001"_s)));
+    const FailingClose quota(atClose ? "/x" : nullptr);
+    if (atClose)
+        writeFile(at(u"x.001"_s), "one");
+    else // the first piece, renamed, is a link to a device that is always full
+        QVERIFY(QFile::link(u"/dev/full"_s, at(u"x.001"_s)));
     addPieces(combiner, {{}, "two"});
     combiner.run();
     QCOMPARE(failed.size(), 1);
