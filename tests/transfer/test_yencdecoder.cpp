@@ -163,6 +163,11 @@ void TestYencDecoder::decodes_data()
     ended("upper case, white space", "=yend size=\t2 crc32=" + crc.toUpper() + "\t", true);
     ended("only part checksum right", "=yend size=2 crc32=1 pcrc32=" + crc, true);
     ended("only file checksum right", "=yend size=2 pcrc32=1 crc32=" + crc, false);
+    const auto marked = [&](const char *name, const QByteArray &checksum) {
+        row(name, {beginLine + "\x8b\x8f\r\n=yend size=2 pcrc32=" + checksum + "\r\n"}, "ae");
+    };
+    marked("padded checksum", "00e7ddce");
+    marked("checksum without its zeros", "e7ddce");
     ended("no space behind =yend", "=yendless size=2 crc32=" + crc, true);
 }
 
