@@ -19,6 +19,10 @@ constexpr int farewellMsec = 30000;
 
 bool isWanted(const NzbFile *file) { return !file->isPaused() && file->hasPendingSegments(); }
 
+/// How many files the walk asks the memory for ahead of the one that it looks at: they lie
+/// anywhere, and it would wait for each.
+constexpr int filesAhead = 32;
+
 /// The first file in queue order that has something to fetch, or null. Linear in the files before
 /// it; keeping no index is what lets a reorder, pause or delete take effect at once.
 NzbFile *firstWanted(const QList<Nzb *> &queue)
@@ -26,6 +30,7 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
     for (const Nzb *nzb : queue) {
         const int count = nzb->fileCount();
         for (int i = 0; i < count; ++i) {
+            nzb->fileAt(std::min(i + filesAhead, count - 1))->prefetch();
             if (NzbFile *file = nzb->fileAt(i); isWanted(file))
                 return file;
         }

@@ -83,6 +83,8 @@ QString NzbFile::nextSegment(int *seqnr)
     }
     *seqnr = pendingSegments.firstKey();
     const QString messageId = pendingSegments.take(*seqnr);
+    if (pendingSegments.isEmpty())
+        pendingSegments = {}; // the walk for the next article need not look into an empty map
     activeSegments.insert(*seqnr, messageId);
     return messageId;
 }

@@ -40,6 +40,8 @@ public:
     {
         return pendingSegments.isEmpty() && activeSegments.isEmpty();
     }
+    /// Has the processor fetch what isPaused() and hasPendingSegments() read, and goes on.
+    void prefetch() const { __builtin_prefetch(&pendingSegments); }
 
     void addSegment(int number, int bytes, const QString &messageId);
     /// Hands out the lowest pending segment: its message id, and its number in @p seqnr. An empty
