@@ -40,7 +40,7 @@ void MainWindow::onNotice(int /*code*/, const QString &msg)
 
 void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft)
 {
-    ui->treeView->viewport()->update(); // a job's status may have changed without a progress
+    ui->treeView->repaintChanged(); // a job's status may have changed without a progress
     const double speed = speedinbytespersec * 8.0 / bytesPerMegabyte;
     speedLabel->setText(tr("  %1 Mbit/s  ").arg(QString::number(speed, 'f', 1)));
     if (bytesleft != 0 && speedinbytespersec == 0) {

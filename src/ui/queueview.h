@@ -2,32 +2,36 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QHash>
 #include <QTimer>
 #include <QTreeView>
+#include <QVariant>
 
-/// The tree of the queue. Each progress concerns two rows, a file's and its job's, so it repaints
-/// what it shows, a few times a second however many articles arrive: finding the rows would take
-/// time that grows with the queue, and a repaint for each article most of the processor's.
+/// The tree of the queue. Each progress concerns two rows, a file's and its job's. Finding them
+/// would take time that grows with the queue, so the view looks through the rows on the screen
+/// instead, a few times a second however many articles arrive, and repaints those that have
+/// changed.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
 
 public:
-    explicit QueueView(QWidget *parent)
-        : QTreeView(parent)
-    {
-        repaintTimer.setSingleShot(true);
-        repaintTimer.setInterval(100);
-        connect(&repaintTimer, &QTimer::timeout, viewport(), qOverload<>(&QWidget::update));
-    }
+    explicit QueueView(QWidget *parent);
 
-    void dataChanged(const QModelIndex & /*topLeft*/, const QModelIndex & /*bottomRight*/,
-                     const QList<int> & /*roles*/ = {}) override
-    {
-        if (!repaintTimer.isActive())
-            repaintTimer.start();
-    }
+    void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
+                     const QList<int> &roles = {}) override;
+
+public slots:
+    /// Repaints the rows on the screen that no longer show what the model says.
+    void repaintChanged();
+
+protected:
+    void drawRow(QPainter *painter, const QStyleOptionViewItem &option,
+                 const QModelIndex &index) const override;
+    void scrollContentsBy(int dx, int dy) override;
 
 private:
     QTimer repaintTimer;
+    /// By the top of a row, what all of it shows.
+    mutable QHash<int, QVariantList> shown;
 };

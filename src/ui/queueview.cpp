@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "ui/queueview.h"
+
+#include <QIcon>
+
+namespace {
+
+/// What the model says about a row.
+QVariantList contentsOf(const QModelIndex &index)
+{
+    QVariantList contents{index.data(Qt::DecorationRole).value<QIcon>().cacheKey(),
+                          index.data(Qt::ForegroundRole)};
+    for (int column = 0; column < index.model()->columnCount(); ++column)
+        contents << index.siblingAtColumn(column).data();
+    return contents;
+}
+
+} // namespace
+
+QueueView::QueueView(QWidget *parent)
+    : QTreeView(parent)
+{
+    repaintTimer.setSingleShot(true);
+    repaintTimer.setInterval(100);
+    connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);
+}
+
+void QueueView::dataChanged(const QModelIndex & /*topLeft*/, const QModelIndex & /*bottomRight*/,
+                            const QList<int> & /*roles*/)
+{
+    if (!repaintTimer.isActive())
+        repaintTimer.start();
+}
+
+void QueueView::repaintChanged()
+{
+    const int bottom = viewport()->height();
+    for (QModelIndex row = indexAt(QPoint(0, 0)); row.isValid(); row = indexBelow(row)) {
+        row = row.siblingAtColumn(0);
+        const QRect place = visualRect(row);
+        if (place.top() >= bottom)
+            return;
+        QVariantList &known = shown[place.top()];
+        const QVariantList contents = contentsOf(row);
+        if (known == contents)
+            continue;
+        known = contents;
+        // A style may draw a progress bar one line beyond its cell.
+        viewport()->update(0, place.top() - 1, viewport()->width(), place.height() + 2);
+    }
+}
+
+void QueueView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,
+                        const QModelIndex &index) const
+{
+    QTreeView::drawRow(painter, option, index);
+    // It may have changed since repaintChanged() looked, and this may be only a part of the row.
+    const auto known = shown.constFind(option.rect.top());
+    if (known != shown.cend() && *known != contentsOf(index))
+        shown.erase(known);
+}
+
+void QueueView::scrollContentsBy(int dx, int dy)
+{
+    shown.clear();
+    QTreeView::scrollContentsBy(dx, dy);
+}
