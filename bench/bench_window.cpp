@@ -6,9 +6,10 @@
 //
 //     bench_window [bytes] [rounds]
 //
-// The window holds 500 jobs of 100 files, half done but for the first, which is being downloaded: a
-// column of progress bars when the jobs are collapsed, that job's files when they are expanded. It
-// fills a screen, so that each repaint draws many rows.
+// The window holds 1,000 jobs of 200 files, half done but for the first, which is being downloaded:
+// a column of progress bars when the jobs are collapsed, that job's files when they are expanded.
+// It fills a screen, so that a repaint can concern many rows. "at 60 Hz", it is brought up to date
+// 60 times a second; with "all", each row is drawn again each time, whether it has changed or not.
 #include <QApplication>
 #include <QDir>
 #include <QEvent>
@@ -16,10 +17,11 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSettings>
-#include <QTreeView>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 
 #include "engine/marlowick.h"
@@ -28,15 +30,25 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "ui/mainwindow.h"
+#include "ui/queueview.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int jobs = 500;
-constexpr int filesPerJob = 100;
+constexpr int jobs = 1000;
+constexpr int filesPerJob = 200;
 
-enum Column { Seconds, ProcessorSeconds, MedianWait, HighWait, LongestWait, Repaints };
+enum Column {
+    Seconds,
+    ProcessorSeconds,
+    MedianWait,
+    HighWait,
+    LongestWait,
+    LongestTurn,
+    Repaints,
+    ForcedShare
+};
 
 QByteArray fileElement(const QByteArray &name, qint64 done, qint64 parts,
                        const QByteArray &segments)
@@ -97,17 +109,52 @@ protected:
     }
 };
 
-std::unique_ptr<MainWindow> showWindow(bool expanded, PaintCounter &paints)
+std::unique_ptr<MainWindow> showWindow(const QString &client, PaintCounter &paints)
 {
     auto window = std::make_unique<MainWindow>();
-    auto *view = window->findChild<QTreeView *>();
+    auto *view = window->findChild<QueueView *>();
     window->resize(1920, 1080);
     window->show();
-    if (expanded)
+    if (client.startsWith("expanded"_L1))
         view->expandAll();
     view->viewport()->installEventFilter(&paints);
     return window;
 }
+
+/// Brings the view up to date 60 times a second, or repaints all of it, and knows what that costs.
+class Repainter final : public QObject {
+public:
+    Repainter(QueueView *view, bool all)
+    {
+        timer.setTimerType(Qt::PreciseTimer);
+        connect(&timer, &QTimer::timeout, this, [this, view, all] {
+            const double before = processorSeconds();
+            if (all)
+                view->viewport()->update();
+            else
+                view->repaintChanged();
+            QCoreApplication::sendPostedEvents(view->window(), QEvent::UpdateRequest);
+            spent += processorSeconds() - before;
+            ++repaints;
+        });
+        timer.start(1000 / 60);
+    }
+
+    /// Of a core, when there are 60 in each second.
+    [[nodiscard]] double share() const { return repaints ? 60 * spent / repaints : 0; }
+
+private:
+    static double processorSeconds()
+    {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    }
+
+    QTimer timer;
+    double spent = 0;
+    int repaints = 0;
+};
 
 /// Runs the event loop for the time from the first article to the last.
 QList<double> watchDownload(Marlowick *engine, const DownloadJob &post, const PaintCounter &paints)
@@ -136,6 +183,7 @@ QList<double> watchDownload(Marlowick *engine, const DownloadJob &post, const Pa
                    waits.at(waits.size() / 2),
                    waits.at(waits.size() * 99 / 100),
                    waits.last(),
+                   probe.longestTurn(),
                    (paints.count - paintsBefore) / cost.seconds};
         QCoreApplication::quit();
     });
@@ -154,10 +202,15 @@ QList<double> measure(const QString &client, const DownloadJob &job)
         Marlowick engine(nullptr);
         engine.loadQueue(QString());
         engine.startToDownloadQueue();
-        numbers = watchDownload(&engine, post, paints);
+        numbers = watchDownload(&engine, post, paints) << 0.0;
     } else {
-        const auto window = showWindow(client == "expanded"_L1, paints);
+        const auto window = showWindow(client, paints);
+        std::unique_ptr<Repainter> repainter;
+        if (client.endsWith("at 60 Hz"_L1))
+            repainter = std::make_unique<Repainter>(window->findChild<QueueView *>(),
+                                                    client.contains(", all"_L1));
         numbers = watchDownload(window->findChild<Marlowick *>(), post, paints);
+        numbers << (repainter ? repainter->share() : 0);
     }
     post.verify(post.folder + u"/job0"_s);
     return numbers;
@@ -170,15 +223,21 @@ void printRow(const QString &client, const QList<QList<double>> &rounds, double 
         *std::max_element(rounds.cbegin(), rounds.cend(), [](const auto &a, const auto &b) {
             return a.at(LongestWait) < b.at(LongestWait);
         });
-    std::printf("%-10s %5.0f MB/s %6.2f s/GB %7.1f %6.1f %6.1f %6.1f ms %6.0f /s\n",
+    std::printf("%-23s %5.0f MB/s %6.2f s/GB %6.1f %6.1f %6.1f %6.1f %6.1f ms %5.0f /s %5.1f %%\n",
                 qPrintable(client), bytes / 1e6 / median(Seconds),
                 median(ProcessorSeconds) / (bytes / 1e9), median(MedianWait), median(HighWait),
-                median(LongestWait), worst.at(LongestWait), median(Repaints));
+                median(LongestWait), worst.at(LongestWait), median(LongestTurn), median(Repaints),
+                100 * median(ForcedShare));
 }
 
 void compare(const Measurements &measurements, bool ssl, qint64 articles, int rounds)
 {
-    const QStringList clients{u"engine"_s, u"collapsed"_s, u"expanded"_s};
+    const QStringList clients{u"engine"_s,
+                              u"collapsed"_s,
+                              u"expanded"_s,
+                              u"collapsed at 60 Hz"_s,
+                              u"expanded at 60 Hz"_s,
+                              u"collapsed, all at 60 Hz"_s};
     QHash<QString, QList<QList<double>>> results;
     for (int round = 0; round < rounds; ++round) {
         for (const QString &client : clients)
@@ -206,8 +265,9 @@ int main(int argc, char **argv)
     const Measurements measurements;
     for (const bool ssl : {false, true}) {
         std::printf("%lld bytes over %d connections, %s, median of %d\n"
-                    "client     throughput   processor   an event's wait: half, 99 %%, longest, in "
-                    "any round; repaints\n",
+                    "client                  throughput   processor  an event's wait: half, 99 %%, "
+                    "longest, in any round, without other processes; repaints; processor for 60 a "
+                    "second\n",
                     articles * DownloadJob::articleSize, DownloadJob().connections,
                     ssl ? "TLS" : "plain", rounds);
         std::fflush(stdout);

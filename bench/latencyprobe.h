@@ -15,11 +15,16 @@ public:
     void start();
     /// @returns all waits in milliseconds, ascending
     [[nodiscard]] QList<double> stop();
+    /// Milliseconds of processor time that the thread has spent between two deliveries at the most:
+    /// the longest wait without what other processes have added to it.
+    [[nodiscard]] double longestTurn() const { return longestTurn_; }
 
 protected:
     void customEvent(QEvent *event) override;
 
 private:
     QList<double> waits;
+    double processorMsec = 0; ///< of the thread at the last delivery
+    double longestTurn_ = 0;
     std::jthread poster;
 };
