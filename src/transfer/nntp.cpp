@@ -17,7 +17,11 @@ namespace {
 
 /// A server that sends more than this without a line end is at fault: replies have at most 512
 /// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
-constexpr qint64 maxLineLength = 1024 * 1024;
+constexpr qint64 maxLineLength = 128 * 1024;
+
+/// What one connection receives and decrypts before the others and the window get their turn. More
+/// than a line may have, or an endless one would wait for room instead of being noticed.
+constexpr qint64 decryptedAtOnce = 2 * maxLineLength;
 
 } // namespace
 
@@ -34,6 +38,7 @@ NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const Q
         auto *sslSocket = new QSslSocket(this);
         connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
         connect(sslSocket, &QSslSocket::peerVerifyError, this, &NNTP::onSSLerror);
+        sslSocket->setReadBufferSize(decryptedAtOnce);
         socket = sslSocket;
     } else {
         socket = new QTcpSocket(this);

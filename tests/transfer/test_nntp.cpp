@@ -4,15 +4,13 @@
 
 #include <QDir>
 #include <QRandomGenerator>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "support/articles.h"
-#include "support/newsserver.h"
-#include "support/testcertificate.h"
+#include "transfer/nntplink.h"
 
 using namespace Qt::StringLiterals;
 
@@ -20,33 +18,6 @@ namespace {
 
 const QByteArray content = randomBytes(7, 5000);
 const QByteArray article = yencArticle("film.bin", 5000, 1, 1, 1, content);
-
-/// A server, one connection to it, and what the connection has said.
-struct Link {
-    explicit Link(NewsServer &newsServer, const QString &password = {}, bool ssl = false,
-                  const QString &host = u"127.0.0.1"_s)
-        : nntp(new NNTP(host, newsServer.serverPort(), u"joe"_s, password, ssl, nullptr))
-        , decoded(nntp, &NNTP::dataDecoded)
-        , failed(nntp, &NNTP::error)
-        , notFound(nntp, &NNTP::articleNotFound)
-        , loggedIn(nntp, &NNTP::loggedIn)
-    {
-        nntp->login();
-    }
-    ~Link() { delete nntp; }
-    Q_DISABLE_COPY_MOVE(Link)
-
-    [[nodiscard]] int outcomes() const
-    {
-        return static_cast<int>(decoded.size() + failed.size() + notFound.size());
-    }
-
-    QPointer<NNTP> nntp;
-    QSignalSpy decoded;
-    QSignalSpy failed;
-    QSignalSpy notFound;
-    QSignalSpy loggedIn;
-};
 
 } // namespace
 
@@ -76,8 +47,6 @@ private slots:
     void endsItself();
     void receiverDeletesConnection_data();
     void receiverDeletesConnection();
-    void verifiesCertificate_data();
-    void verifiesCertificate();
     void survivesRandomServer();
 
 private:
@@ -416,53 +385,6 @@ void TestNntp::receiverDeletesConnection()
     fetch(link);
     QTRY_VERIFY(!link.nntp);
     QCOMPARE(link.outcomes(), 1);
-}
-
-void TestNntp::verifiesCertificate_data()
-{
-    QTest::addColumn<bool>("ownAuthority");
-    QTest::addColumn<QString>("validFor");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("valid") << true << u"127.0.0.1"_s << QString();
-    QTest::newRow("self-signed") << false << u"127.0.0.1"_s
-                                 << u"SSL verification error.<p>This could mean something bad"_s;
-    QTest::newRow("other host")
-        << true << u"news.example"_s
-        << u"SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
-           "certificate is only valid for 'news.example'"_s;
-}
-
-void TestNntp::verifiesCertificate()
-{
-    QFETCH(const bool, ownAuthority);
-    QFETCH(const QString, validFor);
-    QFETCH(const QString, text);
-    QString reason;
-    const bool isAddress = validFor.front().isDigit();
-    const QStringList names{(isAddress ? "IP:"_L1 : "DNS:"_L1) + validFor};
-    const auto made = ownAuthority ? TestCertificate::signedByAuthority(validFor, names, &reason)
-                                   : TestCertificate::selfSigned(validFor, names, &reason);
-    if (!made)
-        QSKIP(qPrintable(reason));
-    std::optional<TrustedAuthority> trust;
-    if (ownAuthority)
-        trust.emplace(made->authority);
-    server = std::make_unique<NewsServer>(made->serverConfiguration());
-    server->addArticle("a@b", article);
-
-    Link link(*server, u"secret"_s, true, u"127.0.0.1"_s);
-    fetch(link);
-    QTRY_COMPARE(link.outcomes(), 1);
-    if (text.isEmpty()) {
-        QCOMPARE(link.decoded.size(), 1);
-        QCOMPARE(saved(u"film.bin"_s), content);
-        return;
-    }
-    QCOMPARE(link.failed.size(), 1);
-    QCOMPARE(link.failed.first().at(0).toInt(), 0);
-    QVERIFY2(link.failed.first().at(1).toString().startsWith(text),
-             qPrintable(link.failed.first().at(1).toString()));
-    QVERIFY(server->commands().isEmpty());
 }
 
 void TestNntp::survivesRandomServer()
