@@ -147,11 +147,12 @@ DownloadCost downloadBareSsl(const DownloadJob &job)
     for (Transfer &transfer : transfers) {
         auto *socket = sockets.emplace_back(std::make_unique<QSslSocket>()).get();
         QObject::connect(socket, &QSslSocket::readyRead, socket, [socket, &transfer, &progress] {
-            const QByteArray data = socket->readAll();
+            const QByteArray data = socket->read(socket->bytesAvailable());
             socket->write(transfer.take(data.constData(), data.size()));
             if (progress.complete())
                 QCoreApplication::quit();
         });
+        socket->setReadBufferSize(256 * 1024); // as the program does
         QObject::connect(socket, &QSslSocket::errorOccurred, socket, [socket] {
             qFatal("A connection was lost: %s", qPrintable(socket->errorString()));
         });

@@ -136,7 +136,7 @@ private:
     bool characters(const QString &text) override;
 
     void openSettings();
-    void writeQueue() const;
+    void writeQueue();
     [[nodiscard]] QString expanded(const char *key) const;
 
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
@@ -186,7 +186,7 @@ private:
     QTimer saveTimer;
     bool errorShown = false;
     bool errorBoxShown = false;
-    bool backupLoaded = false; ///< and no save done since
+    bool queueFileDamaged = false; ///< so that it must not take the place of the backup
     bool passwordAsked = false; ///< the server has, since a connection was last opened
     int bytesPerSecond = 0;
     quint64 lastBytesReceived = 0;

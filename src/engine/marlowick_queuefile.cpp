@@ -59,20 +59,20 @@ void Marlowick::saveQueue()
 {
     try {
         writeQueue();
-        backupLoaded = false;
     } catch (const std::runtime_error &failure) {
         saveTimer.stop();
         restoreBackup(backupFileName, queueFileName);
-        backupLoaded = false;
+        queueFileDamaged = false;
         emit error(0, QString::fromUtf8(failure.what()));
     }
 }
 
-/// After loadBackup() the queue file is damaged and is written over where it lies: moved to the
-/// backup's name it would take the place of the only good file before there is another.
-void Marlowick::writeQueue() const
+/// After loadBackup(), or a save for which the disk had no room, the queue file is damaged and is
+/// written over where it lies: moved to the backup's name it would take the place of the only good
+/// file before there is another.
+void Marlowick::writeQueue()
 {
-    if (!backupLoaded && QFile::exists(queueFileName)) {
+    if (!queueFileDamaged && QFile::exists(queueFileName)) {
         QFile::remove(backupFileName);
         if (!replaceByEmptyFile(queueFileName, backupFileName))
             QFile::rename(queueFileName, backupFileName);
@@ -89,6 +89,8 @@ void Marlowick::writeQueue() const
         nzb->saveXml(xml);
     xml.writeEndElement();
     xml.writeEndDocument();
+    const bool flushed = file.flush(); // also what only the closing would have written
+    queueFileDamaged = xml.hasError() || !flushed;
     file.close();
 }
 
@@ -112,7 +114,7 @@ void Marlowick::loadBackup()
 {
     nzbs.clear();
     loadQueue(backupFileName);
-    backupLoaded = QFile::exists(backupFileName);
+    queueFileDamaged = QFile::exists(backupFileName);
 }
 
 bool Marlowick::startElement(const QString &namespaceURI, const QString &localName,

@@ -17,11 +17,15 @@ namespace {
 
 /// A server that sends more than this without a line end is at fault: replies have at most 512
 /// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
-constexpr qint64 maxLineLength = 128 * 1024;
+constexpr qint64 maxLineLength = 1024 * 1024;
 
-/// What one connection receives and decrypts before the others and the window get their turn. More
-/// than a line may have, or an endless one would wait for room instead of being noticed.
-constexpr qint64 decryptedAtOnce = 2 * maxLineLength;
+/// As it is sent: a message id out of an NZB must not smuggle in a command of its own.
+QString withoutControlCharacters(const QString &text)
+{
+    QString result = text;
+    result.removeIf([](QChar c) { return c < u' '; });
+    return result;
+}
 
 } // namespace
 
@@ -38,7 +42,6 @@ NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const Q
         auto *sslSocket = new QSslSocket(this);
         connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
         connect(sslSocket, &QSslSocket::peerVerifyError, this, &NNTP::onSSLerror);
-        sslSocket->setReadBufferSize(decryptedAtOnce);
         socket = sslSocket;
     } else {
         socket = new QTcpSocket(this);
@@ -160,13 +163,12 @@ void NNTP::dropDecoder()
 {
     delete decoder;
     decoder = nullptr;
+    socket->setReadBufferSize(0);
 }
 
 void NNTP::sendCommand(const QString &command)
 {
-    QString line = command;
-    // A message id out of an NZB must not smuggle in a command of its own.
-    line.removeIf([](QChar c) { return c < u' '; });
+    const QString line = withoutControlCharacters(command);
     if (state == StateSentPassword)
         qDebug() << "Sending password (not logged)";
     else
@@ -238,9 +240,7 @@ void NNTP::readReply()
         readBodyLines(line);
         return;
     }
-    if (state == StateSentPassword) // some servers repeat a command that they refuse
-        line = line.left(3) + line.mid(3).replace(password.toLatin1(), "***");
-    qDebug().nospace() << "Received: " << QString::fromLatin1(line.trimmed());
+    qDebug().nospace() << "Received: " << withoutPassword(line).trimmed();
     const QPointer<NNTP> self(this);
     if (line.size() > 2)
         handleReply(line);
@@ -256,6 +256,14 @@ QByteArray NNTP::takeLine()
     return line;
 }
 
+/// Some servers repeat a command that they refuse.
+QString NNTP::withoutPassword(const QByteArray &reply) const
+{
+    QString text = QString::fromLatin1(reply);
+    const QByteArray sent = withoutControlCharacters(password).toLatin1();
+    return sent.isEmpty() ? text : text.replace(QLatin1StringView(sent), "***"_L1);
+}
+
 /// Any code from 200 to 399 moves the machine on; 430 alone has a meaning of its own, and what the
 /// others mean is for the receiver of error() to decide.
 void NNTP::handleReply(const QByteArray &line)
@@ -266,7 +274,7 @@ void NNTP::handleReply(const QByteArray &line)
         state = StateReady;
         emit articleNotFound(msgid, nzbfile, seqnr);
     } else if (code < 200 || code > 399) {
-        abortWithError(code, QString::fromLatin1(line));
+        abortWithError(code, withoutPassword(line));
     } else {
         advance();
     }

@@ -97,6 +97,7 @@ private:
 
     void readReply();
     [[nodiscard]] QByteArray takeLine();
+    [[nodiscard]] QString withoutPassword(const QByteArray &reply) const;
     void handleReply(const QByteArray &line);
     void advance();
     void readBodyLines(QByteArray line);

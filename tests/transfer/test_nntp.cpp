@@ -30,6 +30,7 @@ private slots:
 
     void login_data();
     void login();
+    void hidesRepeatedPassword_data();
     void hidesRepeatedPassword();
     void fetchesArticle_data();
     void fetchesArticle();
@@ -109,14 +110,37 @@ void TestNntp::login()
     QCOMPARE(link.outcomes(), 0);
 }
 
+void TestNntp::hidesRepeatedPassword_data()
+{
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char *name, const QString &password, const char *command,
+                        const char *reply, int code, const QString &text) {
+        QTest::newRow(name) << password << QByteArray(command) << QByteArray(reply) << code << text;
+    };
+    row("that is a code", u"500"_s, "AUTHINFO PASS", "500 AUTHINFO PASS 500?\r\n", 500,
+        u"*** AUTHINFO PASS ***?\r\n"_s);
+    row("in place of a code", u"secret"_s, "AUTHINFO PASS", "secret?\r\n", 0, u"***?\r\n"_s);
+    row("with a control character", u"sec\tret"_s, "AUTHINFO PASS", "481 secret?\r\n", 481,
+        u"481 ***?\r\n"_s);
+    row("later", u"secret"_s, "BODY", "502 secret again\r\n", 502, u"502 *** again\r\n"_s);
+}
+
 void TestNntp::hidesRepeatedPassword()
 {
-    const QByteArray reply = "500 what is AUTHINFO PASS ";
-    server->script(When::command("AUTHINFO PASS"), Reply::bytes(reply + "500?\r\n"));
-    const Link link(*server, u"500"_s);
+    QFETCH(const QString, password);
+    QFETCH(const QByteArray, command);
+    QFETCH(const QByteArray, reply);
+    QFETCH(const int, code);
+    QFETCH(const QString, text);
+    server->script(When::command(command), Reply::bytes(reply));
+    Link link(*server, password);
+    fetch(link);
     QTRY_COMPARE(link.failed.size(), 1);
-    const QVariantList expected{500, QString::fromLatin1(reply + "***?\r\n")};
-    QCOMPARE(link.failed.first().first(2), expected);
+    QCOMPARE(link.failed.first().first(2), (QVariantList{code, text}));
 }
 
 void TestNntp::fetchesArticle_data()
@@ -205,6 +229,9 @@ void TestNntp::findsEncoding_data()
         << true;
     QTest::newRow("begin without a mode")
         << QByteArray("begin your day well\r\n") << 1 << 1 << QString() << quint64(0) << false;
+    QTest::newRow("line of 700,000 bytes, which is none of an encoding")
+        << QByteArray(QByteArray(700'000, 'x') + "\r\n") << 1 << 1 << QString() << quint64(0)
+        << false;
     QTest::newRow("empty body") << QByteArray() << 1 << 1 << QString() << quint64(0) << false;
 }
 

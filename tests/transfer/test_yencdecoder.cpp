@@ -118,8 +118,8 @@ void TestYencDecoder::decodes_data()
         QTest::newRow(name) << blocks << file << content << ok;
     };
     row("data ahead of the begin line", {ab + "\r\n" + beginLine + ab + endLine("ab")}, "ab");
-    row("all behind the end line", {beginLine + ab + endLine("ab") + beginLine, ab + beginLine},
-        "ab");
+    row("all behind the end line",
+        {beginLine + ab + endLine("ab") + beginLine, ab + "\r\n" + beginLine}, "ab");
     row("second begin line drops what is not yet written",
         {beginLine + ab, ab + "\r\n=ybegin name=b\r\n" + ab + endLine("abab")}, "ab", true, u"b"_s);
     row("two dots at line start", {beginLine + ".." + ab + ".." + endLine("\4ab\4\4")}, "\4ab\4\4");
@@ -127,6 +127,8 @@ void TestYencDecoder::decodes_data()
     const QByteArray abNul("ab\0", 3);
     row("NUL behind an escape goes, the escape stays",
         {beginLine + ab + QByteArray("=\0", 2), "j" + endLine(abNul)}, abNul);
+    row("NUL behind an escape, then the block ends with a line",
+        {beginLine + QByteArray("=\0", 2) + ab + "\r\n", ab + endLine("abab")}, "abab");
     row("begin line without name is data, and so is the control line behind it",
         {beginLine + "\r\n=ybegin i\r\n=yend\r\n"},
         "\x4f\x38\x3b\x3d\x3f\x44\xf6\x3f\xd6\x0f\x3b\x44\x3a", false);

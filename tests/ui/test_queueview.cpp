@@ -86,25 +86,37 @@ QImage TestQueueView::onScreen()
 
 void TestQueueView::repaintsChangedRow_data()
 {
+    QTest::addColumn<int>("row"); // negative: the last on the screen, cut by its edge
     QTest::addColumn<int>("column");
     QTest::addColumn<int>("role");
     QTest::addColumn<QVariant>("value");
-    QTest::newRow("name") << 0 << int(Qt::DisplayRole) << QVariant(u"x"_s);
-    QTest::newRow("size") << 1 << int(Qt::DisplayRole) << QVariant(u"2.00 KB"_s);
-    QTest::newRow("status") << 2 << int(Qt::DisplayRole) << QVariant(u"90 %"_s);
-    QTest::newRow("colour") << 0 << int(Qt::ForegroundRole) << QVariant(QBrush(Qt::red));
+    QTest::newRow("first row") << 0 << 2 << int(Qt::DisplayRole) << QVariant(u"90 %"_s);
+    QTest::newRow("last row") << -1 << 2 << int(Qt::DisplayRole) << QVariant(u"90 %"_s);
+    QTest::newRow("name") << 3 << 0 << int(Qt::DisplayRole) << QVariant(u"x"_s);
+    QTest::newRow("size") << 3 << 1 << int(Qt::DisplayRole) << QVariant(u"2.00 KB"_s);
+    QTest::newRow("status") << 3 << 2 << int(Qt::DisplayRole) << QVariant(u"90 %"_s);
+    QTest::newRow("colour") << 3 << 0 << int(Qt::ForegroundRole) << QVariant(QBrush(Qt::red));
     QPixmap square(16, 16);
     square.fill(Qt::blue);
-    QTest::newRow("icon") << 0 << int(Qt::DecorationRole) << QVariant(QIcon(square));
+    QTest::newRow("icon") << 3 << 0 << int(Qt::DecorationRole) << QVariant(QIcon(square));
 }
 
 void TestQueueView::repaintsChangedRow()
 {
+    QFETCH(int, row);
     QFETCH(const int, column);
     QFETCH(const int, role);
     QFETCH(const QVariant, value);
+    if (row < 0) {
+        const int height = view->visualRect(model.index(0, 0)).height();
+        view->resize(view->width(),
+                     view->height() + height / 2 - view->viewport()->height() % height);
+        QCoreApplication::processEvents();
+        style->bars = 0;
+        row = view->indexAt({1, view->viewport()->height() - 1}).row();
+    }
     const QImage before = onScreen();
-    model.setData(model.index(3, column), value, role);
+    model.setData(model.index(row, column), value, role);
     QTRY_VERIFY(style->bars > 0);
     QVERIFY(style->bars <= 3); // its neighbours, too
     QVERIFY(onScreen() != before);
