@@ -208,6 +208,10 @@
         <source>Only %1 MB of disk space left. Suspending all downloads.</source>
         <translation>Nur noch %1 MB Speicherplatz frei. Alle Downloads werden angehalten.</translation>
     </message>
+    <message>
+        <source>More</source>
+        <translation>Mehr</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>

@@ -208,6 +208,10 @@
         <source>Only %1 MB of disk space left. Suspending all downloads.</source>
         <translation>Solo quedan %1 MB de espacio en disco. Se suspenden todas las descargas.</translation>
     </message>
+    <message>
+        <source>More</source>
+        <translation>Más</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>

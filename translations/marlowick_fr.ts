@@ -208,6 +208,10 @@
         <source>Only %1 MB of disk space left. Suspending all downloads.</source>
         <translation>Il ne reste que %1 Mo d’espace disque. Tous les téléchargements sont suspendus.</translation>
     </message>
+    <message>
+        <source>More</source>
+        <translation>Plus</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>

@@ -208,6 +208,10 @@
         <source>Only %1 MB of disk space left. Suspending all downloads.</source>
         <translation>Nog maar %1 MB schijfruimte over. Alle downloads worden gepauzeerd.</translation>
     </message>
+    <message>
+        <source>More</source>
+        <translation>Meer</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>

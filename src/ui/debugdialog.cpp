@@ -6,6 +6,7 @@
 #include <QEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QScreen>
 #include <QThread>
 
 #include <algorithm>
@@ -77,6 +78,7 @@ DebugDialog::DebugDialog(QWidget *parent)
     , ui(std::make_unique<Ui::DebugDialog>())
 {
     ui->setupUi(this);
+    resize(size().boundedTo(screen()->availableSize()));
     setAttribute(Qt::WA_QuitOnClose, false); // the main window alone keeps the program running
     qAddPostRoutine([] { delete theInstance; });
     {

@@ -8,7 +8,7 @@ DeleteDialog::DeleteDialog()
     : ui(std::make_unique<Ui::DeleteDialog>())
 {
     ui->setupUi(this);
-    setFixedSize(size());
+    setFixedSize(size().expandedTo(minimumSizeHint())); // larger letters need more
 }
 
 DeleteDialog::~DeleteDialog() = default;

@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMessageBox>
+#include <QScreen>
 #include <QSettings>
 #include <QToolButton>
 
@@ -26,7 +27,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int sizeColumn = 1;
 constexpr int statusColumn = 2;
+constexpr int usualLetters = 12; // pixels
 constexpr int saveSeconds = 600;
 constexpr int diskCheckMsec = 30000;
 constexpr int firstConnectionMsec = 100;
@@ -70,7 +73,10 @@ void MainWindow::setUpView()
     view->setModel(model);
     view->header()->setStretchLastSection(false);
     view->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    view->setColumnWidth(statusColumn, 150);
+    // Widths for the usual letters; larger ones get as much more.
+    const int letters = qMax(usualLetters, QFontInfo(view->font()).pixelSize());
+    view->setColumnWidth(sizeColumn, 100 * letters / usualLetters);
+    view->setColumnWidth(statusColumn, 150 * letters / usualLetters);
     view->setAcceptDrops(true);
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
@@ -89,8 +95,13 @@ void MainWindow::setUpToolBar()
         setTabOrder(previous, button);
         previous = button;
     }
-    // What lies behind the bar's end is out of reach of the tab key.
-    setMinimumWidth(ui->toolBar->sizeHint().width());
+    // What does not fit is behind this one of Qt's own, which is made for the mouse alone.
+    if (auto *more = ui->toolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
+        more->setAccessibleName(tr("More"));
+        more->setFocusPolicy(Qt::TabFocus);
+        setTabOrder(previous, more);
+    }
+    resize(size().expandedTo(ui->toolBar->sizeHint()).boundedTo(screen()->availableSize()));
 }
 
 void MainWindow::setUpStatusBar()

@@ -3,6 +3,7 @@
 #include "ui/queueview.h"
 
 #include <QIcon>
+#include <QStyledItemDelegate>
 
 namespace {
 
@@ -16,11 +17,30 @@ QVariantList contentsOf(const QModelIndex &index)
     return contents;
 }
 
+/// Shows colours of the model brighter on a dark ground, where pure red could hardly be read.
+class ReadableDelegate final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        constexpr int bright = 200;
+        QStyledItemDelegate::initStyleOption(option, index);
+        const QColor text = option->palette.color(QPalette::Text);
+        const bool dark = option->palette.color(QPalette::Base).lightness() < 128;
+        if (dark && text.lightness() < bright && index.data(Qt::ForegroundRole).isValid())
+            option->palette.setColor(QPalette::Text,
+                                     QColor::fromHsl(text.hslHue(), text.hslSaturation(), bright));
+    }
+};
+
 } // namespace
 
 QueueView::QueueView(QWidget *parent)
     : QTreeView(parent)
 {
+    setItemDelegate(new ReadableDelegate(this));
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(100);
     connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);

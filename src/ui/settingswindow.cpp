@@ -12,9 +12,11 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressDialog>
+#include <QScreen>
 #include <QSettings>
 #include <QSpinBox>
 #include <QStandardPaths>
+#include <QStyle>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -94,7 +96,7 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
     , progress(new TestProgress(tr("Testing server settings"), this))
 {
     ui->setupUi(this);
-    setFixedSize(size());
+    fixSize();
     progress->setWindowTitle(windowTitle());
     ui->marlowickversion->setText(tr("Marlowick version: ") + engine->version());
     ui->qtversion->setText(tr("QT version: ") + QLatin1StringView(qVersion()));
@@ -111,6 +113,20 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
 }
 
 SettingsWindow::~SettingsWindow() = default;
+
+/// The form's size or, for large letters, what they need. What the screen lacks is scrolled.
+void SettingsWindow::fixSize()
+{
+    const QList<QWidget *> parts = findChildren<QWidget *>();
+    for (QWidget *part : parts)
+        part->updateGeometry(); // or the layouts remember what it was without a text
+    layout()->activate();
+    const QSize frame = size() - ui->scrollArea->size();
+    const QSize scrollBar(style()->pixelMetric(QStyle::PM_ScrollBarExtent), 0);
+    const QSize wanted = frame + ui->tabWidget->sizeHint() + scrollBar;
+    const QSize room = screen()->availableSize() * 0.9; // the window manager adds its own
+    setFixedSize(size().expandedTo(wanted).boundedTo(room));
+}
 
 /// The word behind the number, in the form that the number wants.
 void SettingsWindow::showUnit(const QSpinBox *number, QLabel *unit)

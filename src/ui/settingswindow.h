@@ -55,6 +55,7 @@ private:
         bool ssl;
     };
 
+    void fixSize();
     static void showUnit(const QSpinBox *number, QLabel *unit);
     void loadSettings();
     void loadServer();

@@ -7,6 +7,9 @@
 #include <QStandardItemModel>
 #include <QTest>
 
+#include <algorithm>
+#include <cmath>
+
 #include "queue/progressbardelegate.h"
 #include "ui/queueview.h"
 
@@ -26,6 +29,17 @@ public:
     mutable int bars = 0;
 };
 
+/// Relative luminance as of WCAG 2.1, which wants a contrast of 4.5 between a text and its ground.
+double luminance(QRgb color)
+{
+    const auto linear = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    const QColor parts(color);
+    return 0.2126 * linear(parts.redF()) + 0.7152 * linear(parts.greenF())
+           + 0.0722 * linear(parts.blueF());
+}
+
 } // namespace
 
 /// The view repaints what has changed, no more, and nothing on the screen stays out of date.
@@ -39,6 +53,8 @@ private slots:
     void repaintsChangedRow();
     void changesBetweenRepaints_data();
     void changesBetweenRepaints();
+    void readableOnDark_data();
+    void readableOnDark();
 
 private:
     void setStatus(int row, const QString &status);
@@ -152,6 +168,32 @@ void TestQueueView::changesBetweenRepaints()
     view->repaintChanged();
     QCoreApplication::processEvents();
     QCOMPARE(onScreen(), view->viewport()->grab().toImage().convertToFormat(QImage::Format_RGB32));
+}
+
+void TestQueueView::readableOnDark_data()
+{
+    QTest::addColumn<QColor>("ground");
+    for (const char *ground : {"#000000", "#1b1e20", "#2d2d2d", "#3d3d3d"})
+        QTest::newRow(ground) << QColor(QLatin1StringView(ground));
+}
+
+void TestQueueView::readableOnDark()
+{
+    QFETCH(const QColor, ground);
+    QPalette dark = view->palette();
+    dark.setColor(QPalette::Base, ground);
+    view->setPalette(dark);
+    model.setData(model.index(0, 0), QBrush(Qt::red), Qt::ForegroundRole);
+    model.setData(model.index(0, 0), u"\u2588\u2588\u2588\u2588"_s);
+    const QRect cell = view->visualRect(model.index(0, 0));
+    const QImage picture = view->viewport()->grab(cell).toImage();
+    double highest = 0;
+    for (int x = 0; x < picture.width(); ++x) {
+        const QRgb pixel = picture.pixel(x, picture.height() / 2);
+        if (qRed(pixel) > qBlue(pixel))
+            highest = std::max(highest, luminance(pixel));
+    }
+    QCOMPARE_GE((highest + 0.05) / (luminance(ground.rgb()) + 0.05), 4.5);
 }
 
 QTEST_MAIN(TestQueueView)

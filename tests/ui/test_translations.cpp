@@ -6,6 +6,8 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTabBar>
 #include <QToolBar>
@@ -105,6 +107,8 @@ QStringList cutTexts(const QWidget *window)
             || qobject_cast<const QTabBar *>(widget) || qobject_cast<const QGroupBox *>(widget);
         const QSize wanted = widget->sizeHint();
         const QRect seen = widget->visibleRegion().boundingRect();
+        if (widget->isVisible() && widget->objectName() == "qt_toolbar_ext_button"_L1)
+            cut << u"buttons of the tool bar"_s;
         if (widget->isVisible() && speaks
             && (wanted.width() > seen.width()
                 || (wanted.height() > seen.height() && !qobject_cast<const QGroupBox *>(widget))))
@@ -152,6 +156,7 @@ private slots:
     void speaks();
     void fits_data() { addLanguages({u"en"_s, u"de"_s, u"es"_s, u"fr"_s, u"nl"_s}); }
     void fits();
+    void growsWithLetters();
     void numbers_data();
     void numbers();
     void findsLanguage_data();
@@ -287,6 +292,22 @@ void TestTranslations::fits()
         const int room = qMax(145, metrics.horizontalAdvance(english));
         QVERIFY2(metrics.horizontalAdvance(text) <= room, qPrintable(text));
     }
+}
+
+void TestTranslations::growsWithLetters()
+{
+    const QFont usual = QApplication::font();
+    const auto restore = qScopeGuard([&usual] { QApplication::setFont(usual); });
+    QFont larger = usual;
+    larger.setPointSizeF(usual.pointSizeF() * 1.3);
+    QApplication::setFont(larger);
+    visitWindows([](QWidget *window) { QCOMPARE(cutTexts(window).join(u'\n'), QString()); });
+    larger.setPointSizeF(usual.pointSizeF() * 2.5);
+    QApplication::setFont(larger);
+    visitWindows([](QWidget *window) {
+        const QSize room = window->screen()->availableSize();
+        QCOMPARE(window->size().boundedTo(room), window->size());
+    });
 }
 
 void TestTranslations::numbers_data()
