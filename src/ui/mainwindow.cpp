@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QSettings>
+#include <QShortcut>
 #include <QToolButton>
 
 #include <stdexcept>
@@ -81,10 +82,13 @@ void MainWindow::setUpView()
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
     view->setItemDelegateForColumn(statusColumn, new ProgressbarDelegate(this));
+    view->insertActions(view->actions().constFirst(),
+                        {ui->actionPause, ui->actionDelete, ui->actionPreview});
+    view->setContextMenuPolicy(Qt::ActionsContextMenu);
     view->setFocus();
 }
 
-/// There is no menu: the keyboard reaches the actions by the tab key.
+/// There is no menu bar: the keyboard reaches the actions by the tab key.
 void MainWindow::setUpToolBar()
 {
     const QList<QAction *> actions = ui->toolBar->actions();
@@ -102,6 +106,7 @@ void MainWindow::setUpToolBar()
         setTabOrder(previous, more);
     }
     resize(size().expandedTo(ui->toolBar->sizeHint()).boundedTo(screen()->availableSize()));
+    new QShortcut(Qt::CTRL | Qt::Key_Q, this, this, &MainWindow::close);
 }
 
 void MainWindow::setUpStatusBar()

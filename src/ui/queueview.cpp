@@ -2,8 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "ui/queueview.h"
 
+#include <QAction>
 #include <QIcon>
+#include <QMimeData>
 #include <QStyledItemDelegate>
+
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -44,6 +49,32 @@ QueueView::QueueView(QWidget *parent)
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(100);
     connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);
+    addMove(tr("Move up"), Qt::ALT | Qt::Key_Up, -1);
+    addMove(tr("Move down"), Qt::ALT | Qt::Key_Down, 1);
+}
+
+void QueueView::addMove(const QString &text, const QKeySequence &key, int step)
+{
+    auto *action = new QAction(text, this);
+    action->setShortcut(key);
+    action->setShortcutContext(Qt::WidgetShortcut);
+    connect(action, &QAction::triggered, this, [this, step] { moveCurrentRow(step); });
+    addAction(action);
+}
+
+/// Among the rows of its level. Whichever way it goes, the lower of two neighbours is dropped on
+/// the upper and takes its place.
+void QueueView::moveCurrentRow(int step)
+{
+    QModelIndex upper = currentIndex().siblingAtColumn(0);
+    QModelIndex lower = upper.siblingAtRow(upper.row() + step);
+    if (!upper.isValid() || !lower.isValid())
+        return;
+    if (step < 0)
+        std::swap(upper, lower);
+    const std::unique_ptr<QMimeData> moved(model()->mimeData({lower}));
+    model()->dropMimeData(moved.get(), Qt::CopyAction, -1, 0, upper);
+    scrollTo(currentIndex());
 }
 
 void QueueView::dataChanged(const QModelIndex & /*topLeft*/, const QModelIndex & /*bottomRight*/,

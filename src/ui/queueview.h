@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QHash>
+#include <QKeySequence>
 #include <QTimer>
 #include <QTreeView>
 #include <QVariant>
@@ -10,7 +11,7 @@
 /// The tree of the queue. Each progress concerns two rows, a file's and its job's. Finding them
 /// would take time that grows with the queue, so the view looks through the rows on the screen
 /// instead, a few times a second however many articles arrive, and repaints those that have
-/// changed.
+/// changed. Alt and an arrow key move the current row, as the mouse does.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
@@ -31,6 +32,9 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
 
 private:
+    void addMove(const QString &text, const QKeySequence &key, int step);
+    void moveCurrentRow(int step);
+
     QTimer repaintTimer;
     /// By the top of a row, what all of it shows.
     mutable QHash<int, QVariantList> shown;

@@ -11,12 +11,14 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QProgressDialog>
 #include <QScreen>
 #include <QSettings>
 #include <QSpinBox>
 #include <QStandardPaths>
 #include <QStyle>
+#include <QTabBar>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -78,6 +80,7 @@ public:
     TestProgress(const QString &text, QWidget *parent)
         : QProgressDialog(text, QString(), 0, 100, parent)
     {
+        findChild<QProgressBar *>()->setAccessibleName(text);
         reset(); // or it would show itself after a few seconds
     }
 
@@ -97,6 +100,9 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
 {
     ui->setupUi(this);
     fixSize();
+    // To a screen reader the frame around the tabs would be one more thing that takes the focus.
+    ui->tabWidget->setFocusPolicy(Qt::NoFocus); // for the tabs, too
+    ui->tabWidget->tabBar()->setFocusPolicy(Qt::TabFocus);
     progress->setWindowTitle(windowTitle());
     ui->marlowickversion->setText(tr("Marlowick version: ") + engine->version());
     ui->qtversion->setText(tr("QT version: ") + QLatin1StringView(qVersion()));
@@ -129,10 +135,11 @@ void SettingsWindow::fixSize()
 }
 
 /// The word behind the number, in the form that the number wants.
-void SettingsWindow::showUnit(const QSpinBox *number, QLabel *unit)
+void SettingsWindow::showUnit(QSpinBox *number, QLabel *unit)
 {
-    const auto show = [unit](int seconds) {
+    const auto show = [number, unit](int seconds) {
         unit->setText(tr("seconds", "behind a number", seconds));
+        number->setAccessibleDescription(unit->text());
     };
     show(number->value());
     connect(number, &QSpinBox::valueChanged, unit, show);

@@ -56,7 +56,7 @@ private:
     };
 
     void fixSize();
-    static void showUnit(const QSpinBox *number, QLabel *unit);
+    static void showUnit(QSpinBox *number, QLabel *unit);
     void loadSettings();
     void loadServer();
     void proposePaths();

@@ -75,6 +75,8 @@ private slots:
     void asksForPassword();
     void addsByDialog();
     void keysReachEverything();
+    void keysMoveRows_data();
+    void keysMoveRows();
     void pauses_data();
     void pauses();
     void jobGoesUnderQuestion();
@@ -374,6 +376,46 @@ void TestMainWindow::keysReachEverything()
                                  u"Downloads"_s, u"Preview"_s, u"Settings"_s}));
 }
 
+void TestMainWindow::keysMoveRows_data()
+{
+    QTest::addColumn<bool>("files"); // else jobs
+    QTest::addColumn<int>("row");
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<QString>("order");
+    QTest::newRow("job up") << false << 2 << Qt::Key_Up << u"a c b"_s;
+    QTest::newRow("job down") << false << 0 << Qt::Key_Down << u"b a c"_s;
+    QTest::newRow("first job up") << false << 0 << Qt::Key_Up << u"a b c"_s;
+    QTest::newRow("last job down") << false << 2 << Qt::Key_Down << u"a b c"_s;
+    QTest::newRow("file up") << true << 1 << Qt::Key_Up << u"film.par2 film.mkv read.txt"_s;
+    QTest::newRow("file down") << true << 1 << Qt::Key_Down << u"film.mkv read.txt film.par2"_s;
+    QTest::newRow("last file down")
+        << true << 2 << Qt::Key_Down << u"film.mkv film.par2 read.txt"_s;
+}
+
+void TestMainWindow::keysMoveRows()
+{
+    QFETCH(const bool, files);
+    QFETCH(const int, row);
+    QFETCH(const Qt::Key, key);
+    const QAbstractItemModel *model = view()->model();
+    QTest::keyClick(view(), key, Qt::AltModifier); // with no row at all
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
+        addJob(name);
+    const QModelIndex job = model->index(1, 0);
+    view()->expand(job);
+    const QModelIndex level = files ? job : QModelIndex();
+    select(model->index(row, 2, level)); // as after a click on its status
+    const QString moved = model->index(row, 0, level).data().toString();
+    QTest::keyClick(view(), key, Qt::AltModifier);
+    QStringList order;
+    for (int i = 0; i < model->rowCount(level); ++i)
+        order << model->index(i, 0, level).data().toString();
+    QTEST(order.join(u' '), "order");
+    QCOMPARE(view()->currentIndex().siblingAtColumn(0).data().toString(), moved);
+    for (int i = 0; i < model->rowCount(); ++i)
+        QCOMPARE(view()->isExpanded(model->index(i, 0)), model->index(i, 0).data() == u"b"_s);
+}
+
 void TestMainWindow::pauses_data()
 {
     QTest::addColumn<bool>("pausePAR2");
@@ -444,23 +486,28 @@ void TestMainWindow::jobGoesUnderQuestion()
 
 void TestMainWindow::deletes_data()
 {
-    QTest::addColumn<QString>("button");
+    QTest::addColumn<int>("tabs");
     QTest::addColumn<bool>("removed");
     QTest::addColumn<bool>("onDisk");
-    QTest::newRow("list only") << u"commandLinkButton"_s << true << true;
-    QTest::newRow("files too") << u"commandLinkButton_2"_s << true << false;
-    QTest::newRow("cancel") << u"commandLinkButton_3"_s << false << true;
+    QTest::newRow("list only") << 1 << true << true;
+    QTest::newRow("files too") << 2 << true << false;
+    QTest::newRow("cancel") << 0 << false << true;
 }
 
 void TestMainWindow::deletes()
 {
-    QFETCH(const QString, button);
+    QFETCH(const int, tabs);
     QFETCH(const bool, removed);
     addJob(u"a"_s);
     const QString folder = addJob(u"b"_s)->folder();
     engine->saveQueue();
     select(view()->model()->index(1, 0));
-    answerNext([&](QWidget *dialog) { return dialog->findChild<QAbstractButton *>(button); });
+    QTimer::singleShot(0, this, [tabs] {
+        const QWidget *dialog = QApplication::activeModalWidget();
+        for (int i = 0; i < tabs; ++i)
+            QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
+        QTest::keyClick(dialog->focusWidget(), Qt::Key_Space);
+    });
     QTest::keyClick(view(), Qt::Key_Delete);
     QCOMPARE(view()->model()->rowCount(), removed ? 1 : 2);
     QCOMPARE(savedJobs(), removed ? QStringList{u"a"_s} : (QStringList{u"a"_s, u"b"_s}));
