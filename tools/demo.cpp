@@ -19,9 +19,8 @@
 #include <tuple>
 
 #include "support/newsserver.h"
-#include "support/par2program.h"
 #include "support/posts.h"
-#include "support/rarprogram.h"
+#include "support/programs.h"
 
 using namespace Qt::StringLiterals;
 

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -11,6 +10,7 @@
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "support/files.h"
 #include "support/newsserver.h"
 #include "support/posts.h"
 
@@ -50,8 +50,7 @@ public:
     [[nodiscard]] QString downloads() const { return dir.filePath(QStringLiteral("downloads")); }
     [[nodiscard]] QByteArray saved(const QString &path) const
     {
-        QFile file(downloads() + u'/' + path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
+        return contentsOf(downloads() + u'/' + path);
     }
 
     /// Uploads @p post and imports its NZB.

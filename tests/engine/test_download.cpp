@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 #include <QDir>
-#include <QRandomGenerator>
 #include <QTest>
 
 #include "enginefixture.h"
+#include "support/rows.h"
 #include "support/testcertificate.h"
 
 using namespace Qt::StringLiterals;
@@ -15,7 +15,6 @@ class TestDownload final : public QObject {
 
 private slots:
     void everyKindOfFile();
-    void anyOrder();
     void overSsl();
     void everyArticleFailsOnce_data();
     void everyArticleFailsOnce();
@@ -64,25 +63,6 @@ void TestDownload::everyKindOfFile()
     QVERIFY(t.errors.isEmpty());
 }
 
-void TestDownload::anyOrder()
-{
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo() << "seed" << seed;
-    QRandomGenerator random(seed);
-    EngineFixture t;
-    Post post;
-    const QByteArray film = randomBytes(3, 200'000);
-    post.addYenc(u"film.bin"_s, film, 10'000);
-    t.startHeld(post);
-    while (t.completedJobs.isEmpty()) {
-        QTRY_VERIFY(!t.server->waiting().isEmpty() || !t.completedJobs.isEmpty());
-        const QList<QByteArray> waiting = t.server->waiting();
-        if (!waiting.isEmpty())
-            t.server->release(waiting.at(random.bounded(waiting.size())));
-    }
-    QCOMPARE(t.saved(u"demo/film.bin"_s), film);
-}
-
 void TestDownload::overSsl()
 {
     QString reason;
@@ -103,19 +83,19 @@ void TestDownload::overSsl()
 
 void TestDownload::everyArticleFailsOnce_data()
 {
-    QTest::addColumn<Reply>("reply");
-    QTest::newRow("cut in the reply line") << Reply::ordinary().cutAfter(3);
-    QTest::newRow("cut in the data") << Reply::ordinary().cutAfter(700);
-    QTest::newRow("cut in the terminator") << Reply::ordinary().cutAfter(-3);
-    QTest::newRow("reset") << Reply::ordinary().resetAfter(700);
-    QTest::newRow("stall") << Reply::ordinary().stallAfter(700);
-    QTest::newRow("no answer") << Reply::silence();
-    QTest::newRow("garbage") << Reply::bytes(QByteArray("\0\1\2 what\r\n", 10));
+    const auto row = rows<Reply>();
+    row("cut in the reply line", {Reply::ordinary().cutAfter(3)});
+    row("cut in the data", {Reply::ordinary().cutAfter(700)});
+    row("cut in the terminator", {Reply::ordinary().cutAfter(-3)});
+    row("reset", {Reply::ordinary().resetAfter(700)});
+    row("stall", {Reply::ordinary().stallAfter(700)});
+    row("no answer", {Reply::silence()});
+    row("garbage", {Reply::bytes(QByteArray("\0\1\2 what\r\n", 10))});
 }
 
 void TestDownload::everyArticleFailsOnce()
 {
-    QFETCH(const Reply, reply);
+    const auto [reply] = thisRow<Reply>();
     EngineFixture t;
     t.set("networkTimeout", 1);
     t.set("networkRetry", 0);
@@ -138,18 +118,16 @@ void TestDownload::everyArticleFailsOnce()
 
 void TestDownload::damageIsBooked_data()
 {
-    QTest::addColumn<QByteArray>("endLine");
-    QTest::addColumn<bool>("onServer");
-    QTest::newRow("article missing") << QByteArray() << false;
-    QTest::newRow("no end line") << QByteArray() << true;
-    QTest::newRow("wrong checksum") << QByteArray("=yend size=1000 part=2 pcrc32=00000000") << true;
-    QTest::newRow("wrong size") << QByteArray("=yend size=999 part=2") << true;
+    const auto row = rows<QByteArray, bool>();
+    row("article missing", {QByteArray(), false});
+    row("no end line", {QByteArray(), true});
+    row("wrong checksum", {QByteArray("=yend size=1000 part=2 pcrc32=00000000"), true});
+    row("wrong size", {QByteArray("=yend size=999 part=2"), true});
 }
 
 void TestDownload::damageIsBooked()
 {
-    QFETCH(const QByteArray, endLine);
-    QFETCH(const bool, onServer);
+    const auto [endLine, onServer] = thisRow<QByteArray, bool>();
     EngineFixture t;
     Post post;
     const QByteArray film = randomBytes(8, 3000);
@@ -177,21 +155,17 @@ void TestDownload::damageIsBooked()
 
 void TestDownload::uuencodedParts_data()
 {
-    QTest::addColumn<int>("missing");
-    QTest::addColumn<QString>("subject");
-    QTest::addColumn<QList<int>>("joined");
-    QTest::newRow("all there") << 0 << QString() << QList<int>{1, 2, 3};
-    QTest::newRow("second missing") << 2 << QString() << QList<int>{1, 3};
-    QTest::newRow("one announced, three listed") << 0 << u"\"text.txt\" (1/1)"_s << QList<int>{1};
-    QTest::newRow("too many announced to count to")
-        << 0 << u"\"text.txt\" (1/2147483647)"_s << QList<int>{1, 2, 3};
+    const auto row = rows<int, QString, QList<int>>();
+    row("all there", {0, QString(), QList<int>{1, 2, 3}});
+    row("second missing", {2, QString(), QList<int>{1, 3}});
+    row("one announced, three listed", {0, u"\"text.txt\" (1/1)"_s, QList<int>{1}});
+    row("too many announced to count to",
+        {0, u"\"text.txt\" (1/2147483647)"_s, QList<int>{1, 2, 3}});
 }
 
 void TestDownload::uuencodedParts()
 {
-    QFETCH(const int, missing);
-    QFETCH(const QString, subject);
-    QFETCH(const QList<int>, joined);
+    const auto [missing, subject, joined] = thisRow<int, QString, QList<int>>();
     EngineFixture t;
     Post post;
     const QByteArray text = randomBytes(9, 45 * 30);
@@ -232,9 +206,7 @@ void TestDownload::rawNameLeadsNowhere()
 {
     // No decoder ever gives this file a clean name, so that the raw one reaches the join.
     EngineFixture t;
-    QFile outside(t.dir.filePath(u"victim.uu000001"_s));
-    QVERIFY(outside.open(QIODevice::WriteOnly));
-    outside.close();
+    const QFile outside(writeFile(t.dir.filePath(u"victim.uu000001"_s)));
     Post post;
     PostedFile &file = post.addUuencoded(u"x"_s, randomBytes(1, 45), 10);
     file.subject = u"\"../../victim\" (1/1)"_s;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "enginefixture.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -31,9 +32,7 @@ void TestImport::findsSettings()
         QCOMPARE(t.engine->settings()->fileName(), t.dir.filePath(u"Marlowick/Marlowick.ini"_s));
         QVERIFY(QFile::exists(t.dir.filePath(u"Marlowick"_s)));
     }
-    QFile empty(beside);
-    QVERIFY(empty.open(QIODevice::WriteOnly));
-    empty.close();
+    writeFile(beside);
     const auto tidyUp = qScopeGuard([&beside] { QFile::remove(beside); });
     EngineFixture t;
     QCOMPARE(t.engine->settings()->fileName(), beside);
@@ -44,21 +43,18 @@ void TestImport::findsSettings()
 
 void TestImport::namesFolders_data()
 {
-    QTest::addColumn<QString>("nzbFile");
-    QTest::addColumn<QStringList>("jobs");
-    QTest::newRow("three of one name")
-        << u"abc.nzb"_s << QStringList{u"abc"_s, u"abc2"_s, u"abc3"_s};
-    QTest::newRow("upper case and blanks") << u" x .NZB"_s << QStringList{u"x"_s, u"x2"_s};
-    QTest::newRow("only one ending goes") << u"x.nzb.nzb"_s << QStringList{u"x.nzb"_s};
-    QTest::newRow("no name") << u".nzb"_s << QStringList{u"2"_s, u"3"_s};
-    QTest::newRow("this folder") << u"..nzb"_s << QStringList{u".2"_s};
-    QTest::newRow("parent folder") << u"...nzb"_s << QStringList{u"..2"_s};
+    const auto row = rows<QString, QStringList>();
+    row("three of one name", {u"abc.nzb"_s, QStringList{u"abc"_s, u"abc2"_s, u"abc3"_s}});
+    row("upper case and blanks", {u" x .NZB"_s, QStringList{u"x"_s, u"x2"_s}});
+    row("only one ending goes", {u"x.nzb.nzb"_s, QStringList{u"x.nzb"_s}});
+    row("no name", {u".nzb"_s, QStringList{u"2"_s, u"3"_s}});
+    row("this folder", {u"..nzb"_s, QStringList{u".2"_s}});
+    row("parent folder", {u"...nzb"_s, QStringList{u"..2"_s}});
 }
 
 void TestImport::namesFolders()
 {
-    QFETCH(const QString, nzbFile);
-    QFETCH(const QStringList, jobs);
+    const auto [nzbFile, jobs] = thisRow<QString, QStringList>();
     EngineFixture t;
     Post post;
     post.addYenc(u"a.bin"_s, "a").segment(1).inNzb = false;
@@ -77,31 +73,22 @@ void TestImport::namesFolders()
 
 void TestImport::failures_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("folderIsFile");
-    QTest::addColumn<QByteArray>("text");
+    const auto row = rows<QByteArray, bool, QByteArray>();
     const QByteArray good = "<nzb><file subject='a.b'/></nzb>";
-    QTest::newRow("no file") << QByteArray() << false
-                             << QByteArray("Error opening NZB for reading");
-    QTest::newRow("plain text") << QByteArray("hello") << false << QByteArray("Error parsing NZB");
-    QTest::newRow("no folder") << good << true << QByteArray("Error creating folder for download");
+    row("no file", {QByteArray(), false, QByteArray("Error opening NZB for reading")});
+    row("plain text", {QByteArray("hello"), false, QByteArray("Error parsing NZB")});
+    row("no folder", {good, true, QByteArray("Error creating folder for download")});
 }
 
 void TestImport::failures()
 {
-    QFETCH(const QByteArray, content);
-    QFETCH(const bool, folderIsFile);
-    QFETCH(const QByteArray, text);
+    const auto [content, folderIsFile, text] = thisRow<QByteArray, bool, QByteArray>();
     EngineFixture t;
     const QSignalSpy before(t.engine.get(), &Marlowick::beforeAddNZB);
     const QSignalSpy added(t.engine.get(), &Marlowick::NZBadded);
     const QString path = t.dir.filePath(u"bad.nzb"_s);
-    QFile nzb(path);
-    if (!content.isEmpty()) {
-        QVERIFY(nzb.open(QIODevice::WriteOnly));
-        nzb.write(content);
-        nzb.close();
-    }
+    if (!content.isEmpty())
+        writeFile(path, content);
     if (folderIsFile)
         t.set("downloadFolder", path);
     QByteArray thrown;
@@ -122,8 +109,7 @@ void TestImport::failures()
 void TestImport::settingsFolderCannotBeMade()
 {
     QTemporaryDir dir;
-    const QString file = dir.filePath(u"file"_s);
-    QVERIFY(QFile(file).open(QIODevice::WriteOnly));
+    const QString file = writeFile(dir.filePath(u"file"_s));
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, file);
     Marlowick engine(nullptr);
     const QSignalSpy errors(&engine, &Marlowick::error);

@@ -10,10 +10,22 @@
 
 #include "enginefixture.h"
 #include "support/failingclose.h"
+#include "support/rows.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
 using Step = std::function<bool(const EngineFixture &)>;
+
+namespace {
+
+bool mount(const EngineFixture &t, const QString &options)
+{
+    return QProcess::execute(u"mount"_s,
+                             {u"-t"_s, u"tmpfs"_s, u"-o"_s, options, u"tmpfs"_s, t.downloads()})
+           == 0;
+}
+
+} // namespace
 
 /// How many connections there are, who fetches what, and what a failed one leads to.
 class TestPool final : public QObject {
@@ -34,7 +46,6 @@ private slots:
     void unwritableFilePausesOnce();
     void quittingConnectionGetsNoWork_data();
     void quittingConnectionGetsNoWork();
-    void closesAll();
     void statistics();
 };
 
@@ -52,20 +63,16 @@ void TestPool::opensOneAfterAnother()
 
 void TestPool::opensNoneInVain_data()
 {
-    QTest::addColumn<QVariant>("threads");
-    QTest::addColumn<int>("articles");
-    QTest::addColumn<int>("connections");
-    QTest::newRow("no setting") << QVariant() << 3 << 0;
-    QTest::newRow("not a number") << QVariant(u"many"_s) << 3 << 0;
-    QTest::newRow("nothing to fetch") << QVariant(4) << 0 << 0;
-    QTest::newRow("one article") << QVariant(4) << 1 << 1;
+    const auto row = rows<QVariant, int, int>();
+    row("no setting", {QVariant(), 3, 0});
+    row("not a number", {QVariant(u"many"_s), 3, 0});
+    row("nothing to fetch", {QVariant(4), 0, 0});
+    row("one article", {QVariant(4), 1, 1});
 }
 
 void TestPool::opensNoneInVain()
 {
-    QFETCH(const QVariant, threads);
-    QFETCH(const int, articles);
-    QFETCH(const int, connections);
+    const auto [threads, articles, connections] = thisRow<QVariant, int, int>();
     EngineFixture t;
     t.engine->settings()->remove(u"threads"_s);
     if (threads.isValid())
@@ -148,31 +155,25 @@ void TestPool::newJobFindsLiveConnections()
 
 void TestPool::failures_data()
 {
-    QTest::addColumn<When>("when");
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("error"); // empty: a notice, and another try
-    const auto row = [](const char *name, const When &when, const char *reply,
-                        const QString &error = {}) {
-        QTest::newRow(name) << when << QByteArray(reply) << error;
-    };
+    // The error, or nothing: a notice, and another try.
+    const auto row = rows<When, QByteArray, QString>();
     const When second = When::body("demo.1.2@post.test");
-    row("480 in the middle of a session", second, "480 login first",
-        u"Server asks for password. Please specify password in 'settings' window."_s);
-    row("483 in the middle of a session", second, "483 no",
-        u"Supplied password not accepted. Check server settings"_s);
-    row("481 to the password", When::command("AUTHINFO PASS"), "481 wrong password");
-    row("502 instead of a greeting", When::greeting(), "502 too many connections");
-    row("400 instead of a greeting", When::greeting(), "400 come back later");
-    row("400 after idling", second, "400 idle for too long");
-    row("423 for an article", second, "423 no such number");
-    row("451 for an article", second, "451 withheld");
+    row("480 in the middle of a session",
+        {second, "480 login first",
+         u"Server asks for password. Please specify password in 'settings' window."_s});
+    row("483 in the middle of a session",
+        {second, "483 no", u"Supplied password not accepted. Check server settings"_s});
+    row("481 to the password", {When::command("AUTHINFO PASS"), "481 wrong password", {}});
+    row("502 instead of a greeting", {When::greeting(), "502 too many connections", {}});
+    row("400 instead of a greeting", {When::greeting(), "400 come back later", {}});
+    row("400 after idling", {second, "400 idle for too long", {}});
+    row("423 for an article", {second, "423 no such number", {}});
+    row("451 for an article", {second, "451 withheld", {}});
 }
 
 void TestPool::failures()
 {
-    QFETCH(const When, when);
-    QFETCH(const QByteArray, reply);
-    QFETCH(const QString, error);
+    const auto [when, reply, error] = thisRow<When, QByteArray, QString>();
     EngineFixture t;
     t.set("threads", 1);
     t.set("networkRetry", 3600);
@@ -197,14 +198,14 @@ void TestPool::failures()
 
 void TestPool::asksForPasswordOnceEach_data()
 {
-    QTest::addColumn<bool>("answeredAtOnce");
-    QTest::newRow("each box is answered at once") << true;
-    QTest::newRow("the boxes stand") << false;
+    const auto row = rows<bool>();
+    row("each box is answered at once", {true});
+    row("the boxes stand", {false});
 }
 
 void TestPool::asksForPasswordOnceEach()
 {
-    QFETCH(const bool, answeredAtOnce);
+    const auto [answeredAtOnce] = thisRow<bool>();
     EngineFixture t;
     t.set("threads", 3);
     t.server->requireLogin("joe", "secret");
@@ -231,18 +232,12 @@ void TestPool::asksForPasswordOnceEach()
 
 void TestPool::unwritableFilePausesOnce_data()
 {
-    QTest::addColumn<Step>("spoil"); // false: not possible here
-    QTest::addColumn<Step>("mend");
-    QTest::addColumn<QString>("error");
+    // To spoil, which may not be possible here; to mend; the error.
+    const auto row = rows<Step, Step, QString>();
     const auto film = [](const EngineFixture &t) -> QString {
         return t.downloads() + "/demo/film.bin"_L1;
     };
-    const auto mount = [](const EngineFixture &t, const QString &options) {
-        return QProcess::execute(u"mount"_s,
-                                 {u"-t"_s, u"tmpfs"_s, u"-o"_s, options, u"tmpfs"_s, t.downloads()})
-               == 0;
-    };
-    const auto remount = [mount](const QString &options) {
+    const auto remount = [](const QString &options) {
         return [=](const EngineFixture &t) { return mount(t, "remount,"_L1 + options); };
     };
     const auto allow = [](QFile::Permissions permissions) {
@@ -250,36 +245,30 @@ void TestPool::unwritableFilePausesOnce_data()
             return geteuid() != 0 && QFile::setPermissions(t.downloads() + "/demo"_L1, permissions);
         };
     };
-    const auto row = [](const char *name, const Step &spoil, const Step &mend, const char *error) {
-        QTest::newRow(name) << spoil << mend << QString::fromLatin1(error);
-    };
-    row(
-        "a folder in the file's place", [=](const auto &t) { return QDir().mkpath(film(t)); },
-        [=](const auto &t) { return QDir().rmdir(film(t)); }, "Error opening file: ");
-    row(
-        "folder removed", [](const auto &t) { return QDir(t.downloads()).removeRecursively(); },
-        [](const auto &t) { return QDir().mkpath(t.downloads() + "/demo"_L1); },
-        "Error opening file: the folder is missing");
-    row("no permission", allow(QFile::ReadOwner | QFile::ExeOwner),
-        allow(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner),
-        "Error opening file: Permission denied");
-    row("file system of its own, read-only", remount(u"ro"_s), remount(u"rw"_s),
-        "Error opening file: Read-only file system");
-    row("file system of its own, full", remount(u"size=16k"_s), remount(u"size=1m"_s),
-        "Error writing to file. Check disk space");
+    const QString cannotOpen = u"Error opening file: "_s;
+    const QString cannotWrite = u"Error writing to file. Check disk space"_s;
+    row("a folder in the file's place",
+        {[=](const auto &t) { return QDir().mkpath(film(t)); },
+         [=](const auto &t) { return QDir().rmdir(film(t)); }, cannotOpen});
+    row("folder removed", {[](const auto &t) { return QDir(t.downloads()).removeRecursively(); },
+                           [](const auto &t) { return QDir().mkpath(t.downloads() + "/demo"_L1); },
+                           cannotOpen + "the folder is missing"_L1});
+    row("no permission", {allow(QFile::ReadOwner | QFile::ExeOwner),
+                          allow(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner),
+                          cannotOpen + "Permission denied"_L1});
+    row("file system of its own, read-only",
+        {remount(u"ro"_s), remount(u"rw"_s), cannotOpen + "Read-only file system"_L1});
+    row("file system of its own, full",
+        {remount(u"size=16k"_s), remount(u"size=1m"_s), cannotWrite});
     static std::optional<FailingClose> quota;
-    row(
-        "quota that tells when the file is closed",
-        [](const auto &) { return quota.emplace("/film.bin"), true; },
-        [](const auto &) { return quota.reset(), true; },
-        "Error writing to file. Check disk space");
+    row("quota that tells when the file is closed",
+        {[](const auto &) { return quota.emplace("/film.bin"), true; },
+         [](const auto &) { return quota.reset(), true; }, cannotWrite});
 }
 
 void TestPool::unwritableFilePausesOnce()
 {
-    QFETCH(const Step, spoil);
-    QFETCH(const Step, mend);
-    QFETCH(const QString, error);
+    const auto [spoil, mend, error] = thisRow<Step, Step, QString>();
     EngineFixture t;
     QVERIFY(QDir().mkpath(t.downloads()));
     const bool mounted = QByteArrayView(QTest::currentDataTag()).startsWith("file system");
@@ -288,8 +277,7 @@ void TestPool::unwritableFilePausesOnce()
         if (mounted)
             QProcess::execute(u"umount"_s, {u"--lazy"_s, t.downloads()});
     });
-    if (mounted
-        && QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"tmpfs"_s, t.downloads()}) != 0)
+    if (mounted && !mount(t, u"size=1m"_s))
         QSKIP("a file system of its own needs the right to mount one");
     Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
@@ -314,15 +302,15 @@ void TestPool::unwritableFilePausesOnce()
 
 void TestPool::quittingConnectionGetsNoWork_data()
 {
-    QTest::addColumn<QByteArray>("farewell");
-    QTest::newRow("430") << QByteArray("430 no such article\r\n");
-    QTest::newRow("400") << QByteArray("400 idle for too long\r\n");
-    QTest::newRow("200") << QByteArray("200 hello again\r\n");
+    const auto row = rows<QByteArray>();
+    row("430", {QByteArray("430 no such article\r\n")});
+    row("400", {QByteArray("400 idle for too long\r\n")});
+    row("200", {QByteArray("200 hello again\r\n")});
 }
 
 void TestPool::quittingConnectionGetsNoWork()
 {
-    QFETCH(const QByteArray, farewell);
+    const auto [farewell] = thisRow<QByteArray>();
     EngineFixture t;
     t.set("threads", 1);
     t.server->script(When::command("QUIT"), Reply::bytes(farewell).closeAfter(Reply::whole));
@@ -336,18 +324,6 @@ void TestPool::quittingConnectionGetsNoWork()
     QCOMPARE(nzb->status(), u"Finished"_s);
 }
 
-void TestPool::closesAll()
-{
-    EngineFixture t;
-    Nzb *nzb = t.startHeldFilm(40'000);
-    QTRY_COMPARE(t.server->waiting().size(), 4);
-    t.engine->closeAllConnections();
-    QCOMPARE(t.engine->connectionCount(), 0);
-    QVERIFY(!nzb->hasActiveSegments());
-    QCOMPARE(t.notices.filter(u"Server settings changed"_s).size(), 4);
-    QTRY_COMPARE(t.server->openConnections(), 0);
-}
-
 void TestPool::statistics()
 {
     EngineFixture t;
@@ -356,7 +332,6 @@ void TestPool::statistics()
     Post post;
     post.addYenc(u"film.bin"_s, randomBytes(1, 9'000'000), 9'000'000);
     post.addYenc(u"film.par2"_s, randomBytes(2, 1000), 1000);
-    post.upload(*t.server);
     t.server->script(When::body(post.file(0).id(1)), Reply::ordinary().stallAfter(-1000));
     const QSignalSpy spy(t.engine.get(), &Marlowick::downloadStatistics);
     const Nzb *nzb = t.start(post);

@@ -5,8 +5,8 @@
 #include <QtEndian>
 
 #include "enginefixture.h"
-#include "support/par2program.h"
-#include "support/rarprogram.h"
+#include "support/programs.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +15,12 @@ class TestPostprocessing final : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        set = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s});
+        locked = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s, u"-hpsecret"_s});
+        recovery = recoveryOf(set, {u"-s2000"_s, u"-c12"_s});
+    }
     void leavesAlone_data();
     void leavesAlone();
     void failedExtraction_data();
@@ -26,7 +31,6 @@ private slots:
     void asleepWithoutRepair();
     void namesComeWithArticles();
     void volumeCutShort();
-    void asksForPassword();
     void joinsSeriesInTurn();
     void goesInTheMidst_data();
     void goesInTheMidst();
@@ -40,17 +44,47 @@ private slots:
     void unknownOutput();
 
 private:
-    static void add(Post &post, const RarVolumes &files);
+    static void add(Post &post, const RarVolumes &files)
+    {
+        for (const auto &[name, content] : files)
+            post.addYenc(name, content, 5000);
+    }
     /// The volumes "x.part1.rar" and so on with their PAR2 files, and an article missing.
-    void addDamagedSet(Post &post) const;
+    void addDamagedSet(Post &post) const
+    {
+        add(post, set);
+        post.file(1).segment(3).onServer = false;
+        add(post, recovery);
+    }
     /// A set that arrives whole, but whose second volume is none.
-    void addBadSet(Post &post) const;
+    void addBadSet(Post &post) const
+    {
+        RarVolumes bad = set;
+        bad[1].second.fill('x');
+        add(post, bad);
+    }
     static QString failureOf(const Nzb *nzb)
     {
         return u"Error extracting RAR: "_s + nzb->folder() + u"/x.part2.rar"_s;
     }
     /// One that comes to the moment that goesInTheMidst() calls @p sign.
-    void addJobFor(const QString &sign, EngineFixture &t, Post &post) const;
+    void addJobFor(const QString &sign, EngineFixture &t, Post &post) const
+    {
+        t.set("rarHandling", sign.contains("unrar"_L1) ? u"after"_s : u"during"_s);
+        t.set("autoPAR2", true);
+        if (sign == "Repairing"_L1)
+            return addDamagedSet(post);
+        if (sign.contains("combining"_L1)) {
+            for (int piece = 1; piece <= 5; ++piece)
+                post.addYenc(u"film.avi.00%1"_s.arg(piece), film);
+            return;
+        }
+        add(post, sign == "password"_L1 ? locked : set);
+        if (sign != "x.part1.rar"_L1)
+            return;
+        for (const PostedSegment &segment : post.file(2).segments)
+            t.server->hold(segment.id);
+    }
 
     const QByteArray film = randomBytes(1, 100'000);
     RarVolumes set;
@@ -58,49 +92,19 @@ private:
     RarVolumes recovery;
 };
 
-void TestPostprocessing::initTestCase()
-{
-    set = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s});
-    locked = packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v40k"_s, u"-hpsecret"_s});
-    recovery = recoveryOf(set, {u"-s2000"_s, u"-c12"_s});
-}
-
-void TestPostprocessing::add(Post &post, const RarVolumes &files)
-{
-    for (const auto &[name, content] : files)
-        post.addYenc(name, content, 5000);
-}
-
-void TestPostprocessing::addDamagedSet(Post &post) const
-{
-    add(post, set);
-    post.file(1).segment(3).onServer = false;
-    add(post, recovery);
-}
-
-void TestPostprocessing::addBadSet(Post &post) const
-{
-    RarVolumes bad = set;
-    bad[1].second.fill('x');
-    add(post, bad);
-}
-
 void TestPostprocessing::repairsAndUnpacks_data()
 {
-    QTest::addColumn<QString>("rarHandling");
-    QTest::addColumn<bool>("pausePAR2");
-    QTest::addColumn<bool>("twice"); // another volume lacks an article, too: six blocks or so
-    QTest::newRow("during") << u"during"_s << true << false;
-    QTest::newRow("after") << u"after"_s << true << false;
-    QTest::newRow("no setting, all volumes at once") << QString() << false << false;
-    QTest::newRow("asks twice") << u"during"_s << true << true;
+    // twice: another volume lacks an article, too: six blocks or so
+    const auto row = rows<QString, bool, bool>();
+    row("during", {u"during"_s, true, false});
+    row("after", {u"after"_s, true, false});
+    row("no setting, all volumes at once", {QString(), false, false});
+    row("asks twice", {u"during"_s, true, true});
 }
 
 void TestPostprocessing::repairsAndUnpacks()
 {
-    QFETCH(const QString, rarHandling);
-    QFETCH(const bool, pausePAR2);
-    QFETCH(const bool, twice);
+    const auto [rarHandling, pausePAR2, twice] = thisRow<QString, bool, bool>();
     EngineFixture t;
     t.set("rarHandling", rarHandling);
     t.set("pausePAR2", pausePAR2);
@@ -161,14 +165,14 @@ void TestPostprocessing::unknownOutput()
 
 void TestPostprocessing::givesUp_data()
 {
-    QTest::addColumn<qsizetype>("volumes");
-    QTest::newRow("no volumes") << qsizetype(0);
-    QTest::newRow("too few blocks") << qsizetype(2); // the index and the volume of one block
+    const auto row = rows<qsizetype>();
+    row("no volumes", {qsizetype(0)});
+    row("too few blocks", {qsizetype(2)}); // the index and the volume of one block
 }
 
 void TestPostprocessing::givesUp()
 {
-    QFETCH(const qsizetype, volumes);
+    const auto [volumes] = thisRow<qsizetype>();
     EngineFixture t;
     t.set("autoPAR2", true);
     t.set("pausePAR2", true);
@@ -183,16 +187,14 @@ void TestPostprocessing::givesUp()
 
 void TestPostprocessing::leavesAlone_data()
 {
-    QTest::addColumn<QString>("rarHandling");
-    QTest::addColumn<bool>("damaged");
-    QTest::newRow("disabled") << u"disabled"_s << false;
-    QTest::newRow("damaged, and no repair wanted") << u"after"_s << true;
+    const auto row = rows<QString, bool>();
+    row("disabled", {u"disabled"_s, false});
+    row("damaged, and no repair wanted", {u"after"_s, true});
 }
 
 void TestPostprocessing::leavesAlone()
 {
-    QFETCH(const bool, damaged);
-    QFETCH(const QString, rarHandling);
+    const auto [rarHandling, damaged] = thisRow<QString, bool>();
     EngineFixture t;
     t.set("rarHandling", rarHandling);
     Post post;
@@ -207,14 +209,14 @@ void TestPostprocessing::leavesAlone()
 
 void TestPostprocessing::failedExtraction_data()
 {
-    QTest::addColumn<QString>("rarHandling");
-    QTest::newRow("during") << u"during"_s;
-    QTest::newRow("after") << u"after"_s;
+    const auto row = rows<QString>();
+    row("during", {u"during"_s});
+    row("after", {u"after"_s});
 }
 
 void TestPostprocessing::failedExtraction()
 {
-    QFETCH(const QString, rarHandling);
+    const auto [rarHandling] = thisRow<QString>();
     EngineFixture t;
     t.set("rarHandling", rarHandling);
     Post post;
@@ -222,11 +224,10 @@ void TestPostprocessing::failedExtraction()
     post.addYenc(u"split.001"_s, "spl");
     post.addYenc(u"split.002"_s, "it");
     const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
-    post.upload(*t.server);
     const bool during = rarHandling == "during"_L1;
     if (during) // it fails before the last file is there
         t.server->hold(last.id(1));
-    Nzb *nzb = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    Nzb *nzb = t.start(post);
     QTRY_COMPARE(nzb->status(), failureOf(nzb));
     t.server->releaseAll();
     QTRY_COMPARE(t.completedFiles.size(), post.fileCount());
@@ -250,9 +251,8 @@ void TestPostprocessing::failedExtractionAndRepair()
     add(post, other);
     post.file(post.fileCount() - 1).segment(1).onServer = false;
     add(post, recoveryOf(other, {u"-s2000"_s, u"-c5"_s}));
-    post.upload(*t.server);
     t.server->hold(post.file(post.fileCount() - 1).id(1));
-    Nzb *nzb = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    Nzb *nzb = t.start(post);
     QTRY_COMPARE(nzb->status(), failureOf(nzb));
     t.server->releaseAll();
     QTRY_COMPARE(t.saved(u"demo/other.bin"_s), other.first().second);
@@ -269,9 +269,8 @@ void TestPostprocessing::unpackedBeforeTheRest()
     Post post;
     add(post, set);
     const PostedFile &last = post.addYenc(u"z.txt"_s, "last");
-    post.upload(*t.server);
     t.server->hold(last.id(1));
-    Nzb *nzb = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    Nzb *nzb = t.start(post);
     QTRY_VERIFY(t.completedFiles.contains(u"x.part1.rar"_s));
     t.set("rarHandling", u"disabled"_s);
     QTRY_VERIFY(!QFile::exists(nzb->folder() + u"/x.part3.rar"_s)
@@ -361,29 +360,15 @@ void TestPostprocessing::volumeCutShort()
     const QByteArray second = post.file(1).id(1);
     const QByteArray third = post.file(2).id(1);
     t.server->script(When::body(second), Reply::ordinary().cutAfter(20'000), 1);
-    post.upload(*t.server);
     t.server->hold(second);
     t.server->hold(third);
-    t.engine->addNZB(post.writeNzb(t.dir.path()));
+    t.start(post);
     QTRY_COMPARE(t.server->waiting().size(), 2);
     t.server->release(second);
     QTRY_VERIFY(QFile::exists(t.downloads() + u"/demo/x.part2.rar"_s));
     QTRY_COMPARE(t.server->openConnections(), 1);
     t.server->release(third);
     QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 10'000);
-    QCOMPARE(t.saved(u"demo/film.avi"_s), film);
-}
-
-void TestPostprocessing::asksForPassword()
-{
-    EngineFixture t;
-    t.set("rarHandling", u"during"_s);
-    connect(t.engine.get(), &Marlowick::passwordNeeded, this,
-            [&](Nzb *nzb) { t.engine->setRarPassword(nzb, u"secret"_s); });
-    Post post;
-    add(post, locked);
-    t.start(post);
-    QTRY_COMPARE(t.completedJobs.size(), 1);
     QCOMPARE(t.saved(u"demo/film.avi"_s), film);
 }
 
@@ -407,43 +392,19 @@ void TestPostprocessing::joinsSeriesInTurn()
 
 void TestPostprocessing::goesInTheMidst_data()
 {
-    QTest::addColumn<QString>("sign"); // of the moment: a status, a notice, or a file
-    QTest::addColumn<QString>("end");
-    const QStringList ends{u"job"_s, u"job and files"_s, u"engine"_s};
-    for (const QString &end : ends) {
-        const QByteArray what = end.toUtf8();
-        QTest::addRow("%s, asleep for a volume", what.data()) << u"x.part1.rar"_s << end;
-        QTest::addRow("%s, asleep for the password", what.data()) << u"password"_s << end;
-        QTest::addRow("%s, unpacking", what.data())
-            << u"Download complete, starting unrar"_s << end;
-        QTest::addRow("%s, joining", what.data()) << u"Download complete, combining files"_s << end;
+    const auto row = rows<QString, QString>();
+    // Of the moment: a status, a notice, or a file. Repairs come last, see above.
+    for (const QString &sign :
+         {u"x.part1.rar"_s, u"password"_s, u"Download complete, starting unrar"_s,
+          u"Download complete, combining files"_s, u"Repairing"_s}) {
+        for (const QString &end : {u"job"_s, u"job and files"_s, u"engine"_s})
+            row(qPrintable(end + " goes: "_L1 + sign), {sign, end});
     }
-    for (const QString &end : ends) // last, see above
-        QTest::addRow("%s, in a repair", end.toUtf8().data()) << u"Repairing"_s << end;
-}
-
-void TestPostprocessing::addJobFor(const QString &sign, EngineFixture &t, Post &post) const
-{
-    t.set("rarHandling", sign.contains("unrar"_L1) ? u"after"_s : u"during"_s);
-    t.set("autoPAR2", true);
-    if (sign == "Repairing"_L1)
-        return addDamagedSet(post);
-    if (sign.contains("combining"_L1)) {
-        for (int piece = 1; piece <= 5; ++piece)
-            post.addYenc(u"film.avi.00%1"_s.arg(piece), film);
-        return;
-    }
-    add(post, sign == "password"_L1 ? locked : set);
-    if (sign != "x.part1.rar"_L1)
-        return;
-    for (const PostedSegment &segment : post.file(2).segments)
-        t.server->hold(segment.id);
 }
 
 void TestPostprocessing::goesInTheMidst()
 {
-    QFETCH(const QString, sign);
-    QFETCH(const QString, end);
+    const auto [sign, end] = thisRow<QString, QString>();
     for (int round = 0; round < 50; ++round) {
         EngineFixture t;
         connect(t.engine.get(), &Marlowick::passwordNeeded, this,

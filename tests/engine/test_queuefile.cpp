@@ -10,6 +10,7 @@
 
 #include "enginefixture.h"
 #include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -43,7 +44,11 @@ class TestQueueFile final : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        t = std::make_unique<EngineFixture>();
+        t->set("threads", 0);
+    }
     void cleanup() { t.reset(); }
 
     void writesDocument();
@@ -56,43 +61,31 @@ private slots:
     void fullDiskLeavesBackup();
 
 private:
-    Nzb *add(const QString &name, const QByteArray &elements);
-    void restart();
+    Nzb *add(const QString &name, const QByteArray &elements)
+    {
+        return t->engine->addNZB(
+            writeFile(t->dir.filePath(name + ".nzb"_L1), "<nzb>" + elements + "</nzb>"));
+    }
+    /// Another engine on the same files.
+    void restart() { t->engine = std::make_unique<Marlowick>(nullptr); }
     [[nodiscard]] QString path() const { return t->dir.filePath(u"Marlowick/queue.qzb"_s); }
     [[nodiscard]] QByteArray document(const QString &suffix = {}) const;
-    [[nodiscard]] QStringList jobs() const;
+    [[nodiscard]] QStringList jobs() const
+    {
+        QStringList names;
+        for (const Nzb *nzb : *t->engine->queue())
+            names << nzb->name();
+        return names;
+    }
     [[nodiscard]] Nzb *job(int index) const { return t->engine->queue()->at(index); }
 
     std::unique_ptr<EngineFixture> t;
 };
 
-void TestQueueFile::init()
-{
-    t = std::make_unique<EngineFixture>();
-    t->set("threads", 0);
-}
-
-Nzb *TestQueueFile::add(const QString &name, const QByteArray &elements)
-{
-    return t->engine->addNZB(
-        writeFile(t->dir.filePath(name + ".nzb"_L1), "<nzb>" + elements + "</nzb>"));
-}
-
-/// Another engine on the same files.
-void TestQueueFile::restart() { t->engine = std::make_unique<Marlowick>(nullptr); }
-
 QByteArray TestQueueFile::document(const QString &suffix) const
 {
     QuaGzipFile file(path() + suffix);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
-}
-
-QStringList TestQueueFile::jobs() const
-{
-    QStringList names;
-    for (const Nzb *nzb : *t->engine->queue())
-        names << nzb->name();
-    return names;
 }
 
 void TestQueueFile::writesDocument()
@@ -194,33 +187,27 @@ void TestQueueFile::hostileTexts()
 
 void TestQueueFile::readsWhatIsThere_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QStringList>("names");
-    const auto row = [](const char *name, const QByteArray &content, const QStringList &names,
-                        const QString &error = {}) {
-        QTest::newRow(name) << content << error << names;
-    };
-    row("no compression, another root", "<x><nzb name='a'/><nzb name='b.nzb'/></x>",
-        {u"a"_s, u"b"_s});
-    row("no jobs", "<qzb/>", {});
+    const auto row = rows<QByteArray, QString, QStringList>();
+    row("no compression, another root",
+        {"<x><nzb name='a'/><nzb name='b.nzb'/></x>", {}, {u"a"_s, u"b"_s}});
+    row("no jobs", {"<qzb/>", {}, {}});
     row("files and texts outside of a job",
-        "<qzb>x<file subject='a.bin'/><segment>y</segment></qzb>", {});
+        {"<qzb>x<file subject='a.bin'/><segment>y</segment></qzb>", {}, {}});
     row("names that lead elsewhere",
-        "<qzb><nzb name='../../x'/><nzb name='..'/><nzb name='.'/><nzb/></qzb>",
-        {u".._.._x"_s, u"_.."_s, u"_."_s, u"_"_s});
-    row("jobs in jobs", "<qzb><nzb name='a'><nzb name='b'/></nzb></qzb>", {u"a"_s, u"b"_s});
+        {"<qzb><nzb name='../../x'/><nzb name='..'/><nzb name='.'/><nzb/></qzb>",
+         {},
+         {u".._.._x"_s, u"_.."_s, u"_."_s, u"_"_s}});
+    row("jobs in jobs", {"<qzb><nzb name='a'><nzb name='b'/></nzb></qzb>", {}, {u"a"_s, u"b"_s}});
     const QString damaged = u"Error parsing queue file"_s;
-    row("empty, as a crash leaves it", {}, {}, damaged);
-    row("cut short", "<qzb><nzb name='a'/><nzb name='b'><file subject='x.bin'>", {u"a"_s, u"b"_s},
-        damaged);
-    row("bad compression", "\x1f\x8b nonsense", {}, damaged);
+    row("empty, as a crash leaves it", {QByteArray(), damaged, {}});
+    row("cut short",
+        {"<qzb><nzb name='a'/><nzb name='b'><file subject='x.bin'>", damaged, {u"a"_s, u"b"_s}});
+    row("bad compression", {"\x1f\x8b nonsense", damaged, {}});
 }
 
 void TestQueueFile::readsWhatIsThere()
 {
-    QFETCH(const QByteArray, content);
-    QFETCH(const QString, error);
+    const auto [content, error, names] = thisRow<QByteArray, QString, QStringList>();
     writeFile(path(), content);
     QString thrown;
     try {
@@ -229,7 +216,7 @@ void TestQueueFile::readsWhatIsThere()
         thrown = QString::fromUtf8(failure.what());
     }
     QCOMPARE(thrown, error);
-    QTEST(jobs(), "names");
+    QCOMPARE(jobs(), names);
 }
 
 void TestQueueFile::backupIsOneSaveOld()

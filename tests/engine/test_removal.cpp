@@ -5,6 +5,8 @@
 #include <QTest>
 
 #include "enginefixture.h"
+#include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,20 +25,17 @@ private slots:
 
 void TestRemoval::lateResultFreesItem_data()
 {
-    QTest::addColumn<bool>("wholeJob");
-    QTest::addColumn<Reply>("lateReply");
-    for (const bool wholeJob : {true, false}) {
-        const char *what = wholeJob ? "job" : "file";
-        QTest::addRow("%s, article arrives", what) << wholeJob << Reply::ordinary();
-        QTest::addRow("%s, article missing", what) << wholeJob << Reply::code("430 no");
-        QTest::addRow("%s, connection cut", what) << wholeJob << Reply::ordinary().cutAfter(500);
-    }
+    const auto row = rows<bool, Reply>();
+    row("job, article arrives", {true, Reply::ordinary()});
+    row("job, connection cut", {true, Reply::ordinary().cutAfter(500)});
+    row("file, article arrives", {false, Reply::ordinary()});
+    row("file, article missing", {false, Reply::code("430 no")});
+    row("file, connection cut", {false, Reply::ordinary().cutAfter(500)});
 }
 
 void TestRemoval::lateResultFreesItem()
 {
-    QFETCH(const bool, wholeJob);
-    QFETCH(const Reply, lateReply);
+    const auto [wholeJob, lateReply] = thisRow<bool, Reply>();
     EngineFixture t;
     t.set("threads", 2);
     Post doomed(u"doomed"_s);
@@ -90,14 +89,13 @@ void TestRemoval::deletesOnlyOwnFiles()
     Nzb *nzb = t.start(post);
     const QDir folder(nzb->folder());
     const QString victim = t.dir.filePath(u"victim"_s);
-    const auto touch = [](const QString &path) { QVERIFY(QFile(path).open(QIODevice::WriteOnly)); };
     for (const QString &name : {u"own.bin"_s, u".hidden"_s, u"c:x"_s, u"unknown"_s})
-        touch(folder.filePath(name));
-    touch(victim);
+        writeFile(folder.filePath(name));
+    writeFile(victim);
     QVERIFY(QFile::link(victim, folder.filePath(u"link"_s)));
     QVERIFY(folder.mkpath(u"sub/deeper"_s) && folder.mkpath(u"full"_s));
-    touch(folder.filePath(u"sub/made.bin"_s));
-    touch(folder.filePath(u"full/unknown"_s));
+    writeFile(folder.filePath(u"sub/made.bin"_s));
+    writeFile(folder.filePath(u"full/unknown"_s));
     nzb->addExtractedFile(u"sub/made.bin"_s, 0);
     nzb->addExtractedFile(u"sub/../../../victim"_s, 0);
 
@@ -114,7 +112,6 @@ void TestRemoval::deletesPartsOfUnfinishedFile()
     t.set("threads", 1);
     Post post;
     PostedFile &posted = post.addUuencoded(u"text.txt"_s, randomBytes(1, 45 * 30), 10);
-    post.upload(*t.server);
     t.server->hold(posted.id(3));
     Nzb *nzb = t.start(post);
     QTRY_COMPARE(t.server->waiting().size(), 1);

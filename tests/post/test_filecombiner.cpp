@@ -11,6 +11,7 @@
 #include "post/filecombiner.h"
 #include "support/failingclose.h"
 #include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 using Pieces = QList<QByteArray>;
@@ -30,77 +31,60 @@ private slots:
 
 private:
     QString at(const QString &name) const { return folder->filePath(name); }
-    void addPieces(FileCombiner &combiner, const Pieces &contents, int firstNumber = 1) const;
+    /// Writes "x.001" and so on, all but null ones, and adds them, the last first.
+    void addPieces(FileCombiner &combiner, const Pieces &contents, int firstNumber = 1) const
+    {
+        for (qsizetype i = contents.size(); i-- > 0;) {
+            const QString path = at(u"x.%1"_s.arg(firstNumber + i, 3, 10, QLatin1Char('0')));
+            if (!contents.at(i).isNull())
+                writeFile(path, contents.at(i));
+            combiner.addFile(path);
+        }
+    }
 
     std::unique_ptr<QTemporaryDir> folder;
 };
 
-/// Writes "x.001" and so on, all but null ones, and adds them, the last first.
-void TestFileCombiner::addPieces(FileCombiner &combiner, const Pieces &contents,
-                                 int firstNumber) const
-{
-    for (qsizetype i = contents.size(); i-- > 0;) {
-        const QString path = at(u"x.%1"_s.arg(firstNumber + i, 3, 10, QLatin1Char('0')));
-        if (!contents.at(i).isNull())
-            writeFile(path, contents.at(i));
-        combiner.addFile(path);
-    }
-}
-
 void TestFileCombiner::gaps_data()
 {
-    QTest::addColumn<QStringList>("pieces");
-    QTest::addColumn<bool>("expected");
-
-    QTest::newRow("none") << QStringList{} << true;
-    QTest::newRow("whole, unsorted") << QStringList{u"/x.002"_s, u"/x.001"_s} << false;
-    QTest::newRow("from zero") << QStringList{u"/x.000"_s, u"/x.002"_s} << true;
-    QTest::newRow("hole") << QStringList{u"/x.001"_s, u"/x.003"_s} << true;
-    QTest::newRow("judged by its ends")
-        << QStringList{u"/x.001"_s, u"/x.001b"_s, u"/x.003"_s} << false;
-    QTest::newRow("no extension") << QStringList{u"/x"_s} << true;
+    const auto row = rows<QStringList, bool>();
+    row("none", {QStringList{}, true});
+    row("whole, unsorted", {QStringList{u"/x.002"_s, u"/x.001"_s}, false});
+    row("from zero", {QStringList{u"/x.000"_s, u"/x.002"_s}, true});
+    row("hole", {QStringList{u"/x.001"_s, u"/x.003"_s}, true});
+    row("judged by its ends", {QStringList{u"/x.001"_s, u"/x.001b"_s, u"/x.003"_s}, false});
+    row("no extension", {QStringList{u"/x"_s}, true});
 }
 
 void TestFileCombiner::gaps()
 {
-    QFETCH(QStringList, pieces);
+    const auto [pieces, expected] = thisRow<QStringList, bool>();
     FileCombiner combiner(nullptr, nullptr);
     for (const QString &piece : pieces)
         combiner.addFile(piece);
-    QTEST(combiner.hasGaps(), "expected");
+    QCOMPARE(combiner.hasGaps(), expected);
 }
 
 void TestFileCombiner::joins_data()
 {
-    QTest::addColumn<Pieces>("pieces");
-    QTest::addColumn<QByteArray>("earlier"); // output that is there already
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QStringList>("left");
-    QTest::addColumn<QString>("error");
-
-    const auto row = [](const char *name, const Pieces &pieces, const QByteArray &earlier,
-                        const QByteArray &content, const QStringList &left = {},
-                        const QString &error = {}) {
-        QTest::newRow(name) << pieces << earlier << content << left << error;
-    };
-    row("one", {"only"}, {}, "only");
-    row("empty ones", {"", "a", "", "b"}, {}, "ab");
+    // earlier: output that is there already
+    const auto row = rows<Pieces, QByteArray, QByteArray, QStringList, QString>();
+    row("one", {{"only"}, {}, "only", {}, {}});
+    row("empty ones", {{"", "a", "", "b"}, {}, "ab", {}, {}});
     const QByteArray b(32'768, 'b');
-    row("about the size of the buffer", {"a", b, b + 'c', "d"}, {}, 'a' + b + b + "cd");
-    row("missing piece", {"one", {}, "three"}, {}, "one", {u"x.003"_s},
-        u"Error opening file: %1.002"_s);
-    row("output of the right size", {"one", "two"}, "123456", "123456");
+    row("about the size of the buffer", {{"a", b, b + 'c', "d"}, {}, 'a' + b + b + "cd", {}, {}});
+    row("missing piece",
+        {{"one", {}, "three"}, {}, "one", {u"x.003"_s}, u"Error opening file: %1.002"_s});
+    row("output of the right size", {{"one", "two"}, "123456", "123456", {}, {}});
     const QString exists = u"Output filename '%1' already exists"_s;
-    row("shorter output", {"one", "two"}, "123", "123", {u"x.001"_s, u"x.002"_s}, exists);
-    row("empty output", {"one", "two"}, "", "", {u"x.001"_s, u"x.002"_s}, exists);
+    row("shorter output", {{"one", "two"}, "123", "123", {u"x.001"_s, u"x.002"_s}, exists});
+    row("empty output", {{"one", "two"}, "", "", {u"x.001"_s, u"x.002"_s}, exists});
 }
 
 void TestFileCombiner::joins()
 {
-    QFETCH(Pieces, pieces);
-    QFETCH(QByteArray, earlier);
-    QFETCH(QStringList, left);
-    QFETCH(QString, error);
+    const auto [pieces, earlier, content, left, error] =
+        thisRow<Pieces, QByteArray, QByteArray, QStringList, QString>();
     FileCombiner combiner(nullptr, nullptr);
     QSignalSpy done(&combiner, &FileCombiner::processingComplete);
     QSignalSpy failed(&combiner, &FileCombiner::processingError);
@@ -114,7 +98,7 @@ void TestFileCombiner::joins()
     QCOMPARE(said.at(1).toString(), at(u"x"_s));
     if (!error.isEmpty())
         QCOMPARE(said.at(2).toString(), error.arg(at(u"x"_s)));
-    QTEST(contentsOf(at(u"x"_s)), "content");
+    QCOMPARE(contentsOf(at(u"x"_s)), content);
     QCOMPARE(QDir(folder->path()).entryList(QDir::Files), QStringList{u"x"_s} + left);
     // The first piece is renamed and not copied.
     QCOMPARE(QFileInfo(at(u"x"_s)).isExecutable(), earlier.isNull());
@@ -122,14 +106,14 @@ void TestFileCombiner::joins()
 
 void TestFileCombiner::refusingDisk_data()
 {
-    QTest::addColumn<bool>("atClose");
-    QTest::newRow("full") << false;
-    QTest::newRow("quota that tells when the file is closed") << true;
+    const auto row = rows<bool>();
+    row("full", {false});
+    row("quota that tells when the file is closed", {true});
 }
 
 void TestFileCombiner::refusingDisk()
 {
-    QFETCH(bool, atClose);
+    const auto [atClose] = thisRow<bool>();
     FileCombiner combiner(nullptr, nullptr);
     QSignalSpy failed(&combiner, &FileCombiner::processingError);
     const FailingClose quota(atClose ? "/x" : nullptr);

@@ -12,6 +12,7 @@
 #include "post/par2process.h"
 #include "queue/nzb.h"
 #include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 using Counts = QList<int>;
@@ -29,7 +30,12 @@ class TestPar2Process final : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    /// A folder of a name that a shell, or a program's option reader, could stumble over.
+    void init()
+    {
+        folder =
+            std::make_unique<QTemporaryDir>(QDir::tempPath() + u"/-q 'x;$(touch y)*? XXXXXX"_s);
+    }
     void repairs_data();
     void repairs();
     void understands_data();
@@ -41,7 +47,12 @@ private slots:
 
 private:
     QString at(const QString &name) const { return folder->filePath(name); }
-    QString script(const QByteArray &lines) const;
+    QString script(const QByteArray &lines) const
+    {
+        const QString path = writeFile(at(u"program"_s), "#!/bin/sh\n" + lines);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return path;
+    }
     QStringList makeSet(const QString &name, int badBlocks);
     QString eventsOf(Par2Process &par2);
 
@@ -49,19 +60,6 @@ private:
     QMap<QString, QByteArray> contents; // as they were before the damage
     Nzb job{nullptr, QString(), QString()};
 };
-
-/// A folder of a name that a shell, or a program's option reader, could stumble over.
-void TestPar2Process::init()
-{
-    folder = std::make_unique<QTemporaryDir>(QDir::tempPath() + u"/-q 'x;$(touch y)*? XXXXXX"_s);
-}
-
-QString TestPar2Process::script(const QByteArray &lines) const
-{
-    const QString path = writeFile(at(u"program"_s), "#!/bin/sh\n" + lines);
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return path;
-}
 
 /// Makes a file of 40 blocks with 6 recovery blocks in 2 volumes, then spoils some of its blocks,
 /// or with -1 the volumes. Returns the volumes.
@@ -110,27 +108,26 @@ QString TestPar2Process::eventsOf(Par2Process &par2)
 
 void TestPar2Process::repairs_data()
 {
-    QTest::addColumn<Counts>("badBlocks"); // of the sets "-a b" and "-b b"
-    QTest::addColumn<QString>("events");
-
-    QTest::newRow("no set") << Counts{} << u"unanswered"_s;
-    QTest::newRow("sound") << Counts{0} << u"nothing, end"_s;
-    QTest::newRow("lacks blocks") << Counts{10} << u"4 for -a b, end"_s;
-    QTest::newRow("corrupt volumes") << Counts{-1} << u"1 for -a b, end"_s;
-    QTest::newRow("two repaired") << Counts{1, 6} << u"repaired, end"_s;
-    QTest::newRow("one sound outweighs") << Counts{6, 0} << u"nothing, end"_s;
-    QTest::newRow("lack stops") << Counts{7, 1} << u"1 for -a b, end"_s;
+    // badBlocks: of the sets "-a b" and "-b b"
+    const auto row = rows<Counts, QString>();
+    row("no set", {Counts{}, u"unanswered"_s});
+    row("sound", {Counts{0}, u"nothing, end"_s});
+    row("lacks blocks", {Counts{10}, u"4 for -a b, end"_s});
+    row("corrupt volumes", {Counts{-1}, u"1 for -a b, end"_s});
+    row("two repaired", {Counts{1, 6}, u"repaired, end"_s});
+    row("one sound outweighs", {Counts{6, 0}, u"nothing, end"_s});
+    row("lack stops", {Counts{7, 1}, u"1 for -a b, end"_s});
 }
 
 void TestPar2Process::repairs()
 {
-    QFETCH(Counts, badBlocks);
+    const auto [badBlocks, events] = thisRow<Counts, QString>();
     const QStringList names = QStringList{u"-a b"_s, u"-b b"_s}.first(badBlocks.size());
     QStringList files{at(u"main.par2"_s), at(u"other.VOL00+1.PAR2"_s)};
     for (qsizetype set = names.size(); set-- > 0;)
         files << makeSet(names.at(set), badBlocks.at(set));
     Par2Process par2(&job, files, nullptr);
-    QTEST(eventsOf(par2), "events");
+    QCOMPARE(eventsOf(par2), events);
     for (const QString &name : names)
         QCOMPARE(contentsOf(at(name)) == contents.value(name), badBlocks.first() <= 6);
     for (const QString &volume : files.mid(2))
@@ -139,31 +136,27 @@ void TestPar2Process::repairs()
 
 void TestPar2Process::understands_data()
 {
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QString>("events");
-
-    const auto row = [](const char *name, const QByteArray &lines, const QString &events) {
-        QTest::newRow(name) << lines << events;
-    };
-    row("last line decides", "echo 'You need 3'; echo 'Repair complete!\n'", u"repaired, end"_s);
-    row("inside a line", "echo ' Repair complete.'", u"unanswered"_s);
-    row("in pieces, exit code", "printf '\\r\\nRep'; printf 'air comp' >&2; printf lete; exit 3",
-        u"repaired, end"_s);
-    row("no number", "echo 'You need  3'", u"0 for set, end"_s);
-    row("crash", "echo 'All files are correct'; kill -9 $$", u"nothing, end"_s);
+    const auto row = rows<QByteArray, QString>();
+    row("last line decides", {"echo 'You need 3'; echo 'Repair complete!\n'", u"repaired, end"_s});
+    row("inside a line", {"echo ' Repair complete.'", u"unanswered"_s});
+    row("in pieces, exit code",
+        {"printf '\\r\\nRep'; printf 'air comp' >&2; printf lete; exit 3", u"repaired, end"_s});
+    row("no number", {"echo 'You need  3'", u"0 for set, end"_s});
+    row("crash", {"echo 'All files are correct'; kill -9 $$", u"nothing, end"_s});
     const auto zeros = [](qsizetype count) -> QByteArray {
         return "; head -c " + QByteArray::number(count) + " /dev/zero";
     };
-    row("long line", ":" + zeros(2'000'000) + "; echo; echo Repair complete", u"repaired, end"_s);
-    row("far back", "echo Repair complete" + zeros(Par2Output::maxSize), u"unanswered"_s);
-    row("cut line", "printf x'Repair complete'" + zeros(Par2Output::maxSize - 15), u"unanswered"_s);
+    row("long line", {":" + zeros(2'000'000) + "; echo; echo Repair complete", u"repaired, end"_s});
+    row("far back", {"echo Repair complete" + zeros(Par2Output::maxSize), u"unanswered"_s});
+    row("cut line",
+        {"printf x'Repair complete'" + zeros(Par2Output::maxSize - 15), u"unanswered"_s});
 }
 
 void TestPar2Process::understands()
 {
-    QFETCH(QByteArray, lines);
+    const auto [lines, events] = thisRow<QByteArray, QString>();
     ScriptedPar2 par2(&job, {at(u"set.vol0+1"_s)}, script(lines));
-    QTEST(eventsOf(par2), "events");
+    QCOMPARE(eventsOf(par2), events);
 }
 
 /// The real program looks into all volumes at once, and so hides how the steps lead on.

@@ -3,8 +3,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "dvdimage.h"
 #include "preview/isofile.h"
+#include "support/dvdimage.h"
+#include "support/rows.h"
 #include "support/seededrandom.h"
 
 using namespace Qt::StringLiterals;
@@ -24,45 +25,44 @@ private:
 
 void TestIsoFile::reads_data()
 {
-    QTest::addColumn<qint64>("recordsAt");
-    QTest::addColumn<QByteArray>("records");
-    QTest::addColumn<QByteArray>("film"); // the first byte of each title file, in order
+    // film: the first byte of each title file, in order
+    const auto row = rows<qint64, QByteArray, QByteArray>();
     const qint64 somewhere = 100'001;
     const QByteArray a = dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle);
     const QByteArray b = dvdRecord("VTS_02_1.VOB;1", 14000, leastTitle);
-    const auto row = [&](const char *name, const QByteArray &records, const QByteArray &film = {},
-                         qint64 at = scannedFrom + 100) {
-        QTest::newRow(name) << at << records << film;
-    };
     // A title that is spoilt stands before one that is not, which must be found all the same.
     const auto spoilt = [&](const char *name, qsizetype at, char value, const char *film = "B") {
         QByteArray record = a;
         record[at] = value;
-        row(name, record + b, film);
+        row(name, {scannedFrom + 100, record + b, film});
     };
-    row("by name, wherever they stand", b + "VTS_" + a, "AB", somewhere);
-    row("a byte too small", dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle - 1) + b, "B");
-    row("the later of one name", a + dvdRecord("VTS_01_1.VOB;9", 14000, leastTitle), "B");
-    row("no place", dvdRecord("VTS_01_1.VOB;1", 0, leastTitle) + b, "B");
-    row("past 4 GiB", dvdRecord("VTS_01_1.VOB;1", 0x200000 + 1000, leastTitle), "A");
-    row("past the end", dvdRecord("VTS_01_1.VOB;1", 50'000, leastTitle));
-    row("another file", dvdRecord("VTS_01_0.IFO;1", 1000, leastTitle) + b, "B");
-    row("a short name", dvdRecord("VTS_1.VOB;1", 1000, leastTitle) + b, "B");
-    row("the shortest name", dvdRecord("VTS_11.VOB;1", 1000, leastTitle), "A");
+    row("by name, wherever they stand", {somewhere, b + "VTS_" + a, "AB"});
+    row("a byte too small",
+        {scannedFrom + 100, dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle - 1) + b, "B"});
+    row("the later of one name",
+        {scannedFrom + 100, a + dvdRecord("VTS_01_1.VOB;9", 14000, leastTitle), "B"});
+    row("no place", {scannedFrom + 100, dvdRecord("VTS_01_1.VOB;1", 0, leastTitle) + b, "B"});
+    row("past 4 GiB",
+        {scannedFrom + 100, dvdRecord("VTS_01_1.VOB;1", 0x200000 + 1000, leastTitle), "A"});
+    row("past the end", {scannedFrom + 100, dvdRecord("VTS_01_1.VOB;1", 50'000, leastTitle), {}});
+    row("another file",
+        {scannedFrom + 100, dvdRecord("VTS_01_0.IFO;1", 1000, leastTitle) + b, "B"});
+    row("a short name", {scannedFrom + 100, dvdRecord("VTS_1.VOB;1", 1000, leastTitle) + b, "B"});
+    row("the shortest name", {scannedFrom + 100, dvdRecord("VTS_11.VOB;1", 1000, leastTitle), "A"});
     spoilt("places differ", 9, 1);
     spoilt("lengths differ", 17, 1);
     spoilt("interleaved", 27, 1);
     spoilt("record as long as its name", 0, 14 + 32);
-    row("name at the start of the stretch", a, "A", scannedFrom);
-    row("name a byte ahead of that", a, {}, scannedFrom - 1);
-    row("name cut by the end", a + QByteArray(0x100000 - 200, '\0') + a.left(40) + "2" + a.mid(41),
-        "A", scannedFrom + 200 - a.size() - 40);
+    row("name at the start of the stretch", {scannedFrom, a, "A"});
+    row("name a byte ahead of that", {scannedFrom - 1, a, {}});
+    row("name cut by the end",
+        {scannedFrom + 200 - a.size() - 40,
+         a + QByteArray(0x100000 - 200, '\0') + a.left(40) + "2" + a.mid(41), "A"});
 }
 
 void TestIsoFile::reads()
 {
-    QFETCH(const qint64, recordsAt);
-    QFETCH(const QByteArray, records);
+    const auto [recordsAt, records, film] = thisRow<qint64, QByteArray, QByteArray>();
     const QString path = dir.filePath(QString::fromLatin1(QTest::currentDataTag()));
     writeAt(path, recordsAt, records);
     writeAt(path, 1000 * 2048, "A");
@@ -70,11 +70,11 @@ void TestIsoFile::reads()
     writeAt(path, 14000 * 2048 + leastTitle - 1, "\n");
     IsoFile image(path);
     QVERIFY(image.open(QIODevice::ReadOnly));
-    QByteArray film;
+    QByteArray found;
     qint64 total = 0;
     for (QByteArray data; !(data = image.read(leastTitle)).isEmpty(); total += data.size())
-        film += data.front();
-    QTEST(film, "film");
+        found += data.front();
+    QCOMPARE(found, film);
     QCOMPARE(total, film.size() * leastTitle);
     QCOMPARE(IsoFile::containsVideo(path), !film.isEmpty());
     QFile::remove(path);

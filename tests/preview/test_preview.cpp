@@ -10,12 +10,13 @@
 
 #include <sys/stat.h>
 
-#include "dvdimage.h"
 #include "player.h"
 #include "post/filecombiner.h"
 #include "preview/preview.h"
 #include "queue/nzb.h"
 #include "support/articles.h"
+#include "support/dvdimage.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -24,8 +25,25 @@ class TestPreview final : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        dir.emplace();
+        player.emplace(dir->path());
+        nzb = std::make_unique<Nzb>(nullptr, dir->path(), QString());
+        nzb->setName(u"job"_s);
+        QVERIFY(QDir(dir->path()).mkdir(u"job"_s));
+        finished.clear();
+        preview = std::make_unique<Preview>(nzb.get(), nullptr);
+        connect(preview.get(), &Preview::previewFinished, this,
+                [this](Nzb *job) { finished << job; });
+    }
+    void cleanup()
+    {
+        const qsizetype before = finished.size();
+        preview.reset();
+        QVERIFY(!player->isRunning());
+        QCOMPARE(finished.size(), before);
+    }
 
     void previewableFiles_data();
     void previewableFiles();
@@ -47,11 +65,34 @@ private slots:
 private:
     [[nodiscard]] QString path(const QString &name) const { return nzb->folder() + u'/' + name; }
     /// A file of the download as an earlier run left it.
-    void addPosted(const QString &subject, bool begun = true);
-    void addFile(const QString &name, const QByteArray &data);
-    void start();
+    void addPosted(const QString &subject, bool begun = true)
+    {
+        QXmlAttributes attributes;
+        attributes.append(u"subject"_s, {}, {}, subject);
+        attributes.append(u"completed"_s, {}, {}, begun ? u"1"_s : u"0"_s);
+        nzb->startElement({}, {}, u"file"_s, attributes);
+    }
+    void addFile(const QString &name, const QByteArray &data)
+    {
+        addPosted(u'"' + name + u'"');
+        writeFile(path(name), data);
+    }
+    void start()
+    {
+        preview->start(player->program, {u"-quiet"_s});
+        QTRY_VERIFY(player->isThere());
+    }
     /// Does it once as soon as the client has got more than @p bytes.
-    void whenReceived(qsizetype bytes, const std::function<void()> &action);
+    void whenReceived(qsizetype bytes, const std::function<void()> &action)
+    {
+        connect(&player->client, &QTcpSocket::readyRead, this,
+                [this, bytes, action, done = false]() mutable {
+                    if (!done && player->received().size() > bytes) {
+                        done = true;
+                        action();
+                    }
+                });
+    }
     [[nodiscard]] QTcpSocket *socket() const { return preview->findChild<QTcpSocket *>(); }
 
     std::optional<QTemporaryDir> dir;
@@ -61,67 +102,14 @@ private:
     QList<Nzb *> finished;
 };
 
-void TestPreview::init()
-{
-    dir.emplace();
-    player.emplace(dir->path());
-    nzb = std::make_unique<Nzb>(nullptr, dir->path(), QString());
-    nzb->setName(u"job"_s);
-    QVERIFY(QDir(dir->path()).mkdir(u"job"_s));
-    finished.clear();
-    preview = std::make_unique<Preview>(nzb.get(), nullptr);
-    connect(preview.get(), &Preview::previewFinished, this, [this](Nzb *job) { finished << job; });
-}
-
-void TestPreview::cleanup()
-{
-    const qsizetype before = finished.size();
-    preview.reset();
-    QVERIFY(!player->isRunning());
-    QCOMPARE(finished.size(), before);
-}
-
-void TestPreview::addPosted(const QString &subject, bool begun)
-{
-    QXmlAttributes attributes;
-    attributes.append(u"subject"_s, {}, {}, subject);
-    attributes.append(u"completed"_s, {}, {}, begun ? u"1"_s : u"0"_s);
-    nzb->startElement({}, {}, u"file"_s, attributes);
-}
-
-void TestPreview::addFile(const QString &name, const QByteArray &data)
-{
-    addPosted(u'"' + name + u'"');
-    writeFile(path(name), data);
-}
-
-void TestPreview::start()
-{
-    preview->start(player->program, {u"-quiet"_s});
-    QTRY_VERIFY(player->isThere());
-}
-
-void TestPreview::whenReceived(qsizetype bytes, const std::function<void()> &action)
-{
-    connect(&player->client, &QTcpSocket::readyRead, this,
-            [this, bytes, action, done = false]() mutable {
-                if (!done && player->received().size() > bytes) {
-                    done = true;
-                    action();
-                }
-            });
-}
-
 void TestPreview::previewableFiles_data()
 {
-    QTest::addColumn<QString>("subject"); // of a file in the download, empty for an unpacked one
-    QTest::addColumn<QString>("name"); // of the file on disk
-    QTest::addColumn<quint64>("recorded"); // size; in the download, whether it has begun
-    QTest::addColumn<qint64>("found"); // size; -1 if it is not
-    const auto posted = [](const QString &subject, const QString &name, qint64 found,
-                           bool begun = true) {
-        QTest::addRow("posted %s, %d", qPrintable(subject), begun)
-            << subject << name << quint64(begun) << found;
+    // The subject of a file in the download, or nothing for an unpacked one; the name on disk; the
+    // size on record, or in the download whether it has begun; the size found, -1 if it is not.
+    const auto row = rows<QString, QString, quint64, qint64>();
+    const auto posted = [&](const QString &subject, const QString &name, qint64 found,
+                            bool begun = true) {
+        row(qPrintable(u"posted %1, %2"_s.arg(subject).arg(begun)), {subject, name, begun, found});
     };
     posted(u"\"film.mkv\""_s, u"film.mkv"_s, 4);
     posted(u"\"film.mkv\""_s, u"film.mkv"_s, -1, false);
@@ -134,10 +122,10 @@ void TestPreview::previewableFiles_data()
     posted(u"\"film.0001\""_s, u"film.0001"_s, -1);
     posted(u"\"film.r01\""_s, u"film.r01"_s, -1);
     posted(u"\"../film.mkv\""_s, u"../film.mkv"_s, -1);
-    const auto unpacked = [](const QString &name, quint64 recorded, bool found,
-                             const QString &onDisk) {
-        QTest::addRow("unpacked %s %llu in %s", qPrintable(name), recorded, qPrintable(onDisk))
-            << QString() << onDisk << recorded << (found ? qint64(recorded) : -1);
+    const auto unpacked = [&](const QString &name, quint64 recorded, bool found,
+                              const QString &onDisk) {
+        row(qPrintable(u"unpacked %1 %2 in %3"_s.arg(name).arg(recorded).arg(onDisk)),
+            {QString(), onDisk, recorded, found ? qint64(recorded) : -1});
     };
     for (const QString &name : {u"film.DVR-ms"_s, u"mkv"_s, u"sub/film.3gp"_s})
         unpacked(name, 9, true, name);
@@ -151,10 +139,7 @@ void TestPreview::previewableFiles_data()
 
 void TestPreview::previewableFiles()
 {
-    QFETCH(const QString, subject);
-    QFETCH(const QString, name);
-    QFETCH(const quint64, recorded);
-    QFETCH(const qint64, found);
+    const auto [subject, name, recorded, found] = thisRow<QString, QString, quint64, qint64>();
     QDir(nzb->folder()).mkpath(u"sub/folder.avi"_s);
     if (!QFileInfo(path(name)).isDir())
         writeFile(path(name), "data");
@@ -222,14 +207,14 @@ void TestPreview::streamsPiecesJoinedMeanwhile()
 
 void TestPreview::streamsDvdImage_data()
 {
-    QTest::addColumn<bool>("growing");
-    QTest::newRow("while it is unpacked") << true;
-    QTest::newRow("whole: the first title alone") << false;
+    const auto row = rows<bool>();
+    row("while it is unpacked", {true});
+    row("whole: the first title alone", {false});
 }
 
 void TestPreview::streamsDvdImage()
 {
-    QFETCH(const bool, growing);
+    const auto [growing] = thisRow<bool>();
     const QString image = path(u"film.ISO"_s);
     const QByteArray one = randomBytes(1, leastTitle + 5000);
     const QByteArray two = randomBytes(2, leastTitle);
@@ -255,18 +240,19 @@ void TestPreview::streamsDvdImage()
 
 void TestPreview::answersFirstRequest_data()
 {
-    QTest::addColumn<QByteArrayList>("pieces"); // the last one makes the request complete
+    // pieces: the last one makes the request complete
+    const auto row = rows<QByteArrayList>();
     const QByteArray get = "GET /marlowick HTTP/1.1\r\n";
-    QTest::newRow("nothing, then a longer path") << QByteArrayList{"GET /marlowick/../../x\n"};
-    QTest::newRow("half a line") << QByteArrayList{"GET /marlow", "ick\n"};
-    QTest::newRow("another path") << QByteArrayList{"GET /x HTTP/1.1\r\n", get};
-    QTest::newRow("another method") << QByteArrayList{"HEAD /marlowick HTTP/1.1\r\n", get};
-    QTest::newRow("again and again") << QByteArrayList{get.repeated(9000), get};
+    row("nothing, then a longer path", {QByteArrayList{"GET /marlowick/../../x\n"}});
+    row("half a line", {QByteArrayList{"GET /marlow", "ick\n"}});
+    row("another path", {QByteArrayList{"GET /x HTTP/1.1\r\n", get}});
+    row("another method", {QByteArrayList{"HEAD /marlowick HTTP/1.1\r\n", get}});
+    row("again and again", {QByteArrayList{get.repeated(9000), get}});
 }
 
 void TestPreview::answersFirstRequest()
 {
-    QFETCH(QByteArrayList, pieces);
+    auto [pieces] = thisRow<QByteArrayList>();
     addFile(u"a.avi"_s, QByteArray(1'000'000, 'a'));
     start();
     player->request({});
@@ -311,15 +297,16 @@ void TestPreview::holdsOneChunk()
 
 void TestPreview::lastsUntilPlayerEnds_data()
 {
-    QTest::addColumn<QString>("name"); // of the film
+    // name: of the film
+    const auto row = rows<QString>();
     for (const char *event : {"client leaves", "film goes", "film shrinks", "job goes"})
-        QTest::newRow(event) << u"film.avi"_s;
-    QTest::newRow("image shrinks") << u"film.iso"_s;
+        row(event, {u"film.avi"_s});
+    row("image shrinks", {u"film.iso"_s});
 }
 
 void TestPreview::lastsUntilPlayerEnds()
 {
-    QFETCH(const QString, name);
+    const auto [name] = thisRow<QString>();
     const QByteArray event = QTest::currentDataTag();
     writeAt(path(name), scannedFrom, dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle));
     writeAt(path(name), 1000 * 2048 + leastTitle, "-");
@@ -347,15 +334,15 @@ void TestPreview::lastsUntilPlayerEnds()
 
 void TestPreview::replaced_data()
 {
-    QTest::addColumn<QString>("by");
+    const auto row = rows<QString>();
     for (const char *what : {"a pipe", "a link to another folder", "a folder"})
-        QTest::newRow(what) << QString::fromLatin1(what);
+        row(what, {QString::fromLatin1(what)});
 }
 
 // After it was found, and before it is opened.
 void TestPreview::replaced()
 {
-    QFETCH(const QString, by);
+    const auto [by] = thisRow<QString>();
     addFile(u"a.avi"_s, "film");
     start();
     QVERIFY(QFile::remove(path(u"a.avi"_s)));

@@ -7,7 +7,7 @@
 #include "engine/enginefixture.h"
 #include "player.h"
 #include "preview/preview.h"
-#include "support/rarprogram.h"
+#include "support/programs.h"
 
 using namespace Qt::StringLiterals;
 

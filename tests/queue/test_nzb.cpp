@@ -7,6 +7,7 @@
 
 #include "queue/nzbfile.h"
 #include "queue/readjob.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -45,14 +46,7 @@ private slots:
 
 void TestNzb::status_data()
 {
-    QTest::addColumn<QByteArray>("files");
-    QTest::addColumn<QString>("ofJob");
-    QTest::addColumn<QString>("ofFirst");
-
-    const auto row = [](const char *name, const QByteArray &files, const QString &ofJob,
-                        const QString &ofFirst) {
-        QTest::newRow(name) << files << ofJob << ofFirst;
-    };
+    const auto row = rows<QByteArray, QString, QString>();
     const auto pending = [](const QByteArray &attributes) -> QByteArray {
         return "<file subject='\"a.par2\"' " + attributes
                + "><segment number='1'>a</segment></file>";
@@ -60,27 +54,27 @@ void TestNzb::status_data()
     const QByteArray done = "<file size='10' completed='10' completedparts='1'/>";
     const QByteArray held = "<file size='10' completed='5' paused='1'/>";
     const QByteArray par2 = pending("size='10' completed='5' paused='1'");
-    row("par2 held back", done + par2, u"Finished"_s, u"Finished"_s);
-    row("par2 only, held back", par2, u"Finished"_s, u"Paused"_s);
-    row("other file held back", done + held, u"100 %"_s, u"Finished"_s);
-    row("all held back", par2 + held, u"Paused"_s, u"Paused"_s);
-    row("incomplete", "<file size='10' completed='10'/>" + done, u"Finished incomplete"_s,
-        u"Finished incomplete"_s);
-    row("nothing done", pending("size='10'") + par2, QString(), u"Queued"_s);
-    row("held back files do not count", pending("size='200' completed='99'") + held, u"50 %"_s,
-        u"50 %"_s);
-    row("more done than there is", pending("size='1' completed='-1'"), u"2147483647 %"_s,
-        u"2147483647 %"_s);
-    row("more done than nothing", pending("completed='5' paused='1'") + pending("completed='5'"),
-        u"2147483647 %"_s, u"-empty file-"_s);
+    row("par2 held back", {done + par2, u"Finished"_s, u"Finished"_s});
+    row("par2 only, held back", {par2, u"Finished"_s, u"Paused"_s});
+    row("other file held back", {done + held, u"100 %"_s, u"Finished"_s});
+    row("all held back", {par2 + held, u"Paused"_s, u"Paused"_s});
+    row("incomplete", {"<file size='10' completed='10'/>" + done, u"Finished incomplete"_s,
+                       u"Finished incomplete"_s});
+    row("nothing done", {pending("size='10'") + par2, QString(), u"Queued"_s});
+    row("held back files do not count",
+        {pending("size='200' completed='99'") + held, u"50 %"_s, u"50 %"_s});
+    row("more done than there is",
+        {pending("size='1' completed='-1'"), u"2147483647 %"_s, u"2147483647 %"_s});
+    row("more done than nothing", {pending("completed='5' paused='1'") + pending("completed='5'"),
+                                   u"2147483647 %"_s, u"-empty file-"_s});
 }
 
 void TestNzb::status()
 {
-    QFETCH(QByteArray, files);
+    const auto [files, ofJob, ofFirst] = thisRow<QByteArray, QString, QString>();
     const auto job = readJob(files);
-    QTEST(job->status(), "ofJob");
-    QTEST(job->fileAt(0)->status(), "ofFirst");
+    QCOMPARE(job->status(), ofJob);
+    QCOMPARE(job->fileAt(0)->status(), ofFirst);
 }
 
 void TestNzb::completeness()
@@ -104,25 +98,21 @@ void TestNzb::completeness()
 
 void TestNzb::sort_data()
 {
-    QTest::addColumn<QStringList>("sorted");
-
-    QTest::newRow("old-style volumes")
-        << QStringList{u"x.nfo"_s, u"x.rar"_s, u"x.r00"_s, u"x.r01"_s, u"x.sfv"_s};
-    QTest::newRow("any first character")
-        << QStringList{u"x.rar"_s, u"x.001"_s, u"x.r00"_s, u"x.s12"_s};
-    QTest::newRow("upper case") << QStringList{u"x.RAR"_s, u"x.R00"_s, u"x.R01"_s};
-    QTest::newRow("other set between")
-        << QStringList{u"x.rar"_s, u"x.r00"_s, u"y.rar"_s, u"y.r00"_s};
-    QTest::newRow("new-style volumes") << QStringList{u"x.part1.rar"_s, u"x.part2.rar"_s};
-    QTest::newRow("only higher volumes")
-        << QStringList{u"x.r"_s, u"x.rar"_s, u"x.rb"_s, u"x.s00"_s};
-    QTest::newRow("a name in a circle") << QStringList{u"x.rar"_s, u"x.r00"_s, u"x.r9z"_s};
-    QTest::newRow("names of extension only") << QStringList{u".rar"_s, u".r00"_s, u"a"_s};
+    const auto row = rows<QStringList>();
+    row("old-style volumes",
+        {QStringList{u"x.nfo"_s, u"x.rar"_s, u"x.r00"_s, u"x.r01"_s, u"x.sfv"_s}});
+    row("any first character", {QStringList{u"x.rar"_s, u"x.001"_s, u"x.r00"_s, u"x.s12"_s}});
+    row("upper case", {QStringList{u"x.RAR"_s, u"x.R00"_s, u"x.R01"_s}});
+    row("other set between", {QStringList{u"x.rar"_s, u"x.r00"_s, u"y.rar"_s, u"y.r00"_s}});
+    row("new-style volumes", {QStringList{u"x.part1.rar"_s, u"x.part2.rar"_s}});
+    row("only higher volumes", {QStringList{u"x.r"_s, u"x.rar"_s, u"x.rb"_s, u"x.s00"_s}});
+    row("a name in a circle", {QStringList{u"x.rar"_s, u"x.r00"_s, u"x.r9z"_s}});
+    row("names of extension only", {QStringList{u".rar"_s, u".r00"_s, u"a"_s}});
 }
 
 void TestNzb::sort()
 {
-    QFETCH(QStringList, sorted);
+    const auto [sorted] = thisRow<QStringList>();
     QStringList names = sorted;
     do {
         std::next_permutation(names.begin(), names.end());

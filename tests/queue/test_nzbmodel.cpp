@@ -14,6 +14,7 @@
 #include "engine/enginefixture.h"
 #include "queue/nzbmodel.h"
 #include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -41,10 +42,10 @@ struct Shown {
             index = model.index(row, 0, index);
         return index;
     }
-    bool drop(const QByteArray &rowIds, int row, const QModelIndex &parent)
+    bool drop(const QByteArray &ids, int row, const QModelIndex &parent)
     {
         QMimeData data;
-        data.setData(u"application/nzbmodel.rowids"_s, rowIds);
+        data.setData(u"application/nzbmodel.rowids"_s, ids);
         return model.dropMimeData(&data, Qt::CopyAction, row, 0, parent);
     }
     /// What the view shows when all is expanded; the names are short: "A01 B" is two jobs.
@@ -71,7 +72,7 @@ QByteArray file(const QByteArray &name, const QByteArray &attributes = {})
            + "</segment></file>";
 }
 
-QByteArray rows(std::initializer_list<std::pair<int, int>> pairs)
+QByteArray rowIds(std::initializer_list<std::pair<int, int>> pairs)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
@@ -126,14 +127,10 @@ void TestNzbModel::viewFollowsQueue()
 
 void TestNzbModel::showsFile_data()
 {
-    QTest::addColumn<QByteArray>("size");
-    QTest::addColumn<QString>("sizeText");
-    QTest::addColumn<QString>("icon");
-    QTest::addColumn<bool>("red");
-    const auto row = [](const char *subject, const char *size, const char *sizeText,
-                        const char *icon, bool red = false) {
-        QTest::newRow(subject) << QByteArray(size) << QString::fromLatin1(sizeText)
-                               << QString::fromLatin1(icon) << red;
+    const auto add = rows<QByteArray, QString, QString, bool>();
+    const auto row = [&](const char *subject, const char *size, const char *sizeText,
+                         const char *icon, bool red = false) {
+        add(subject, {size, QString::fromLatin1(sizeText), QString::fromLatin1(icon), red});
     };
     row("\"x.rar\" (1/1)", "0", "0.00 B", "compress");
     row("\"x.r00\" (1/1)", "1023", "1023.00 B", "compress");
@@ -150,59 +147,53 @@ void TestNzbModel::showsFile_data()
 
 void TestNzbModel::showsFile()
 {
-    QFETCH(const QByteArray, size);
-    QFETCH(const QString, icon);
+    const auto [size, sizeText, icon, red] = thisRow<QByteArray, QString, QString, bool>();
     Shown t;
     t.add(u"A"_s, "<file subject='" + QByteArray(QTest::currentDataTag()) + "' size='" + size
                       + "'><segment number='1'>x</segment></file>");
     const QModelIndex cell = t.at({0, 0});
-    QTEST(cell.siblingAtColumn(1).data().toString(), "sizeText");
+    QCOMPARE(cell.siblingAtColumn(1).data().toString(), sizeText);
     QVERIFY(!pictureOf(cell).isNull());
     QCOMPARE(pictureOf(cell), picture(QIcon(u":/icons/%1.png"_s.arg(icon))));
     const QVariant brush = cell.siblingAtColumn(2).data(Qt::ForegroundRole);
-    QTEST(brush.isValid() && brush.value<QBrush>() == QBrush(Qt::red), "red");
+    QCOMPARE(brush.isValid() && brush.value<QBrush>() == QBrush(Qt::red), red);
 }
 
 void TestNzbModel::dropsRows_data()
 {
-    QTest::addColumn<QByteArray>("rowIds");
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QList<int>>("parent");
-    QTest::addColumn<bool>("accepted");
-    QTest::addColumn<QString>("order");
     using Path = QList<int>;
-    const auto drop = [](const char *name, const QByteArray &rowIds, int row, const Path &parent,
-                         bool accepted, const char *order = "A0123 B45 C D") {
-        QTest::newRow(name) << rowIds << row << parent << accepted << QString::fromLatin1(order);
+    const auto add = rows<QByteArray, int, Path, bool, QString>();
+    const auto drop = [&](const char *name, const QByteArray &ids, int row, const Path &parent,
+                          bool accepted, const char *order = "A0123 B45 C D") {
+        add(name, {ids, row, parent, accepted, QString::fromLatin1(order)});
     };
-    drop("job onto itself", rows({{-1, 1}}), -1, {1}, true);
-    drop("job into the gap behind it", rows({{-1, 1}}), 2, {}, true);
-    drop("job down, one too far", rows({{-1, 0}}), 2, {}, true, "B45 C A0123 D");
-    drop("job into the empty part", rows({{-1, 0}}), -1, {}, true, "B45 C D A0123");
-    drop("two jobs up", rows({{-1, 2}, {-1, 3}}), 0, {}, true, "C D A0123 B45");
-    drop("two jobs down", rows({{-1, 0}, {-1, 1}}), -1, {}, true, "B45 D A0123 C");
-    drop("last job behind the end", rows({{-1, 0}, {-1, 3}}), 99, {}, true, "B45 C D A0123");
-    drop("file onto sibling", rows({{0, 0}}), -1, {0, 2}, true, "A1203 B45 C D");
-    drop("file up", rows({{0, 3}}), 1, {0}, true, "A0312 B45 C D");
-    drop("file behind the last", rows({{0, 1}}), 4, {0}, true, "A0231 B45 C D");
-    drop("file onto its own job", rows({{0, 0}}), -1, {0}, false);
-    drop("file onto another job's", rows({{0, 0}}), -1, {1, 1}, false);
-    drop("job onto file", rows({{-1, 1}}), -1, {0, 2}, false);
-    drop("into a file", rows({{0, 1}}), 0, {0, 0}, false);
-    drop("file after job", rows({{-1, 3}, {0, 1}}), 0, {}, false, "D A0123 B45 C");
-    drop("cut short", rows({{-1, 3}, {-1, 2}}).chopped(1), 0, {}, false, "D A0123 B45 C");
-    drop("endless", rows({{-1, 0}, {-1, 0}, {-1, 0}, {-1, 0}, {-1, 0}}), 0, {}, false);
-    drop("unknown parent", rows({{7, 0}}), -1, {0, 1}, false);
-    drop("negative place", rows({{-1, 0}}), -5, {}, false);
+    drop("job onto itself", rowIds({{-1, 1}}), -1, {1}, true);
+    drop("job into the gap behind it", rowIds({{-1, 1}}), 2, {}, true);
+    drop("job down, one too far", rowIds({{-1, 0}}), 2, {}, true, "B45 C A0123 D");
+    drop("job into the empty part", rowIds({{-1, 0}}), -1, {}, true, "B45 C D A0123");
+    drop("two jobs up", rowIds({{-1, 2}, {-1, 3}}), 0, {}, true, "C D A0123 B45");
+    drop("two jobs down", rowIds({{-1, 0}, {-1, 1}}), -1, {}, true, "B45 D A0123 C");
+    drop("last job behind the end", rowIds({{-1, 0}, {-1, 3}}), 99, {}, true, "B45 C D A0123");
+    drop("file onto sibling", rowIds({{0, 0}}), -1, {0, 2}, true, "A1203 B45 C D");
+    drop("file up", rowIds({{0, 3}}), 1, {0}, true, "A0312 B45 C D");
+    drop("file behind the last", rowIds({{0, 1}}), 4, {0}, true, "A0231 B45 C D");
+    drop("file onto its own job", rowIds({{0, 0}}), -1, {0}, false);
+    drop("file onto another job's", rowIds({{0, 0}}), -1, {1, 1}, false);
+    drop("job onto file", rowIds({{-1, 1}}), -1, {0, 2}, false);
+    drop("into a file", rowIds({{0, 1}}), 0, {0, 0}, false);
+    drop("file after job", rowIds({{-1, 3}, {0, 1}}), 0, {}, false, "D A0123 B45 C");
+    drop("cut short", rowIds({{-1, 3}, {-1, 2}}).chopped(1), 0, {}, false, "D A0123 B45 C");
+    drop("endless", rowIds({{-1, 0}, {-1, 0}, {-1, 0}, {-1, 0}, {-1, 0}}), 0, {}, false);
+    drop("unknown parent", rowIds({{7, 0}}), -1, {0, 1}, false);
+    drop("negative place", rowIds({{-1, 0}}), -5, {}, false);
     for (const int row : {4, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
-        drop(qPrintable(u"no such row: %1"_s.arg(row)), rows({{-1, row}}), 0, {}, false);
+        drop(qPrintable(u"no such row: %1"_s.arg(row)), rowIds({{-1, row}}), 0, {}, false);
 }
 
 void TestNzbModel::dropsRows()
 {
-    QFETCH(const QByteArray, rowIds);
-    QFETCH(const int, row);
-    QFETCH(const QList<int>, parent);
+    const auto [ids, row, parent, accepted, order] =
+        thisRow<QByteArray, int, QList<int>, bool, QString>();
     Shown t;
     t.add(u"A"_s, file("0") + file("1") + file("2") + file("3"));
     t.add(u"B"_s, file("4") + file("5"));
@@ -212,8 +203,8 @@ void TestNzbModel::dropsRows()
                                               Qt::MatchContains | Qt::MatchRecursive);
     const QList<QPersistentModelIndex> selection(all.cbegin(), all.cend());
     QCOMPARE(selection.size(), 10);
-    QTEST(t.drop(rowIds, row, t.at(parent)), "accepted");
-    QTEST(t.order(), "order");
+    QCOMPARE(t.drop(ids, row, t.at(parent)), accepted);
+    QCOMPARE(t.order(), order);
     for (const QModelIndex index : selection) // it stays on its items
         QCOMPARE(index, t.model.index(index.row(), 0, index.parent()));
 }
@@ -228,7 +219,7 @@ void TestNzbModel::dragSetsDownloadOrder()
             {QModelIndex(), index.siblingAtColumn(2), index, index.siblingAtColumn(1)}));
         return data->data(u"application/nzbmodel.rowids"_s);
     };
-    QCOMPARE(dragged(t.at({1, 1})), rows({{1, 1}}));
+    QCOMPARE(dragged(t.at({1, 1})), rowIds({{1, 1}}));
     QVERIFY(t.drop(dragged(t.at({1, 1})), 0, t.at({1})));
     QVERIFY(t.drop(dragged(t.at({1})), 0, {}));
     NzbFile *next = nullptr;
@@ -244,7 +235,7 @@ void TestNzbModel::dropsFiles()
     t.add(u"A"_s);
     QMimeData data;
     QVERIFY(!t.model.dropMimeData(&data, Qt::CopyAction, 0, 0, {}));
-    data.setData(u"application/nzbmodel.rowids"_s, rows({{-1, 0}}));
+    data.setData(u"application/nzbmodel.rowids"_s, rowIds({{-1, 0}}));
     data.setUrls({t.write(u"C.NZB"_s), t.write(u"note.txt"_s), QUrl(u"http://127.0.0.1/x.nzb"_s),
                   t.write(u"B.nzb"_s)});
     const QSignalSpy inserted(&t.model, &NzbModel::rowsInserted);

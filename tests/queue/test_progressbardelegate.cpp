@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "queue/progressbardelegate.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -44,22 +45,21 @@ private slots:
 
 void TestProgressbarDelegate::drawsPercentagesAsBars_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("progress"); // -1: plain text
-    QTest::newRow("percentage") << u"45 %"_s << 45;
-    QTest::newRow("above 100") << u"250 %"_s << 250;
-    QTest::newRow("no number") << u" %"_s << 0;
-    QTest::newRow("number among words") << u"done 12 %"_s << 0;
-    QTest::newRow("no blank") << u"45%"_s << -1;
-    QTest::newRow("more behind it") << u"45 % "_s << -1;
-    QTest::newRow("word") << u"Finished"_s << -1;
-    QTest::newRow("nothing") << QString() << -1;
+    // progress: -1: plain text
+    const auto row = rows<QString, int>();
+    row("percentage", {u"45 %"_s, 45});
+    row("above 100", {u"250 %"_s, 250});
+    row("no number", {u" %"_s, 0});
+    row("number among words", {u"done 12 %"_s, 0});
+    row("no blank", {u"45%"_s, -1});
+    row("more behind it", {u"45 % "_s, -1});
+    row("word", {u"Finished"_s, -1});
+    row("nothing", {QString(), -1});
 }
 
 void TestProgressbarDelegate::drawsPercentagesAsBars()
 {
-    QFETCH(const QString, text);
-    QFETCH(const int, progress);
+    const auto [text, progress] = thisRow<QString, int>();
     auto *style = new RecordingStyle; // the application owns it
     QApplication::setStyle(style);
     QStandardItemModel model;

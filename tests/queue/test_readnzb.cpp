@@ -8,6 +8,7 @@
 
 #include "queue/nzbfile.h"
 #include "queue/readjob.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -63,13 +64,9 @@ private slots:
 
 void TestReadNzb::documents_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("files"); // -1: none, and an error
-    QTest::addColumn<int>("segments"); // of the last file, -1: some
-
-    const auto row = [](const char *name, const QByteArray &content, int files, int segments = 0) {
-        QTest::newRow(name) << content << files << segments;
-    };
+    // files: -1: none, and an error
+    // segments: of the last file, -1: some
+    const auto row = rows<QByteArray, int, int>();
     const auto document = [](const QByteArray &body) -> QByteArray {
         return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                "<!DOCTYPE nzb PUBLIC \"-//x//DTD NZB 1.1//EN\" \"http://x.invalid/nzb.dtd\">\n"
@@ -77,18 +74,18 @@ void TestReadNzb::documents_data()
                + body + "</nzb>\n";
     };
     const QByteArray xml = document(fileElement(2) + fileElement(3));
-    row("plain", xml, 2, 3);
-    row("gzip", gzipped(xml), 2, 3);
-    row("cut in the second file", xml.left(xml.lastIndexOf("number=\"3\"")), 2, 2);
-    row("junk behind the end", xml + "x", 2, 3);
+    row("plain", {xml, 2, 3});
+    row("gzip", {gzipped(xml), 2, 3});
+    row("cut in the second file", {xml.left(xml.lastIndexOf("number=\"3\"")), 2, 2});
+    row("junk behind the end", {xml + "x", 2, 3});
     const QByteArray gzip = gzipped(document(fileElement(3) + fileElement(9000)));
-    row("cut gzip stream", gzip.left(gzip.size() / 2), 2, -1);
-    row("no NZB", "<html><p>\xc3\xa9</p></html>", 0);
-    row("empty", "", -1);
-    row("text", "hello, world\n", -1);
-    row("gzip header only", "\x1f\x8b", -1);
-    row("not gzip behind it", "\x1f\x8b<nzb><file/></nzb>", -1);
-    row("zeros", QByteArray(100'000, '\0'), -1);
+    row("cut gzip stream", {gzip.left(gzip.size() / 2), 2, -1});
+    row("no NZB", {"<html><p>\xc3\xa9</p></html>", 0, 0});
+    row("empty", {"", -1, 0});
+    row("text", {"hello, world\n", -1, 0});
+    row("gzip header only", {"\x1f\x8b", -1, 0});
+    row("not gzip behind it", {"\x1f\x8b<nzb><file/></nzb>", -1, 0});
+    row("zeros", {QByteArray(100'000, '\0'), -1, 0});
 
     // What lies beyond the fault must not be taken in.
     const QByteArray head = "<nzb><file subject='a'/>";
@@ -96,25 +93,25 @@ void TestReadNzb::documents_data()
     const auto doctype = [&](const QByteArray &declarations) -> QByteArray {
         return "<!DOCTYPE nzb [" + declarations + "]>" + head;
     };
-    row("deep nesting", head + QByteArray("<a>").repeated(1'000'000), 1);
-    row("deep nesting in the DTD", doctype("<!ELEMENT a " + QByteArray(1'000'000, '(') + "a"), -1);
-    row("comment ahead of all", gzipped("<!--" + much + "-->" + head + "</nzb>"), -1);
-    row("endless comment", head + "<!--" + much + "--><file/></nzb>", 1);
-    row("endless text", head + "<segment number='1'>" + much + "</segment></nzb>", 1);
-    row("endless attribute", head + "<file subject='" + much + "'/></nzb>", 1);
-    row("endless white space", head + QByteArray(much.size(), ' ') + "<file/></nzb>", 1);
+    row("deep nesting", {head + QByteArray("<a>").repeated(1'000'000), 1, 0});
+    row("deep nesting in the DTD",
+        {doctype("<!ELEMENT a " + QByteArray(1'000'000, '(') + "a"), -1, 0});
+    row("comment ahead of all", {gzipped("<!--" + much + "-->" + head + "</nzb>"), -1, 0});
+    row("endless comment", {head + "<!--" + much + "--><file/></nzb>", 1, 0});
+    row("endless text", {head + "<segment number='1'>" + much + "</segment></nzb>", 1, 0});
+    row("endless attribute", {head + "<file subject='" + much + "'/></nzb>", 1, 0});
+    row("endless white space", {head + QByteArray(much.size(), ' ') + "<file/></nzb>", 1, 0});
     row("entity within entity",
-        doctype("<!ENTITY a '" + QByteArray(4000, 'x') + "'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>")
-            + "<segment number='1'>" + QByteArray("&b;").repeated(10'000) + "</segment></nzb>",
-        -1);
-    row("external entity", doctype("<!ENTITY a SYSTEM 'file:///etc/passwd'>") + "&a;</nzb>", -1);
+        {doctype("<!ENTITY a '" + QByteArray(4000, 'x') + "'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>")
+             + "<segment number='1'>" + QByteArray("&b;").repeated(10'000) + "</segment></nzb>",
+         -1, 0});
+    row("external entity",
+        {doctype("<!ENTITY a SYSTEM 'file:///etc/passwd'>") + "&a;</nzb>", -1, 0});
 }
 
 void TestReadNzb::documents()
 {
-    QFETCH(QByteArray, content);
-    QFETCH(int, files);
-    QFETCH(int, segments);
+    const auto [content, files, segments] = thisRow<QByteArray, int, int>();
     const QTemporaryDir folder;
     const QString path = writeFile(folder.filePath(u"x.nzb"_s), content);
     try {
@@ -140,40 +137,38 @@ void TestReadNzb::opensOnlyFiles()
 
 void TestReadNzb::segments_data()
 {
-    QTest::addColumn<QByteArray>("xml");
-    QTest::addColumn<quint64>("size");
-    QTest::addColumn<QStringList>("ids");
-
-    const auto row = [](const char *name, const QByteArray &xml, quint64 size,
-                        const QStringList &ids) { QTest::newRow(name) << xml << size << ids; };
-    row("no number", "<segment bytes='5'>a</segment>", 0, {});
-    row("number 0", "<segment bytes='5' number='0'>a</segment>", 0, {});
-    row("number too large", "<segment bytes='5' number='4294967297'>a</segment>", 0, {});
-    row("lowest number", "<segment bytes='5' number='-2147483648'>a</segment>", 5,
-        {u"-2147483648:a"_s});
+    const auto row = rows<QByteArray, quint64, QStringList>();
+    row("no number", {"<segment bytes='5'>a</segment>", 0, {}});
+    row("number 0", {"<segment bytes='5' number='0'>a</segment>", 0, {}});
+    row("number too large", {"<segment bytes='5' number='4294967297'>a</segment>", 0, {}});
+    row("lowest number",
+        {"<segment bytes='5' number='-2147483648'>a</segment>", 5, {u"-2147483648:a"_s}});
     row("bytes below zero",
-        "<segment bytes='-2' number='1'>a</segment><segment bytes='7' number='2'>b</segment>", 5,
-        {u"1:a"_s, u"2:b"_s});
+        {"<segment bytes='-2' number='1'>a</segment><segment bytes='7' number='2'>b</segment>",
+         5,
+         {u"1:a"_s, u"2:b"_s}});
     row("same number twice, no bytes",
-        "<segment bytes='5' number='1'>a</segment><segment number='1'>b</segment>", 5, {u"1:b"_s});
-    row("empty", "<segment bytes='5' number='1'></segment>", 0, {});
-    row("white space, escapes", "<segment number='1'> a\n&amp;&#66;&lt;</segment>", 0,
-        {u"1: a\n&B<"_s});
-    row("text behind an inner element", "<segment bytes='5' number='1'>a<x/>b</segment>", 5,
-        {u"1:a"_s});
-    row("undeclared entity", "<segment bytes='5' number='1'>a&auml;b</segment>", 10, {u"1:b"_s});
+        {"<segment bytes='5' number='1'>a</segment><segment number='1'>b</segment>",
+         5,
+         {u"1:b"_s}});
+    row("empty", {"<segment bytes='5' number='1'></segment>", 0, {}});
+    row("white space, escapes",
+        {"<segment number='1'> a\n&amp;&#66;&lt;</segment>", 0, {u"1: a\n&B<"_s}});
+    row("text behind an inner element",
+        {"<segment bytes='5' number='1'>a<x/>b</segment>", 5, {u"1:a"_s}});
+    row("undeclared entity", {"<segment bytes='5' number='1'>a&auml;b</segment>", 10, {u"1:b"_s}});
     row("other case, prefix",
-        "<Segment number='1'>a</Segment><n:segment xmlns:n='x' number='1'>a</n:segment>", 0, {});
+        {"<Segment number='1'>a</Segment><n:segment xmlns:n='x' number='1'>a</n:segment>", 0, {}});
 }
 
 void TestReadNzb::segments()
 {
-    QFETCH(QByteArray, xml);
+    const auto [xml, size, ids] = thisRow<QByteArray, quint64, QStringList>();
     const auto job = readJob("<segment number='9'>no file yet</segment><file/><file><segments>"
                              + xml + "</segments></file>");
     QCOMPARE(job->fileCount(), 2);
-    QTEST(job->fileAt(1)->size(), "size");
-    QTEST(messageIds(job->fileAt(1)), "ids");
+    QCOMPARE(job->fileAt(1)->size(), size);
+    QCOMPARE(messageIds(job->fileAt(1)), ids);
 }
 
 void TestReadNzb::attributes()
@@ -206,18 +201,16 @@ void TestReadNzb::extractedFiles()
 
 void TestReadNzb::idsAcrossReads_data()
 {
-    QTest::addColumn<QByteArray>("prolog");
-    QTest::addColumn<QStringConverter::Encoding>("encoding");
-    QTest::newRow("300,000 segments, UTF-8") << QByteArray() << QStringConverter::Utf8;
-    QTest::newRow("300,000 segments, ISO-8859-1")
-        << "<?xml version='1.0' encoding='ISO-8859-1'?>"_ba << QStringConverter::Latin1;
+    const auto row = rows<QByteArray, QStringConverter::Encoding>();
+    row("300,000 segments, UTF-8", {QByteArray(), QStringConverter::Utf8});
+    row("300,000 segments, ISO-8859-1",
+        {"<?xml version='1.0' encoding='ISO-8859-1'?>"_ba, QStringConverter::Latin1});
 }
 
 // The text of a segment must arrive in one piece wherever the reader's buffer ends.
 void TestReadNzb::idsAcrossReads()
 {
-    QFETCH(QByteArray, prolog);
-    QFETCH(QStringConverter::Encoding, encoding);
+    const auto [prolog, encoding] = thisRow<QByteArray, QStringConverter::Encoding>();
     QStringEncoder encode(encoding);
     QByteArray body = "<file>";
     QStringList expected;

@@ -3,6 +3,7 @@
 #include <QTest>
 
 #include "queue/subject.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -18,13 +19,10 @@ private slots:
 
 void TestSubject::name_data()
 {
-    QTest::addColumn<QString>("subject");
-    QTest::addColumn<QString>("filename");
-    QTest::addColumn<QString>("extension");
-
-    const auto row = [](const char *name, const QString &subject, const QString &filename,
-                        const QString &extension) {
-        QTest::newRow(name) << subject << filename << extension;
+    const auto add = rows<QString, QString, QString>();
+    const auto row = [&](const QByteArray &name, const QString &subject, const QString &filename,
+                         const QString &extension) {
+        add(name.constData(), {subject, filename, extension});
     };
     row("quoted: extension in lower case", uR"(x "m.part01.RAR" "c.d")"_s, u"m.part01.RAR"_s,
         u"rar"_s);
@@ -41,42 +39,42 @@ void TestSubject::name_data()
     row("no dot", u"Hello world"_s, u".Hello"_s, u"Hello"_s);
     row("nothing", u""_s, u"."_s, u""_s);
     for (const char delimiter : QByteArray(R"(/ :\?*&`<>"|)"))
-        QTest::addRow("behind %c", delimiter)
-            << u"xyz"_s + QLatin1Char(delimiter) + u"n.e"_s << u"n.e"_s << u"e"_s;
+        row(QByteArray("behind ") + delimiter, u"xyz"_s + QLatin1Char(delimiter) + u"n.e"_s,
+            u"n.e"_s, u"e"_s);
 }
 
 void TestSubject::name()
 {
-    QFETCH(QString, subject);
+    const auto [subject, filename, extension] = thisRow<QString, QString, QString>();
     const Subject result = parseSubject(subject);
-    QTEST(result.filename, "filename");
-    QTEST(result.extension, "extension");
+    QCOMPARE(result.filename, filename);
+    QCOMPARE(result.extension, extension);
 }
 
 void TestSubject::parts_data()
 {
-    QTest::addColumn<int>("parts");
-
-    QTest::newRow("none") << 1;
-    QTest::newRow("(1/5) name (3/10)") << 10;
-    QTest::newRow("(3/10) name (1/x) [1/20]") << 10;
-    QTest::newRow("(1(2/3)") << 1;
-    QTest::newRow("((2/3)") << 3;
-    QTest::newRow("(1/(2/3)") << 3;
-    QTest::newRow("(1/2/3)") << 2;
-    QTest::newRow("(1 /2)") << 1;
-    QTest::newRow("(/2)") << 1;
-    QTest::newRow("(1/007") << 7;
-    QTest::newRow("(1/-7)") << 1;
-    QTest::newRow("(1/0)") << 0;
-    QTest::newRow("(") << 1;
-    QTest::newRow("(1/") << 1;
-    QTest::newRow("(1/99999999999999999999)") << 2'147'483'647;
+    const auto row = rows<int>();
+    row("none", {1});
+    row("(1/5) name (3/10)", {10});
+    row("(3/10) name (1/x) [1/20]", {10});
+    row("(1(2/3)", {1});
+    row("((2/3)", {3});
+    row("(1/(2/3)", {3});
+    row("(1/2/3)", {2});
+    row("(1 /2)", {1});
+    row("(/2)", {1});
+    row("(1/007", {7});
+    row("(1/-7)", {1});
+    row("(1/0)", {0});
+    row("(", {1});
+    row("(1/", {1});
+    row("(1/99999999999999999999)", {2'147'483'647});
 }
 
 void TestSubject::parts()
 {
-    QTEST(parseSubject(QString::fromLatin1(QTest::currentDataTag())).parts, "parts");
+    const auto [parts] = thisRow<int>();
+    QCOMPARE(parseSubject(QString::fromLatin1(QTest::currentDataTag())).parts, parts);
 }
 
 QTEST_GUILESS_MAIN(TestSubject)

@@ -2,10 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "soak/jobs.h"
 
-#include <QtEndian>
-
-#include "support/par2program.h"
-#include "support/rarprogram.h"
+#include "support/dvdimage.h"
+#include "support/programs.h"
 
 using namespace Qt::StringLiterals;
 
@@ -95,14 +93,8 @@ void makeDvd(Job &job, QRandomGenerator &random)
 {
     constexpr int titleSize = 26 * 1024 * 1024;
     constexpr int titleSector = 20;
-    QByteArray record(33, '\0'); // ISO 9660 9.1
-    record[0] = 47;
-    record[32] = 14;
-    qToLittleEndian(titleSector, record.data() + 2);
-    qToBigEndian(titleSector, record.data() + 6);
-    qToLittleEndian(titleSize, record.data() + 10);
-    qToBigEndian(titleSize, record.data() + 14);
-    const QByteArray head = QByteArray(34'816, '\0') + record + "VTS_01_1.VOB;1";
+    const QByteArray head =
+        QByteArray(scannedFrom, '\0') + dvdRecord("VTS_01_1.VOB;1", titleSector, titleSize);
     job.film = randomBytes(random.generate(), 26 * 1024).repeated(1024);
     job.unpacked = {{u"dvd.iso"_s, head.leftJustified(titleSector * 2048, '\0') + job.film}};
     postFiles(job, packWithRar(job.unpacked, {u"-m1"_s, u"-v50k"_s}));

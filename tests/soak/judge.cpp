@@ -21,7 +21,7 @@ public:
     {
     }
 
-    [[nodiscard]] QStringList strictly(bool unfinished)
+    [[nodiscard]] QStringList strictly()
     {
         if (row.isEmpty() && !now.cleared)
             complain(u"has vanished"_s);
@@ -34,7 +34,7 @@ public:
         else
             demandWhole(job.posted, sound ? QSet<QString>() : job.damaged);
         if (!row.isEmpty())
-            checkRow(unfinished);
+            checkRow();
         return complaints;
     }
 
@@ -62,7 +62,7 @@ private:
         }
     }
 
-    void checkRow(bool unfinished)
+    void checkRow()
     {
         const QJsonObject files = row["files"_L1].toObject();
         for (auto file = files.begin(); file != files.end(); ++file) {
@@ -72,9 +72,8 @@ private:
                 expect(name, file.value().toString(),
                        booked ? u"Finished incomplete"_s : u"Finished"_s);
         }
-        const QString status = row["status"_L1].toString();
-        if (!(job.encrypted && now.passwordDeclined) && !(unfinished && !sound))
-            expect(u"the job"_s, status, wantedStatus());
+        if (!(job.encrypted && now.passwordDeclined))
+            expect(u"the job"_s, row["status"_L1].toString(), wantedStatus());
     }
 
     [[nodiscard]] QString wantedStatus() const
@@ -110,9 +109,9 @@ QStringList judge(const Job &job, const QJsonObject &row, const Circumstances &n
     if (job.deleted || job.demand == Job::Demand::Nothing || cutShort || lost)
         return {};
     Judge judge(job, row, now);
-    if (job.demand == Job::Demand::Whole || !job.deletedFiles.isEmpty())
-        return judge.loosely();
-    return judge.strictly(unfinished);
+    const bool loose = job.demand == Job::Demand::Whole || !job.deletedFiles.isEmpty()
+                       || (unfinished && !job.damaged.isEmpty());
+    return loose ? judge.loosely() : judge.strictly();
 }
 
 bool shows(const QByteArray &stream, const QByteArray &film)

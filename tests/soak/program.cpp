@@ -25,8 +25,9 @@ Program::Program(const QString &folder)
     environment.insert(u"XDG_RUNTIME_DIR"_s, folder + "/run"_L1);
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     environment.insert(u"QT_FORCE_STDERR_LOGGING"_s, u"1"_s);
-    environment.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(SOAK_USER_FOLDER));
-    environment.insert(u"QT_QPA_GENERIC_PLUGINS"_s, u"soakuser:%1/authorities.pem"_s.arg(folder));
+    environment.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(SIMULATED_USER_FOLDER));
+    environment.insert(u"QT_QPA_GENERIC_PLUGINS"_s,
+                       u"simulateduser:%1/authorities.pem"_s.arg(folder));
     environment.insert(u"HOME"_s, folder);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
     process.setProcessEnvironment(environment);

@@ -279,8 +279,8 @@ bool Round::wasAllAskedFor(const Job &job) const
     return true;
 }
 
-/// Nobody looks at a job whose last result is that of an article that is not there, nor at one that
-/// was resumed without the PAR2 files which the program had asked for.
+/// Nobody looks at a job whose last result is that of an article that is not there, nor at one of
+/// which the user has paused PAR2 files that the program had asked for.
 bool Round::mayBeUnfinished(const Job &job) const
 {
     constexpr int window = 16; // two articles for each connection
@@ -360,10 +360,6 @@ void Round::helpOn(const QJsonObject &state)
         }
         const QString status = row["status"_L1].toString();
         paused = paused || status.isEmpty() || status == "Paused"_L1 || status.endsWith(u'%');
-        const Job *job = jobNamed(row["name"_L1].toString());
-        if (job && mayBeUnfinished(*job) && job->repairable && quiet.hasExpired(calmMsec)
-            && status == "Finished incomplete"_L1)
-            world.program.say({u"fetch"_s, job->name});
     }
     watchIdleness(pending, state["connections"_L1].toInt());
     if ((paused && quiet.hasExpired(calmMsec / 3)) || (abandoned.isValid() && poolMayBeEmpty))

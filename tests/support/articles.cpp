@@ -25,8 +25,7 @@ QByteArray yencLines(const QByteArray &data, const YencOptions &options)
             lineStart = text.size();
         }
         const auto encoded = static_cast<char>(byte + 42);
-        const bool leadingDot = encoded == '.' && text.size() == lineStart;
-        if (isCritical(encoded) || (leadingDot && options.escapeLeadingDot)) {
+        if (isCritical(encoded)) {
             text += '=';
             text += static_cast<char>(encoded + 64);
         } else {
@@ -40,17 +39,9 @@ QByteArray yencTrailer(const QByteArray &data, int part, int total, const YencOp
 {
     if (!options.endLine.isEmpty())
         return options.endLine + "\r\n";
-    const quint32 crc = crc32Of(data) ^ (options.wrongCrc ? 1u : 0u);
-    const qsizetype size = data.size() + (options.wrongSize ? 1 : 0);
-    QByteArray line = "=yend size=" + QByteArray::number(size);
-    if (total > 1)
-        line += " part=" + QByteArray::number(part) + " pcrc32=";
-    else
-        line += " crc32=";
-    line += QByteArray::number(crc, 16).rightJustified(8, '0');
-    if (options.fileCrc)
-        line += " crc32=" + QByteArray::number(*options.fileCrc, 16).rightJustified(8, '0');
-    return line + "\r\n";
+    return "=yend size=" + QByteArray::number(data.size())
+           + (total > 1 ? " part=" + QByteArray::number(part) + " p" : QByteArray(" "))
+           + "crc32=" + QByteArray::number(crc32Of(data), 16).rightJustified(8, '0') + "\r\n";
 }
 
 char uuCharacter(int sixBits) { return sixBits == 0 ? '`' : static_cast<char>(sixBits + 32); }
@@ -74,15 +65,13 @@ QByteArray yencArticle(const QByteArray &name, qint64 fileSize, int part, int to
                        const QByteArray &data, const YencOptions &options)
 {
     const auto number = [](qint64 value) { return QByteArray::number(value); };
-    QByteArray text = options.introduction;
-    if (!options.beginLine.isEmpty())
-        text += options.beginLine + "\r\n";
-    else
-        text +=
-            "=ybegin "
-            + (total > 1 ? "part=" + number(part) + " total=" + number(total) + " " : QByteArray())
-            + "line=" + number(options.lineLength) + " size=" + number(fileSize) + " name=" + name
-            + "\r\n";
+    const QByteArray parts =
+        total > 1 ? "part=" + number(part) + " total=" + number(total) + " " : QByteArray();
+    QByteArray text = options.beginLine;
+    if (text.isEmpty())
+        text = "=ybegin " + parts + "line=" + number(options.lineLength)
+               + " size=" + number(fileSize) + " name=" + name;
+    text += "\r\n";
     if (total > 1 && options.withPartLine)
         text +=
             "=ypart begin=" + number(begin) + " end=" + number(begin + data.size() - 1) + "\r\n";

@@ -5,20 +5,13 @@
 #include <QByteArray>
 #include <QList>
 
-#include <optional>
-
 /// How yencArticle() writes, and what it gets wrong on purpose.
 struct YencOptions {
     int lineLength = 128;
-    bool escapeLeadingDot = false; ///< otherwise a dot at the start of a line is dot-stuffed
-    std::optional<quint32> fileCrc = {}; ///< adds " crc32=", the whole file's, to a part's trailer
-    bool wrongCrc = false;
-    bool wrongSize = false; ///< in the trailer
     bool withPartLine = true; ///< "=ypart"
     bool withEndLine = true; ///< "=yend"
     QByteArray beginLine = {}; ///< stands for the "=ybegin" line, without a line end
     QByteArray endLine = {}; ///< stands for the "=yend" line, without a line end
-    QByteArray introduction = {}; ///< whole lines ahead of "=ybegin"
 };
 
 /// A body in yEnc 1.3, as NewsServer::addArticle() takes it: CR LF line ends, dot-stuffed.

@@ -28,7 +28,6 @@ void NewsServer::start()
     clock.start();
     if (!listen(QHostAddress::LocalHost))
         qFatal("The news server cannot listen: %s", qPrintable(errorString()));
-    port = serverPort();
 }
 
 void NewsServer::requireLogin(const QByteArray &wantedUser, const QByteArray &wantedPassword)
@@ -87,12 +86,6 @@ void NewsServer::takeOffline()
 {
     close();
     dropConnections();
-}
-
-void NewsServer::bringBack()
-{
-    if (!listen(QHostAddress::LocalHost, port))
-        qFatal("The news server cannot come back: %s", qPrintable(errorString()));
 }
 
 void NewsServer::dropConnections()

@@ -38,8 +38,6 @@ public:
     /// @param body  as it goes over the wire: CR LF line ends, dot-stuffed (see dotStuffed()),
     ///     without the final dot line
     void addArticle(const QByteArray &id, const QByteArray &body) { articles.insert(id, body); }
-    /// From now on the article is answered with 430.
-    void removeArticle(const QByteArray &id) { articles.remove(id); }
     void removeAllArticles() { articles.clear(); }
 
     /// Demands this login: BODY is answered with 480 without it, another one with 481. Without a
@@ -67,9 +65,8 @@ public:
     /// The held articles that a connection waits for at present.
     [[nodiscard]] QList<QByteArray> waiting() const;
 
-    /// Closes the port and every connection; the port refuses until bringBack() listens on it.
+    /// Closes the port and every connection, until listen() is called.
     void takeOffline();
-    void bringBack();
     /// Closes every open connection, as a server does that goes down.
     void dropConnections();
 
@@ -121,7 +118,6 @@ private:
     QList<Command> log_;
     QList<qint64> acceptTimes_;
     QHash<QByteArray, int> bodyCounts;
-    quint16 port = 0;
     int most = 0;
     qint64 sent = 0;
 };

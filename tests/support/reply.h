@@ -60,9 +60,6 @@ private:
 
 /// The events that a rule of the server's script is for. Empty and 0 stand for "any".
 struct When {
-    /// The moment of accept(), before greeting and TLS handshake. Only the reply's delay and its
-    /// end count here: drop(), reset() and silence() keep the client from getting any further.
-    static When accepted() { return {.event = "(accept)", .article = {}}; }
     static When greeting() { return {.event = "(greeting)", .article = {}}; }
     /// Commands that start with @p start, such as "AUTHINFO PASS" or "QUIT".
     static When command(const QByteArray &start) { return {.event = start, .article = {}}; }

@@ -2,19 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include "support/testcertificate.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+
+#include "support/files.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// A folder that keys and certificates are made in, and the last failure there.
 class Workshop final {
@@ -22,9 +17,7 @@ public:
     Workshop()
     {
         // The system's own OpenSSL settings would add extensions to the ones asked for.
-        QFile config(path(u"openssl.cnf"_s));
-        if (config.open(QIODevice::WriteOnly))
-            config.write("[req]\ndistinguished_name = name\n[name]\n");
+        writeFile(path(u"openssl.cnf"_s), "[req]\ndistinguished_name = name\n[name]\n");
     }
 
     [[nodiscard]] QString path(const QString &name) const { return folder.filePath(name); }
@@ -49,9 +42,9 @@ public:
 
     [[nodiscard]] TestCertificate load(const QString &name, const QString &authority) const
     {
-        return {.certificate = QSslCertificate(contents(path(name + u".pem"_s))),
-                .key = QSslKey(contents(path(name + u".key"_s)), QSsl::Rsa),
-                .authority = QSslCertificate(contents(path(authority + u".pem"_s)))};
+        return {.certificate = QSslCertificate(contentsOf(path(name + u".pem"_s))),
+                .key = QSslKey(contentsOf(path(name + u".key"_s)), QSsl::Rsa),
+                .authority = QSslCertificate(contentsOf(path(authority + u".pem"_s)))};
     }
 
     QString failure;

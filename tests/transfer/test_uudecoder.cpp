@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include "support/files.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 using Blocks = QList<QByteArray>;
@@ -16,39 +17,34 @@ class TestUUDecoder : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        QTest::failOnWarning(QRegularExpression(u"."_s));
+        dir = std::make_unique<QTemporaryDir>();
+    }
     void decodes_data();
     void decodes();
     void writesNothingOutsideFolder();
     void refusesEndlessLine();
 
 private:
-    static void feed(UUDecoder &decoder, const Blocks &blocks);
+    static void feed(UUDecoder &decoder, const Blocks &blocks)
+    {
+        for (QByteArray block : blocks)
+            decoder.decode(block);
+        decoder.finish();
+    }
 
     std::unique_ptr<QTemporaryDir> dir;
 };
 
-void TestUUDecoder::init()
-{
-    QTest::failOnWarning(QRegularExpression(u"."_s));
-    dir = std::make_unique<QTemporaryDir>();
-}
-
-void TestUUDecoder::feed(UUDecoder &decoder, const Blocks &blocks)
-{
-    for (QByteArray block : blocks)
-        decoder.decode(block);
-    decoder.finish();
-}
-
 void TestUUDecoder::decodes_data()
 {
-    QTest::addColumn<Blocks>("blocks");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<int>("article");
-    const auto row = [](const char *name, const Blocks &blocks, const QByteArray &content,
-                        bool ok = true) { QTest::newRow(name) << blocks << content << ok << 2; };
+    const auto add = rows<Blocks, QByteArray, bool, int>();
+    const auto row = [&](const char *name, const Blocks &blocks, const QByteArray &content,
+                         bool ok = true) {
+        add(name, {blocks, content, ok, 2});
+    };
     const QByteArray abc = "#86)C\r\n";
     const QByteArray full = "M" + QByteArray(60, '!') + "\r\n"; // 15 times the bytes 04 10 41
     const QByteArray fullBytes = QByteArray("\4\x10\x41").repeated(15);
@@ -72,8 +68,7 @@ void TestUUDecoder::decodes_data()
         fullBytes + QByteArray("abc\0", 4));
 
     const auto first = [&](const char *name, const QByteArray &line, bool opens) {
-        QTest::newRow(name) << Blocks{line, abc} << (opens ? "abc"_ba : "(no file)"_ba) << true
-                            << 1;
+        add(name, {Blocks{line, abc}, opens ? "abc" : "(no file)", true, 1});
     };
     first("eleven bytes of begin line", "begin 999 \n", true);
     first("ten bytes of begin line", "begin 644 ", false);
@@ -84,14 +79,12 @@ void TestUUDecoder::decodes_data()
 
 void TestUUDecoder::decodes()
 {
-    QFETCH(const Blocks, blocks);
-    QFETCH(const QByteArray, content);
-    QFETCH(const int, article);
+    const auto [blocks, content, ok, article] = thisRow<Blocks, QByteArray, bool, int>();
     UUDecoder decoder(dir->path(), u"a/b"_s, article, nullptr);
     feed(decoder, blocks);
     QCOMPARE(contentsOf(dir->filePath(u"ab.uu00000%1"_s.arg(article))), content);
     QCOMPARE(decoder.bytes(), content == "(no file)" ? 0 : quint64(content.size()));
-    QTEST(decoder.isOk(), "ok");
+    QCOMPARE(decoder.isOk(), ok);
 }
 
 void TestUUDecoder::writesNothingOutsideFolder()

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include "support/rows.h"
 #include "transfer/yencdecoder.h"
 
 #include <QDir>
@@ -73,8 +74,7 @@ class TestYencDecoder : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void sanitizesNames_data();
+    void init() { dir = std::make_unique<QTemporaryDir>(); }
     void sanitizesNames();
     void decodes_data();
     void decodes();
@@ -88,34 +88,24 @@ private:
     std::unique_ptr<QTemporaryDir> dir;
 };
 
-void TestYencDecoder::init() { dir = std::make_unique<QTemporaryDir>(); }
-
-void TestYencDecoder::sanitizesNames_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("all twelve, space kept") << "a /:\\?*&`<>\"|'b"_ba << u"a b"_s;
-    QTest::newRow("above 127, DEL, line end") << "\xe4\x7f~\r"_ba << u"~"_s;
-    QTest::newRow("nothing left") << "???\r"_ba << u"invalid-name-3f3f3f0d"_s;
-    QTest::newRow("hidden once the slash is gone") << "/.x"_ba << u"invalid-name-2f2e78"_s;
-    QTest::newRow("long") << QByteArray(300, 'n') << QString(300, u'n');
-}
-
 void TestYencDecoder::sanitizesNames()
 {
-    QFETCH(const QByteArray, name);
-    QTEST(AbstractDecoder::sanitizeFilename(name), "expected");
+    const std::pair<QByteArray, QString> names[] = {
+        {"a /:\\?*&`<>\"|'b", u"a b"_s}, // all twelve, space kept
+        {"\xe4\x7f~\r", u"~"_s},
+        {"???\r", u"invalid-name-3f3f3f0d"_s},
+        {"/.x", u"invalid-name-2f2e78"_s}, // hidden once the slash is gone
+        {QByteArray(300, 'n'), QString(300, u'n')}};
+    for (const auto &[name, expected] : names)
+        QCOMPARE(AbstractDecoder::sanitizeFilename(name), expected);
 }
 
 void TestYencDecoder::decodes_data()
 {
-    QTest::addColumn<Blocks>("blocks");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("ok");
-    const auto row = [](const char *name, const Blocks &blocks, const QByteArray &content,
-                        bool ok = true, const QString &file = u"a"_s) {
-        QTest::newRow(name) << blocks << file << content << ok;
+    const auto add = rows<Blocks, QString, QByteArray, bool>();
+    const auto row = [&](const char *name, const Blocks &blocks, const QByteArray &content,
+                         bool ok = true, const QString &file = u"a"_s) {
+        add(name, {blocks, file, content, ok});
     };
     row("data ahead of the begin line", {ab + "\r\n" + beginLine + ab + endLine("ab")}, "ab");
     row("all behind the end line",
@@ -175,34 +165,30 @@ void TestYencDecoder::decodes_data()
 
 void TestYencDecoder::decodes()
 {
-    QFETCH(const Blocks, blocks);
+    const auto [blocks, name, content, ok] = thisRow<Blocks, QString, QByteArray, bool>();
     YencDecoder decoder(dir->path(), nullptr);
     QCOMPARE(feed(decoder, blocks), QString());
-    QTEST(decoder.filename(), "name");
-    QTEST(contentsOf(dir->filePath(decoder.filename())), "content");
-    QTEST(decoder.isOk(), "ok");
+    QCOMPARE(decoder.filename(), name);
+    QCOMPARE(contentsOf(dir->filePath(decoder.filename())), content);
+    QCOMPARE(decoder.isOk(), ok);
 }
 
 void TestYencDecoder::fails_data()
 {
-    QTest::addColumn<Blocks>("blocks");
-    QTest::addColumn<QString>("error");
+    const auto row = rows<Blocks, QString>();
     const QString opening = u"Error opening file: "_s;
     const QByteArray part = beginLine + "=ypart begin=";
-    QTest::newRow("folder") << Blocks{"=ybegin name=folder\r\n"} << opening;
-    QTest::newRow("link out of the folder") << Blocks{"=ybegin name=link\r\n"} << opening;
-    QTest::newRow("long name") << Blocks{"=ybegin name=" + QByteArray(300, 'n') + '\n'} << opening;
-    QTest::newRow("offset 0") << Blocks{part + "0 end=3\r\n"} << u"Error seeking file"_s;
-    QTest::newRow("lowest offset")
-        << Blocks{part + "-9223372036854775808\r\n"} << u"Error seeking file"_s;
-    QTest::newRow("offset where no byte fits")
-        << Blocks{part + "9223372036854775807\r\n" + ab} << u"Error "_s;
+    row("folder", {Blocks{"=ybegin name=folder\r\n"}, opening});
+    row("link out of the folder", {Blocks{"=ybegin name=link\r\n"}, opening});
+    row("long name", {Blocks{"=ybegin name=" + QByteArray(300, 'n') + '\n'}, opening});
+    row("offset 0", {Blocks{part + "0 end=3\r\n"}, u"Error seeking file"_s});
+    row("lowest offset", {Blocks{part + "-9223372036854775808\r\n"}, u"Error seeking file"_s});
+    row("offset where no byte fits", {Blocks{part + "9223372036854775807\r\n" + ab}, u"Error "_s});
 }
 
 void TestYencDecoder::fails()
 {
-    QFETCH(const Blocks, blocks);
-    QFETCH(const QString, error);
+    const auto [blocks, error] = thisRow<Blocks, QString>();
     const QDir job(dir->filePath(u"job"_s));
     QVERIFY(job.mkpath(u"folder"_s));
     QVERIFY(QFile::link(dir->filePath(u"outside"_s), job.filePath(u"link"_s)));

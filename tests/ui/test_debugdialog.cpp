@@ -17,9 +17,8 @@
 #include <thread>
 #include <vector>
 
-#include "engine/enginefixture.h"
 #include "support/files.h"
-#include "support/rarprogram.h"
+#include "support/rows.h"
 #include "ui/debugdialog.h"
 
 using namespace Qt::StringLiterals;
@@ -60,9 +59,26 @@ class TestDebugDialog final : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    // Of the test library's own handler nothing is left after the first window.
+    void initTestCase()
+    {
+        qAddPostRoutine([] { // runs after those added later
+            if (lastWindow)
+                qFatal("The window outlives the application");
+        });
+        qInstallMessageHandler(nullptr);
+        standard = currentHandler();
+    }
+    void init()
+    {
+        window = DebugDialog::instance(nullptr);
+        begin = greeting.size() + 1;
+    }
+    void cleanup()
+    {
+        if (!lastWindow)
+            delete window;
+    }
 
     void showsWhatFollowsItsOpening();
     void goesOnWhileClosed();
@@ -72,13 +88,28 @@ private slots:
     void reentrantMessage();
     void saves_data();
     void saves();
-    void openedWhileUnpacking();
     void deletedWhileWorkersLog();
     void deletedWithApplication();
 
 private:
-    void show();
-    void answerFileDialog(const QString &path);
+    // A platform may have to say a word about a window when it is shown.
+    void show()
+    {
+        window->setVisible(true);
+        begin = wholeLog().size() + 1;
+    }
+    void answerFileDialog(const QString &path)
+    {
+        QTimer::singleShot(0, this, [this, path] {
+            QWidget *dialog = QApplication::activeModalWidget();
+            if (!dialog)
+                return answerFileDialog(path);
+            QCOMPARE(dialog->windowTitle(), u"Save log file"_s);
+            dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+            const auto role = path.isEmpty() ? QDialogButtonBox::Cancel : QDialogButtonBox::Save;
+            dialog->findChild<QDialogButtonBox *>()->button(role)->click();
+        });
+    }
     [[nodiscard]] QPlainTextEdit *logEdit() const { return window->findChild<QPlainTextEdit *>(); }
     [[nodiscard]] QString wholeLog() const { return logEdit()->toPlainText(); }
     /// What came after init() or show().
@@ -89,36 +120,6 @@ private:
     QtMessageHandler standard = nullptr;
     QTemporaryDir dir;
 };
-
-// Of the test library's own handler nothing is left after the first window.
-void TestDebugDialog::initTestCase()
-{
-    qAddPostRoutine([] { // runs after those added later
-        if (lastWindow)
-            qFatal("The window outlives the application");
-    });
-    qInstallMessageHandler(nullptr);
-    standard = currentHandler();
-}
-
-void TestDebugDialog::init()
-{
-    window = DebugDialog::instance(nullptr);
-    begin = greeting.size() + 1;
-}
-
-// A platform may have to say a word about a window when it is shown.
-void TestDebugDialog::show()
-{
-    window->setVisible(true);
-    begin = wholeLog().size() + 1;
-}
-
-void TestDebugDialog::cleanup()
-{
-    if (!lastWindow)
-        delete window;
-}
 
 void TestDebugDialog::showsWhatFollowsItsOpening()
 {
@@ -148,29 +149,25 @@ void TestDebugDialog::goesOnWhileClosed()
 
 void TestDebugDialog::lines_data()
 {
-    QTest::addColumn<QtMsgType>("type");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("debug") << QtDebugMsg << u"größe \u65e5"_s << u"größe \u65e5"_s;
-    QTest::newRow("information") << QtInfoMsg << u"a"_s << u"a"_s;
-    QTest::newRow("warning") << QtWarningMsg << u"a"_s << u"WARNING: a"_s;
-    QTest::newRow("critical") << QtCriticalMsg << u"a"_s << u"CRITICAL: a"_s;
-    QTest::newRow("fatal") << QtFatalMsg << u"a"_s << u"FATAL: a"_s;
-    QTest::newRow("no markup") << QtDebugMsg << u"<b>a</b>\nb"_s << u"<b>a</b>\nb"_s;
-    QTest::newRow("control characters")
-        << QtDebugMsg << u"a\0\x1b[2J\u202e\r"_s << u"a\0\x1b[2J\u202e\n"_s;
+    const auto row = rows<QtMsgType, QString, QString>();
+    row("debug", {QtDebugMsg, u"größe \u65e5"_s, u"größe \u65e5"_s});
+    row("information", {QtInfoMsg, u"a"_s, u"a"_s});
+    row("warning", {QtWarningMsg, u"a"_s, u"WARNING: a"_s});
+    row("critical", {QtCriticalMsg, u"a"_s, u"CRITICAL: a"_s});
+    row("fatal", {QtFatalMsg, u"a"_s, u"FATAL: a"_s});
+    row("no markup", {QtDebugMsg, u"<b>a</b>\nb"_s, u"<b>a</b>\nb"_s});
+    row("control characters", {QtDebugMsg, u"a\0\x1b[2J\u202e\r"_s, u"a\0\x1b[2J\u202e\n"_s});
     // In full it would take more than half a minute.
-    QTest::newRow("endless") << QtDebugMsg << QString(1'000'000, u'x')
-                             << QStringList(100, QString(10'000, u'x')).join(u'\n');
+    const QString line(10'000, u'x');
+    row("endless", {QtDebugMsg, line.repeated(100), QStringList(100, line).join(u'\n')});
 }
 
 void TestDebugDialog::lines()
 {
-    QFETCH(const QtMsgType, type);
-    QFETCH(const QString, message);
+    const auto [type, message, line] = thisRow<QtMsgType, QString, QString>();
     show(); // or it would not wrap the line
     window->appendMessage(type, message);
-    QTEST(log(), "line");
+    QCOMPARE(log(), line);
 }
 
 // Joined without the event loop, as by the destructor of what they belong to: none may wait for it.
@@ -213,30 +210,17 @@ void TestDebugDialog::reentrantMessage()
     QTRY_COMPARE(log(), u"first\nsecond\nthird"_s);
 }
 
-void TestDebugDialog::answerFileDialog(const QString &path)
-{
-    QTimer::singleShot(0, this, [this, path] {
-        QWidget *dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            return answerFileDialog(path);
-        QCOMPARE(dialog->windowTitle(), u"Save log file"_s);
-        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        const auto role = path.isEmpty() ? QDialogButtonBox::Cancel : QDialogButtonBox::Save;
-        dialog->findChild<QDialogButtonBox *>()->button(role)->click();
-    });
-}
-
 void TestDebugDialog::saves_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::newRow("into a file") << dir.filePath(u"log.txt"_s);
-    QTest::newRow("nowhere") << QString();
-    QTest::newRow("where nobody can write") << u"/proc/log.txt"_s;
+    const auto row = rows<QString>();
+    row("into a file", {dir.filePath(u"log.txt"_s)});
+    row("nowhere", {QString()});
+    row("where nobody can write", {u"/proc/log.txt"_s});
 }
 
 void TestDebugDialog::saves()
 {
-    QFETCH(const QString, path);
+    const auto [path] = thisRow<QString>();
     show();
     qDebug().noquote() << u"größe \u65e5"_s;
     answerFileDialog(path);
@@ -249,28 +233,6 @@ void TestDebugDialog::saves()
         QVERIFY(contentsOf(path).contains("\ngr\xf6\xdf"
                                           "e ?"));
     }
-}
-
-void TestDebugDialog::openedWhileUnpacking()
-{
-    delete window;
-    EngineFixture t;
-    t.set("rarHandling", u"during"_s);
-    Post post;
-    const RarVolumes set =
-        packWithRar({{u"film.avi"_s, randomBytes(1, 1'000'000)}}, {u"-m0"_s, u"-v20k"_s});
-    for (const auto &[name, content] : set)
-        post.addYenc(name, content, 20'000);
-    post.upload(*t.server);
-    for (int last = 1; last <= 5; ++last)
-        t.server->hold(post.file(post.fileCount() - last).id(1));
-    t.engine->addNZB(post.writeNzb(t.dir.path()));
-    QTRY_COMPARE_GE(t.server->waiting().size(), 1);
-    window = DebugDialog::instance(nullptr);
-    t.server->releaseAll();
-    QTRY_VERIFY(!t.completedJobs.isEmpty());
-    QTRY_VERIFY(wholeLog().contains(u"needs next volume"_s));
-    QTRY_VERIFY(wholeLog().contains(u"Rar processing complete"_s));
 }
 
 void TestDebugDialog::deletedWhileWorkersLog()

@@ -77,23 +77,113 @@ class TestKill final : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), path(u"marlowick"_s)));
+        QVERIFY(QDir(dir.path()).mkdir(u"run"_s));
+        QVERIFY(QDir(dir.path()).mkdir(u"downloads"_s));
+        QFile::setPermissions(path(u"run"_s),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QVERIFY(inotify_add_watch(creations, QFile::encodeName(dir.path()).constData(), IN_CREATE)
+                > 0);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_RUNTIME_DIR"_s, path(u"run"_s));
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(SIMULATED_USER_FOLDER));
+        environment.insert(u"QT_QPA_GENERIC_PLUGINS"_s, u"simulateduser"_s);
+        program.setProcessEnvironment(environment);
+        program.setStandardErrorFile(path(u"errors"_s));
+    }
     void losesNothing();
-    void cleanup();
+    void cleanup()
+    {
+        if (QTest::currentTestFailed())
+            qInfo().noquote() << words << contentsOf(path(u"errors"_s));
+    }
 
 private:
     [[nodiscard]] QString path(const QString &name) const { return dir.filePath(name); }
     void start(quint32 userSeed, int newJobs);
     [[nodiscard]] QString giveJob();
-    void waitForMoment();
-    void end();
+    /// Some time after the start, the first request or a delete.
+    void waitForMoment()
+    {
+        enum { Started, Deleting, Fetching };
+        const int moment = random.bounded(6);
+        const auto hasCome = [&] {
+            words += program.readAllStandardOutput();
+            return moment == Started || (moment == Deleting && words.contains("delete\t"))
+                   || (moment >= Fetching && server.log().size() > firstRequest);
+        };
+        static_cast<void>(QTest::qWaitFor(hasCome));
+        QTest::qWait(random.bounded(moment == Deleting ? 20 : 300));
+    }
+    /// Kills the program and judges its life.
+    void end()
+    {
+        QCOMPARE(program.state(), QProcess::Running);
+        program.kill();
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitCode(), SIGKILL);
+        QTRY_COMPARE(server.openConnections(), 0); // its last requests have been read, too
+        hearUser();
+        const QList<NewsServer::Command> requests = server.log().sliced(firstRequest);
+        for (const NewsServer::Command &request : requests) {
+            if (request.text.startsWith("BODY "))
+                QVERIFY2(wanted.remove(request.text.sliced(6).chopped(1)),
+                         request.text.constData());
+        }
+        judgeQueue();
+        count.fetching += !requests.isEmpty() && !wantedOf(loaded).isEmpty();
+    }
     void hearUser();
     void judgeQueue();
-    void judgeJob(const QString &name, const Job &job);
-    [[nodiscard]] qsizetype queueCreations() const;
-    [[nodiscard]] bool isAsPosted(const QString &job, const QString &file) const;
-    [[nodiscard]] bool isAsPosted(const QString &job) const;
-    void finish();
+    void judgeJob(const QString &name, const Job &job)
+    {
+        standing.insert(name);
+        QCOMPARE(job.size(), posted[name].size() + 1);
+        for (auto file = job.cbegin(); file != job.cend(); ++file) {
+            const QString title = name + u'/' + file.key();
+            if (loaded.contains(name))
+                QVERIFY2(loaded[name][file.key()].contains(*file),
+                         qPrintable(title + " fell back"_L1));
+            if (file->isEmpty() && !deleted.contains(name))
+                QVERIFY2(isAsPosted(name, file.key()), qPrintable(title + " differs"_L1));
+        }
+    }
+    /// How often since the last call.
+    [[nodiscard]] qsizetype queueCreations() const
+    {
+        QByteArray events(65'536, '\0'); // each with the name of a file, ended by a null
+        events.resize(std::max<qsizetype>(read(creations, events.data(), events.size()), 0));
+        return events.count(QByteArrayView("queue.qzb\0", 10));
+    }
+    [[nodiscard]] bool isAsPosted(const QString &job, const QString &file) const
+    {
+        return contentsOf(path(u"downloads/"_s + job + u'/' + file)) == posted[job][file];
+    }
+    [[nodiscard]] bool isAsPosted(const QString &job) const
+    {
+        const QStringList files = posted[job].keys();
+        return std::all_of(files.cbegin(), files.cend(),
+                           [&](const QString &file) { return isAsPosted(job, file); });
+    }
+    /// Left alone at last, the program fetches what is left.
+    void finish()
+    {
+        server.clearScript();
+        clearing = false;
+        start(0, 0);
+        const auto isDone = [this] {
+            const std::optional<Queue> queue = readQueue(path(u"queue.qzb"_s));
+            return queue && wantedOf(*queue).isEmpty();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isDone(), 60'000);
+        end();
+        const QSet<QString> kept = standing - deleted;
+        for (const QString &job : kept)
+            QVERIFY2(isAsPosted(job), qPrintable(job));
+    }
 
     QTemporaryDir dir;
     const int creations = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -119,27 +209,6 @@ private:
         int damaged, fetching, backups, saves, deletes, cleared;
     } count{};
 };
-
-void TestKill::initTestCase()
-{
-    QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), path(u"marlowick"_s)));
-    QVERIFY(QDir(dir.path()).mkdir(u"run"_s));
-    QVERIFY(QDir(dir.path()).mkdir(u"downloads"_s));
-    QFile::setPermissions(path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QVERIFY(inotify_add_watch(creations, QFile::encodeName(dir.path()).constData(), IN_CREATE) > 0);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"XDG_RUNTIME_DIR"_s, path(u"run"_s));
-    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-    environment.insert(u"QT_PLUGIN_PATH"_s, QStringLiteral(SIMULATED_USER_FOLDER));
-    program.setProcessEnvironment(environment);
-    program.setStandardErrorFile(path(u"errors"_s));
-}
-
-void TestKill::cleanup()
-{
-    if (QTest::currentTestFailed())
-        qInfo().noquote() << words << contentsOf(path(u"errors"_s));
-}
 
 void TestKill::losesNothing()
 {
@@ -179,11 +248,10 @@ void TestKill::start(quint32 userSeed, int newJobs)
     QStringList nzbs;
     for (int i = 0; i < newJobs; ++i)
         nzbs << giveJob();
-    QProcessEnvironment environment = program.processEnvironment();
-    environment.insert(u"QT_QPA_GENERIC_PLUGINS"_s, u"simulateduser:%1"_s.arg(userSeed));
-    program.setProcessEnvironment(environment);
     program.start(path(u"marlowick"_s), nzbs);
     QVERIFY(program.waitForStarted());
+    if (userSeed > 0)
+        program.write("hurry\t" + QByteArray::number(userSeed) + '\n');
 }
 
 /// Returns the path of a new NZB. Its PAR2 file makes the queue long, and hard to compress, so that
@@ -209,38 +277,6 @@ QString TestKill::giveJob()
     return post.writeNzb(dir.path());
 }
 
-/// Some time after the start, the first request or a delete.
-void TestKill::waitForMoment()
-{
-    enum { Started, Deleting, Fetching };
-    const int moment = random.bounded(6);
-    const auto hasCome = [&] {
-        words += program.readAllStandardOutput();
-        return moment == Started || (moment == Deleting && words.contains("delete "))
-               || (moment >= Fetching && server.log().size() > firstRequest);
-    };
-    static_cast<void>(QTest::qWaitFor(hasCome));
-    QTest::qWait(random.bounded(moment == Deleting ? 20 : 300));
-}
-
-/// Kills the program and judges its life.
-void TestKill::end()
-{
-    QCOMPARE(program.state(), QProcess::Running);
-    program.kill();
-    QVERIFY(program.waitForFinished());
-    QCOMPARE(program.exitCode(), SIGKILL);
-    QTRY_COMPARE(server.openConnections(), 0); // its last requests have been read, too
-    hearUser();
-    const QList<NewsServer::Command> requests = server.log().sliced(firstRequest);
-    for (const NewsServer::Command &request : requests) {
-        if (request.text.startsWith("BODY "))
-            QVERIFY2(wanted.remove(request.text.sliced(6).chopped(1)), request.text.constData());
-    }
-    judgeQueue();
-    count.fetching += !requests.isEmpty() && !wantedOf(loaded).isEmpty();
-}
-
 void TestKill::hearUser()
 {
     seenSaved.clear();
@@ -248,7 +284,7 @@ void TestKill::hearUser()
     words += program.readAllStandardOutput();
     const QStringList lines = QString::fromUtf8(words).split(u'\n', Qt::SkipEmptyParts);
     for (const QString &line : lines) {
-        const QStringList said = line.split(u' ');
+        const QStringList said = line.split(u'\t');
         if (said.first() == "delete"_L1) {
             deletedNow.insert(said.at(1));
             ++count.deletes;
@@ -256,8 +292,8 @@ void TestKill::hearUser()
             seenSaved += QSet<QString>(said.cbegin() + 1, said.cend());
             everSaved = true;
             ++count.saves;
-        } else {
-            QCOMPARE(line, u"box Loading queue failed"_s);
+        } else if (said.first() != "ready"_L1) {
+            QVERIFY2(line.startsWith("box\tLoading queue failed\t"_L1), qPrintable(line));
             ++count.backups;
         }
     }
@@ -291,56 +327,6 @@ void TestKill::judgeQueue()
     for (auto job = queue.cbegin(); job != queue.cend() && !QTest::currentTestFailed(); ++job)
         judgeJob(job.key(), *job);
     loaded = queue;
-}
-
-void TestKill::judgeJob(const QString &name, const Job &job)
-{
-    standing.insert(name);
-    QCOMPARE(job.size(), posted[name].size() + 1);
-    for (auto file = job.cbegin(); file != job.cend(); ++file) {
-        const QString title = name + u'/' + file.key();
-        if (loaded.contains(name))
-            QVERIFY2(loaded[name][file.key()].contains(*file), qPrintable(title + " fell back"_L1));
-        if (file->isEmpty() && !deleted.contains(name))
-            QVERIFY2(isAsPosted(name, file.key()), qPrintable(title + " differs"_L1));
-    }
-}
-
-/// How often since the last call.
-qsizetype TestKill::queueCreations() const
-{
-    QByteArray events(65'536, '\0'); // each with the name of a file, ended by a null
-    events.resize(std::max<qsizetype>(read(creations, events.data(), events.size()), 0));
-    return events.count(QByteArrayView("queue.qzb\0", 10));
-}
-
-bool TestKill::isAsPosted(const QString &job, const QString &file) const
-{
-    return contentsOf(path(u"downloads/"_s + job + u'/' + file)) == posted[job][file];
-}
-
-bool TestKill::isAsPosted(const QString &job) const
-{
-    const QStringList files = posted[job].keys();
-    return std::all_of(files.cbegin(), files.cend(),
-                       [&](const QString &file) { return isAsPosted(job, file); });
-}
-
-/// Left alone at last, the program fetches what is left.
-void TestKill::finish()
-{
-    server.clearScript();
-    clearing = false;
-    start(0, 0);
-    const auto isDone = [this] {
-        const std::optional<Queue> queue = readQueue(path(u"queue.qzb"_s));
-        return queue && wantedOf(*queue).isEmpty();
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(isDone(), 60'000);
-    end();
-    const QSet<QString> kept = standing - deleted;
-    for (const QString &job : kept)
-        QVERIFY2(isAsPosted(job), qPrintable(job));
 }
 
 QTEST_GUILESS_MAIN(TestKill)

@@ -2,38 +2,31 @@
 // SPDX-License-Identifier: MIT
 #include <QAbstractItemModelTester>
 #include <QAccessible>
-#include <QAction>
 #include <QApplication>
 #include <QCommandLinkButton>
 #include <QDialogButtonBox>
-#include <QDir>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPaintEvent>
 #include <QPushButton>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QStatusBar>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QToolBar>
-#include <QTreeView>
 
 #include <algorithm>
-#include <optional>
 #include <sys/statvfs.h>
 
-#include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "support/files.h"
 #include "support/newsserver.h"
 #include "support/posts.h"
-#include "support/rarprogram.h"
+#include "support/programs.h"
+#include "support/rows.h"
 #include "ui/deletedialog.h"
-#include "ui/mainwindow.h"
+#include "windowfixture.h"
 
 using namespace Qt::StringLiterals;
 
@@ -43,8 +36,6 @@ namespace {
 double freeOnDisk = 1e12;
 
 bool isVisible(const QWidget *widget) { return widget->isVisible(); }
-
-constexpr double lowDisk = 100.0 * 1024 * 1024;
 
 } // namespace
 
@@ -58,15 +49,23 @@ extern "C" int statvfs(const char * /*path*/, struct statvfs *info) noexcept
     return 0;
 }
 
-/// The window with its engine, which is allowed no connection, used by key and click.
-class TestMainWindow final : public QObject {
+/// The window used by key and click.
+class TestMainWindow final : public QObject, private WindowFixture {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        freeOnDisk = 1e12;
+        configure();
+        open();
+    }
+    void cleanup()
+    {
+        tester.reset();
+        window.reset();
+    }
 
-    void statistics_data();
     void statistics();
     void diskspace_data();
     void diskspace();
@@ -85,195 +84,125 @@ private slots:
     void deletesNothingByMistake();
     void damagedQueue_data();
     void damagedQueue();
-    void completeJob_data();
     void completeJob();
     void progressShowsInBothRows();
     void closingSaves();
     void closingTellsOfFailure();
 
 protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent *>(event)->region();
+        return QObject::eventFilter(watched, event);
+    }
 
 private:
     void open();
-    void restart();
-    void allowConnection(int port);
-    Nzb *addJob(const QString &name = u"job"_s);
-    void select(const QModelIndex &row) { view()->setCurrentIndex(row); }
+    /// The model's tester goes: it objects to the corners of a progress, which are those of no row.
+    void allowConnection(int port)
+    {
+        tester.reset();
+        set("port", port);
+        set("threads", 1);
+        set("networkTimeout", 30);
+        set("networkRetry", 30);
+    }
+    /// A job of a film, which is finished, a text and a PAR2 volume, with their files on disk.
+    Nzb *addJob(const QString &name = u"job"_s)
+    {
+        const QString path = writeFile(dir->filePath(name + ".nzb"_L1), R"xml(<nzb>
+    <file subject='"film.mkv" (1/1)'><segment number='1' bytes='1000'>a@b</segment></file>
+    <file subject='"read.txt" (1/2)'><segment number='1' bytes='500'>c@d</segment>
+    <segment number='2' bytes='500'>e@f</segment></file>
+    <file subject='"film.par2" (1/1)'><segment number='1' bytes='1000'>g@h</segment></file></nzb>)xml");
+        Nzb *nzb = engine->addNZB(path);
+        for (int i = 0; i < nzb->fileCount(); ++i)
+            writeFile(nzb->folder() + u'/' + nzb->fileAt(i)->name(), "data");
+        int number = 0;
+        nzb->fileAt(0)->nextSegment(&number);
+        nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
+        return nzb;
+    }
     /// Clicks this button of the box or dialog that opens next.
-    void answerNext(const std::function<QAbstractButton *(QWidget *)> &button);
-    [[nodiscard]] QStringList savedJobs();
+    void answerNext(const std::function<QAbstractButton *(QWidget *)> &button)
+    {
+        QTimer::singleShot(0, this, [this, button] {
+            if (QWidget *dialog = QApplication::activeModalWidget())
+                QTest::mouseClick(button(dialog), Qt::LeftButton);
+            else
+                answerNext(button);
+        });
+    }
+    [[nodiscard]] QStringList savedJobs()
+    {
+        Marlowick reader(nullptr);
+        reader.loadQueue(QString());
+        QStringList names;
+        for (const Nzb *nzb : *reader.queue())
+            names << nzb->name();
+        return names;
+    }
     [[nodiscard]] static QMessageBox *box()
     {
         return qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
     }
-    [[nodiscard]] QTreeView *view() const { return window->findChild<QTreeView *>(u"treeView"_s); }
-    [[nodiscard]] QAction *action(const QString &name) const
-    {
-        return window->findChild<QAction *>(name);
-    }
     [[nodiscard]] QString message() const { return window->statusBar()->currentMessage(); }
-    [[nodiscard]] QStringList statusFields() const;
+    [[nodiscard]] QStringList statusFields() const
+    {
+        QStringList texts;
+        const QList<QLabel *> labels =
+            window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+        for (const QLabel *label : labels)
+            texts << label->text();
+        return texts;
+    }
 
-    std::optional<QTemporaryDir> dir;
-    std::optional<MainWindow> window;
     std::optional<QAbstractItemModelTester> tester;
-    Marlowick *engine = nullptr;
     QRegion painted;
 };
 
-void TestMainWindow::init()
-{
-    freeOnDisk = 1e12;
-    dir.emplace();
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir->path());
-    QSettings settings(QSettings::IniFormat, QSettings::UserScope, u"Marlowick"_s, u"Marlowick"_s);
-    settings.setValue("hostname"_L1, u"127.0.0.1"_s);
-    settings.setValue("downloadFolder"_L1, dir->filePath(u"downloads"_s));
-    QVERIFY(QDir(dir->path()).mkdir(u"downloads"_s));
-    settings.sync();
-    open();
-}
-
-void TestMainWindow::cleanup()
-{
-    tester.reset();
-    window.reset();
-}
-
 void TestMainWindow::open()
 {
-    window.emplace();
-    engine = window->findChild<Marlowick *>();
+    openWindow();
     tester.emplace(view()->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowActive(&*window));
-}
-
-void TestMainWindow::restart()
-{
-    cleanup();
-    open();
-}
-
-void TestMainWindow::allowConnection(int port)
-{
-    engine->settings()->setValue("port"_L1, port);
-    engine->settings()->setValue("threads"_L1, 1);
-    engine->settings()->setValue("networkTimeout"_L1, 30);
-    engine->settings()->setValue("networkRetry"_L1, 30);
-}
-
-/// A job of a film, which is finished, a text and a PAR2 volume, with their files on disk.
-Nzb *TestMainWindow::addJob(const QString &name)
-{
-    const QString path = writeFile(dir->filePath(name + ".nzb"_L1), R"xml(<nzb>
-<file subject='"film.mkv" (1/1)'><segment number='1' bytes='1000'>a@b</segment></file>
-<file subject='"read.txt" (1/2)'><segment number='1' bytes='500'>c@d</segment>
-<segment number='2' bytes='500'>e@f</segment></file>
-<file subject='"film.par2" (1/1)'><segment number='1' bytes='1000'>g@h</segment></file></nzb>)xml");
-    Nzb *nzb = engine->addNZB(path);
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        writeFile(nzb->folder() + u'/' + nzb->fileAt(i)->name(), "data");
-    int number = 0;
-    nzb->fileAt(0)->nextSegment(&number);
-    nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
-    return nzb;
-}
-
-void TestMainWindow::answerNext(const std::function<QAbstractButton *(QWidget *)> &button)
-{
-    QTimer::singleShot(0, this, [this, button] {
-        if (QWidget *dialog = QApplication::activeModalWidget())
-            QTest::mouseClick(button(dialog), Qt::LeftButton);
-        else
-            answerNext(button);
-    });
-}
-
-QStringList TestMainWindow::savedJobs()
-{
-    Marlowick reader(nullptr);
-    reader.loadQueue(QString());
-    QStringList names;
-    for (const Nzb *nzb : *reader.queue())
-        names << nzb->name();
-    return names;
-}
-
-QStringList TestMainWindow::statusFields() const
-{
-    QStringList texts;
-    const QList<QLabel *> labels =
-        window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
-    for (const QLabel *label : labels)
-        texts << label->text();
-    return texts;
-}
-
-bool TestMainWindow::eventFilter(QObject *watched, QEvent *event)
-{
-    if (event->type() == QEvent::Paint)
-        painted += static_cast<QPaintEvent *>(event)->region();
-    return QObject::eventFilter(watched, event);
-}
-
-void TestMainWindow::statistics_data()
-{
-    QTest::addColumn<int>("speed");
-    QTest::addColumn<quint64>("left");
-    QTest::addColumn<int>("seconds");
-    QTest::addColumn<QString>("speedText");
-    QTest::addColumn<QString>("timeText");
-    const auto row = [](const char *name, int speed, quint64 left, int seconds,
-                        const QString &speedText, const QString &timeText) {
-        QTest::newRow(name) << speed << left << seconds << speedText << timeText;
-    };
-    row("an hour less a second", 131072, 1, 3599, u"  1.0 Mbit/s  "_s, u" 0d 0h 60m left  "_s);
-    row("days", 2'000'000'000, 1, 2 * 86400 + 3600 + 29, u"  15258.8 Mbit/s  "_s,
-        u" 2d 1h 0m left  "_s);
-    row("stalled", 0, 1, 0, u"  0.0 Mbit/s  "_s, u"  **d **h **m left "_s);
-    row("nothing left", 0, 0, 0, u"  0.0 Mbit/s  "_s, u" 0d 0h 0m left  "_s);
 }
 
 void TestMainWindow::statistics()
 {
-    QFETCH(const int, speed);
-    QFETCH(const quint64, left);
-    QFETCH(const int, seconds);
-    emit engine->downloadStatistics(speed, left, seconds);
-    QTEST(statusFields().value(1), "speedText");
-    QTEST(statusFields().value(2), "timeText");
+    const auto shown = [this](int speed, quint64 left, int seconds) {
+        emit engine->downloadStatistics(speed, left, seconds);
+        return statusFields().sliced(1);
+    };
+    QCOMPARE(shown(131072, 1, 3599), (QStringList{u"  1.0 Mbit/s  "_s, u" 0d 0h 60m left  "_s}));
+    QCOMPARE(shown(2'000'000'000, 1, 2 * 86400 + 3600 + 29),
+             (QStringList{u"  15258.8 Mbit/s  "_s, u" 2d 1h 0m left  "_s}));
+    QCOMPARE(shown(0, 1, 0), (QStringList{u"  0.0 Mbit/s  "_s, u"  **d **h **m left "_s}));
+    QCOMPARE(shown(0, 0, 0), (QStringList{u"  0.0 Mbit/s  "_s, u" 0d 0h 0m left  "_s}));
 }
 
 void TestMainWindow::diskspace_data()
 {
-    QTest::addColumn<double>("free");
-    QTest::addColumn<bool>("pausedBefore");
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("warning");
+    const auto row = rows<double, bool, QString, QString>();
     const QString none = u"  0 GB free  "_s;
-    QTest::newRow("plenty") << 5.99 * 1024 * 1024 * 1024 << false << u"  5 GB free  "_s
-                            << QString();
-    QTest::newRow("just enough") << lowDisk << false << none << QString();
-    QTest::newRow("low") << 99.5 * 1024 * 1024 << false << none
-                         << u"Only 99.5 MB of disk space left. Suspending all downloads."_s;
-    QTest::newRow("low, and all is paused") << 0.0 << true << none << QString();
-    QTest::newRow("cannot be told") << -1.0 << false << none << QString();
+    row("plenty", {5.99 * 1024 * 1024 * 1024, false, u"  5 GB free  "_s, QString()});
+    row("just enough", {100.0 * 1024 * 1024, false, none, QString()});
+    row("low", {99.5 * 1024 * 1024, false, none,
+                u"Only 99.5 MB of disk space left. Suspending all downloads."_s});
+    row("low, and all is paused", {0.0, true, none, QString()});
+    row("cannot be told", {-1.0, false, none, QString()});
 }
 
 void TestMainWindow::diskspace()
 {
-    QFETCH(const double, free);
-    QFETCH(const bool, pausedBefore);
-    QFETCH(const QString, warning);
+    const auto [free, pausedBefore, field, warning] = thisRow<double, bool, QString, QString>();
     const Nzb *nzb = addJob();
     if (pausedBefore)
         engine->pauseAll();
-    select(view()->model()->index(0, 0));
+    select(rowAt(0));
     freeOnDisk = free;
     window->checkDiskspace();
-    QTEST(statusFields().value(0), "field");
+    QCOMPARE(statusFields().value(0), field);
     QCOMPARE(nzb->isPaused(), pausedBefore || !warning.isEmpty());
     QCOMPARE(action(u"actionPause"_s)->isChecked(), nzb->isPaused());
     QCoreApplication::processEvents();
@@ -283,7 +212,7 @@ void TestMainWindow::diskspace()
 void TestMainWindow::boxesComeOneAfterAnother()
 {
     addJob();
-    select(view()->model()->index(0, 0));
+    select(rowAt(0));
     engine->pauseAll(); // as for a file that cannot be written
     emit engine->error(0, u"first"_s);
     QVERIFY(action(u"actionPause"_s)->isChecked());
@@ -306,7 +235,6 @@ void TestMainWindow::opensNoConnectionUnderBox()
     NewsServer server;
     server.requireLogin("joe", "secret");
     allowConnection(server.serverPort());
-    tester.reset(); // it objects to the corners of a progress, which are those of no row
     addJob();
     QTRY_VERIFY(box());
     engine->startToDownloadQueue();
@@ -320,10 +248,9 @@ void TestMainWindow::asksForPassword()
 {
     NewsServer server;
     allowConnection(server.serverPort());
-    tester.reset(); // see above
     Post post(u"locked"_s);
-    const RarVolumes set = packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s});
-    post.addYenc(set.first().first, set.first().second);
+    for (const auto &[name, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
+        post.addYenc(name, data);
     post.upload(server);
     QStringList asked;
     QTimer whenAsked;
@@ -360,7 +287,7 @@ void TestMainWindow::addsByDialog()
 void TestMainWindow::keysReachEverything()
 {
     addJob();
-    select(view()->model()->index(0, 0));
+    select(rowAt(0));
     QTest::keyClick(view(), Qt::Key_Right);
     QVERIFY(view()->isExpanded(view()->currentIndex()));
     QTest::keyClick(view(), Qt::Key_Left);
@@ -435,7 +362,7 @@ void TestMainWindow::pauses()
 {
     QFETCH(const bool, pausePAR2);
     QFETCH(const int, fileRow);
-    engine->settings()->setValue("pausePAR2"_L1, pausePAR2);
+    set("pausePAR2", pausePAR2);
     const Nzb *nzb = addJob();
     tester.reset(); // it objects to the corners of a progress, which are those of no row
     const auto flags = [nzb] {
@@ -445,20 +372,19 @@ void TestMainWindow::pauses()
         return result;
     };
     QVERIFY(!action(u"actionPause"_s)->isEnabled());
-    const QModelIndex job = view()->model()->index(0, 0);
-    select(fileRow < 0 ? job : view()->model()->index(fileRow, 0, job));
+    const QModelIndex job = rowAt(0);
+    select(fileRow < 0 ? job : rowAt(fileRow, job));
     QVERIFY(action(u"actionPause"_s)->isEnabled());
-
     window->findChild<QToolBar *>()->widgetForAction(action(u"actionPause"_s))->setFocus();
     if (!action(u"actionPause"_s)->isChecked()) {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
         QCOMPARE(message(), u"Paused file"_s);
     }
     QTEST(flags(), "paused");
-    const QModelIndex row = view()->currentIndex();
-    select(view()->model()->index(0, 0, job)); // the film, which is paused with the job alone
+    const QModelIndex chosen = view()->currentIndex();
+    select(rowAt(0, job)); // the film, which is paused with the job alone
     QCOMPARE(action(u"actionPause"_s)->isChecked(), nzb->fileAt(0)->isPaused());
-    select(row);
+    select(chosen);
     QVERIFY(action(u"actionPause"_s)->isChecked());
     allowConnection(1);
     const QSignalSpy messages(window->statusBar(), &QStatusBar::messageChanged);
@@ -470,17 +396,17 @@ void TestMainWindow::pauses()
 
 void TestMainWindow::jobGoesUnderQuestion()
 {
-    engine->settings()->setValue("clearOnCompletion"_L1, true);
+    set("clearOnCompletion", true);
     Nzb *nzb = addJob(u"a"_s);
     addJob(u"b"_s);
-    select(view()->model()->index(0, 0, view()->model()->index(0, 0)));
+    select(rowAt(0, rowAt(0)));
     answerNext([&](QWidget *dialog) {
         emit engine->nzbComplete(nzb);
         return dialog->findChild<QAbstractButton *>(u"commandLinkButton_2"_s);
     });
     QTest::keyClick(view(), Qt::Key_Delete);
     QCOMPARE(view()->model()->rowCount(), 1);
-    QCOMPARE(view()->model()->index(0, 0).data().toString(), u"b"_s);
+    QCOMPARE(rowAt(0).data().toString(), u"b"_s);
     QCOMPARE(action(u"actionDelete"_s)->isEnabled(), view()->currentIndex().isValid());
 }
 
@@ -526,18 +452,16 @@ void TestMainWindow::deletesNothingByMistake()
 
 void TestMainWindow::damagedQueue_data()
 {
-    QTest::addColumn<bool>("backupIsGood");
-    QTest::addColumn<QMessageBox::StandardButton>("answer");
-    QTest::addColumn<QStringList>("jobs");
-    QTest::newRow("backup") << true << QMessageBox::Yes << QStringList{u"a"_s};
-    QTest::newRow("no backup wanted") << true << QMessageBox::No << QStringList{u"x"_s};
-    QTest::newRow("damaged backup") << false << QMessageBox::Yes << QStringList{u"y"_s};
+    const auto row = rows<bool, QMessageBox::StandardButton, QStringList>();
+    row("backup", {true, QMessageBox::Yes, QStringList{u"a"_s}});
+    row("no backup wanted", {true, QMessageBox::No, QStringList{u"x"_s}});
+    row("damaged backup", {false, QMessageBox::Yes, QStringList{u"y"_s}});
 }
 
 void TestMainWindow::damagedQueue()
 {
-    QFETCH(const bool, backupIsGood);
-    QFETCH(const QMessageBox::StandardButton, answer);
+    const auto [backupIsGood, answer, jobs] =
+        thisRow<bool, QMessageBox::StandardButton, QStringList>();
     addJob(u"a"_s);
     engine->saveQueue();
     engine->saveQueue();
@@ -559,33 +483,29 @@ void TestMainWindow::damagedQueue()
         };
     };
     answerNext(read(answer));
-    restart();
+    cleanup();
+    open();
     QStringList expected{u"Loading queue failed"_s,
                          u"There was an error loading the queue. Do you want to load the backup "
                          "file?"_s};
     if (!backupIsGood)
         expected << u"Loading the backup failed as well :-( Error parsing queue file"_s;
     QCOMPARE(told, expected);
-    QStringList jobs;
+    QStringList found;
     for (int i = 0; i < view()->model()->rowCount(); ++i)
-        jobs << view()->model()->index(i, 0).data().toString();
-    QTEST(jobs, "jobs");
-}
-
-void TestMainWindow::completeJob_data()
-{
-    QTest::addColumn<bool>("clear");
-    QTest::newRow("stays") << false;
-    QTest::newRow("is cleared") << true;
+        found << rowAt(i).data().toString();
+    QCOMPARE(found, jobs);
 }
 
 void TestMainWindow::completeJob()
 {
-    QFETCH(const bool, clear);
-    engine->settings()->setValue("clearOnCompletion"_L1, clear);
-    emit engine->nzbComplete(addJob());
-    QCOMPARE(savedJobs(), QStringList{u"job"_s}); // as it stood
-    QCOMPARE(view()->model()->rowCount(), clear ? 0 : 1);
+    Nzb *nzb = addJob();
+    for (const bool clear : {false, true}) {
+        set("clearOnCompletion", clear);
+        emit engine->nzbComplete(nzb);
+        QCOMPARE(savedJobs(), QStringList{u"job"_s}); // as it stood
+        QCOMPARE(view()->model()->rowCount(), clear ? 0 : 1);
+    }
 }
 
 void TestMainWindow::progressShowsInBothRows()

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include "support/rows.h"
 #include "ui/qtsingleapplication.h"
 
 #include <QLocalSocket>
@@ -61,11 +62,20 @@ class TestQtSingleApplication : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>(); // made with mode 0700, as a runtime folder is
+    }
+    void cleanup()
+    {
+        for (const auto &child : children) {
+            child->kill();
+            child->waitForFinished();
+        }
+        children.clear();
+    }
     void messagesArriveWholeAndInOrder();
     void onlyOneOfManyStartsIsFirst();
-    void killedInstanceIsReplaced();
     void messageBringsWindowToFront();
     void copyIsAnotherProgramLinkIsNot();
     void brokenSenderIsDropped_data();
@@ -78,26 +88,26 @@ private slots:
 private:
     QProcess *start(const QStringList &arguments = {},
                     const QString &program = QCoreApplication::applicationFilePath());
-    QByteArray line(QProcess *child);
-    bool arrives(const InstanceLink &first, const QString &message);
+    QByteArray line(QProcess *child)
+    {
+        while (!child->canReadLine() && child->waitForReadyRead(childWait)) { }
+        return child->readLine().trimmed();
+    }
+    /// Sends @p message to @p first, which takes messages, as another process would.
+    bool arrives(const InstanceLink &first, const QString &message)
+    {
+        const QSignalSpy received(&first, &InstanceLink::messageReceived);
+        auto sent = std::async([&] {
+            const InstanceLink second(folder->path(), u"id"_s);
+            return second.isRunning() && second.sendMessage(message, childWait);
+        });
+        return QTest::qWaitFor([&] { return received.size() == 1; }, childWait) && sent.get()
+               && received.first().first().toString() == message;
+    }
 
     std::unique_ptr<QTemporaryDir> folder;
     std::vector<std::unique_ptr<QProcess>> children;
 };
-
-void TestQtSingleApplication::init()
-{
-    folder = std::make_unique<QTemporaryDir>(); // made with mode 0700, as a runtime folder is
-}
-
-void TestQtSingleApplication::cleanup()
-{
-    for (const auto &child : children) {
-        child->kill();
-        child->waitForFinished();
-    }
-    children.clear();
-}
 
 QProcess *TestQtSingleApplication::start(const QStringList &arguments, const QString &program)
 {
@@ -109,24 +119,6 @@ QProcess *TestQtSingleApplication::start(const QStringList &arguments, const QSt
     child->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     child->start(program, arguments);
     return children.emplace_back(std::move(child)).get();
-}
-
-QByteArray TestQtSingleApplication::line(QProcess *child)
-{
-    while (!child->canReadLine() && child->waitForReadyRead(childWait)) { }
-    return child->readLine().trimmed();
-}
-
-/// Sends @p message to @p first, which takes messages, as another process would.
-bool TestQtSingleApplication::arrives(const InstanceLink &first, const QString &message)
-{
-    const QSignalSpy received(&first, &InstanceLink::messageReceived);
-    auto sent = std::async([&] {
-        const InstanceLink second(folder->path(), u"id"_s);
-        return second.isRunning() && second.sendMessage(message, childWait);
-    });
-    return QTest::qWaitFor([&] { return received.size() == 1; }, childWait) && sent.get()
-           && received.first().first().toString() == message;
 }
 
 void TestQtSingleApplication::messagesArriveWholeAndInOrder()
@@ -143,6 +135,13 @@ void TestQtSingleApplication::messagesArriveWholeAndInOrder()
     }
     QVERIFY(second->waitForFinished(childWait));
     QCOMPARE(second->exitCode(), 0);
+
+    first->kill();
+    QVERIFY(first->waitForFinished(childWait));
+    QProcess *const next = start();
+    QCOMPARE(line(next), "first");
+    QCOMPARE(line(start({u"two"_s})), "second");
+    QCOMPARE(line(next), "got two");
 }
 
 void TestQtSingleApplication::onlyOneOfManyStartsIsFirst()
@@ -157,21 +156,6 @@ void TestQtSingleApplication::onlyOneOfManyStartsIsFirst()
             QCOMPARE(line(child.get()), "taken");
     }
     QCOMPARE(roles, (QMap<QByteArray, int>{{"first", 1}, {"second", 5}}));
-}
-
-void TestQtSingleApplication::killedInstanceIsReplaced()
-{
-    QProcess *const first = start();
-    QCOMPARE(line(first), "first");
-    QCOMPARE(line(start({u"one"_s})), "second");
-    QCOMPARE(line(first), "got one");
-    first->kill();
-    QVERIFY(first->waitForFinished(childWait));
-
-    QProcess *const next = start();
-    QCOMPARE(line(next), "first");
-    QCOMPARE(line(start({u"two"_s})), "second");
-    QCOMPARE(line(next), "got two");
 }
 
 void TestQtSingleApplication::messageBringsWindowToFront()
@@ -196,24 +180,20 @@ void TestQtSingleApplication::copyIsAnotherProgramLinkIsNot()
 
 void TestQtSingleApplication::brokenSenderIsDropped_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("hangsUp");
-    QTest::addColumn<int>("within");
+    const auto row = rows<QByteArray, bool, int>();
     const int atOnce = InstanceLink::silenceLimit * 3 / 4;
     const int inTheEnd = InstanceLink::silenceLimit * 5;
     const quint32 limit = InstanceLink::maxMessageBytes;
-    QTest::newRow("length above the limit") << header(limit + 1) + "x" << false << atOnce;
-    QTest::newRow("greatest length") << header(0xFFFFFFFF) << false << atOnce;
-    QTest::newRow("nothing, then silence") << QByteArray() << false << inTheEnd;
-    QTest::newRow("half a message, then silence") << header(5) + "ab" << false << inTheEnd;
-    QTest::newRow("half a length, then hangs up") << header(5).first(2) << true << atOnce;
+    row("length above the limit", {header(limit + 1) + "x", false, atOnce});
+    row("greatest length", {header(0xFFFFFFFF), false, atOnce});
+    row("nothing, then silence", {QByteArray(), false, inTheEnd});
+    row("half a message, then silence", {header(5) + "ab", false, inTheEnd});
+    row("half a length, then hangs up", {header(5).first(2), true, atOnce});
 }
 
 void TestQtSingleApplication::brokenSenderIsDropped()
 {
-    QFETCH(const QByteArray, bytes);
-    QFETCH(const bool, hangsUp);
-    QFETCH(const int, within);
+    const auto [bytes, hangsUp, within] = thisRow<QByteArray, bool, int>();
     InstanceLink link(folder->path(), u"id"_s);
     const QSignalSpy received(&link, &InstanceLink::messageReceived);
     link.takeMessages();

@@ -8,13 +8,16 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "queue/nzb.h"
 #include "settingsfixture.h"
 #include "support/files.h"
 #include "support/newsserver.h"
 #include "support/posts.h"
+#include "support/rows.h"
 #include "support/testcertificate.h"
 
 using namespace Qt::StringLiterals;
+using Prepare = std::function<void(NewsServer &)>;
 
 namespace {
 
@@ -52,7 +55,14 @@ class TestServerTest final : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        window.emplace();
+        window->store(window->values());
+        window->store({{u"mediaPlayer"_s, QString()}});
+        use(std::make_unique<NewsServer>());
+        requestedPort = 0;
+    }
     void cleanup() { window.reset(); }
 
     void provesChanges_data();
@@ -74,15 +84,6 @@ private:
     std::unique_ptr<NewsServer> server;
 };
 
-void TestServerTest::init()
-{
-    window.emplace();
-    window->store(window->values());
-    window->store({{u"mediaPlayer"_s, QString()}});
-    use(std::make_unique<NewsServer>());
-    requestedPort = 0;
-}
-
 void TestServerTest::use(std::unique_ptr<NewsServer> newServer)
 {
     server = std::move(newServer);
@@ -91,29 +92,22 @@ void TestServerTest::use(std::unique_ptr<NewsServer> newServer)
 
 void TestServerTest::provesChanges_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QByteArrayList>("login");
+    const auto row = rows<QString, QString, QVariant, QByteArrayList>();
     const QByteArrayList login{"AUTHINFO USER joe", "AUTHINFO PASS s\xe9r3t"};
-    QTest::newRow("host") << u"hostname"_s << u" 127.0.0.2 "_s << QVariant(u"127.0.0.2"_s) << login;
-    QTest::newRow("user") << u"username"_s << u" Joe"_s << QVariant(u"Joe"_s)
-                          << QByteArrayList{"AUTHINFO USER Joe", login[1]};
-    QTest::newRow("password") << u"password"_s << u" 0ther "_s
-                              << QVariant(QByteArray("0ther").toBase64())
-                              << QByteArrayList{login[0], "AUTHINFO PASS 0ther"};
-    QTest::newRow("blank password")
-        << u"password"_s << u"  "_s << QVariant(QByteArray()) << QByteArrayList();
-    QTest::newRow("threads") << u"threads"_s << u"50"_s << QVariant(50) << login;
-    QTest::newRow("more threads than allowed")
-        << u"threads"_s << u"51"_s << QVariant(5) << login; // the 1 is refused
+    row("host", {u"hostname"_s, u" 127.0.0.2 "_s, QVariant(u"127.0.0.2"_s), login});
+    row("user", {u"username"_s, u" Joe"_s, QVariant(u"Joe"_s),
+                 QByteArrayList{"AUTHINFO USER Joe", login[1]}});
+    row("password", {u"password"_s, u" 0ther "_s, QVariant(QByteArray("0ther").toBase64()),
+                     QByteArrayList{login[0], "AUTHINFO PASS 0ther"}});
+    row("blank password", {u"password"_s, u"  "_s, QVariant(QByteArray()), QByteArrayList()});
+    row("threads", {u"threads"_s, u"50"_s, QVariant(50), login});
+    row("more threads than allowed",
+        {u"threads"_s, u"51"_s, QVariant(5), login}); // the 1 is refused
 }
 
 void TestServerTest::provesChanges()
 {
-    QFETCH(const QString, field);
-    QFETCH(const QString, text);
-    QFETCH(const QByteArrayList, login);
+    const auto [field, text, value, login] = thisRow<QString, QString, QVariant, QByteArrayList>();
     window->open();
     const QtMessageHandler printer = qInstallMessageHandler(keepLog);
     window->write(field, text);
@@ -121,7 +115,7 @@ void TestServerTest::provesChanges()
     QTRY_VERIFY(window->isAccepted());
     QTRY_COMPARE(server->openConnections(), 0);
     qInstallMessageHandler(printer);
-    QTEST(window->stored(field), "value");
+    QCOMPARE(window->stored(field), value);
     QCOMPARE(window->told, QStringList());
     QCOMPARE(requestedPort, 119);
     QCOMPARE(server->commands(), login + QByteArrayList{"QUIT"});
@@ -130,36 +124,30 @@ void TestServerTest::provesChanges()
 
 void TestServerTest::fails_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<std::function<void(NewsServer &)>>("prepare");
-    QTest::addColumn<QString>("text");
-    using Prepare = std::function<void(NewsServer &)>;
-    const auto row = [](const char *name, const QString &text, const Prepare &prepare,
-                        const QString &host = u"127.0.0.1"_s) {
-        QTest::newRow(name) << host << prepare << text;
-    };
+    const auto row = rows<QString, Prepare, QString>();
     const auto greeting = [](const Reply &reply) {
         return [reply](NewsServer &server) { server.script(When::greeting(), reply); };
     };
     QList<qsizetype> everyByte(10'000);
     std::iota(everyByte.begin(), everyByte.end(), 1);
-    row("wrong password", u"481 "_s, [](NewsServer &server) { server.requireLogin("joe", "x"); });
-    row(
-        "no such host", u"Host not found"_s, [](NewsServer &) {}, u"nowhere..invalid"_s);
-    row("refusing port", u"Connection refused"_s, [](NewsServer &server) { server.takeOffline(); });
-    row("silence", u"Network time-out"_s, greeting(Reply::silence()));
-    row("reply that drips for ever", u"Network time-out"_s,
-        greeting(Reply::bytes("2" + QByteArray(10'000, '0')).splitAt(everyByte)));
-    row("markup", u"<p>502 &lt;img src=x&gt;&amp;amp;<p>gone\r\n"_s,
-        greeting(Reply::code("502 <img src=x>&amp;<p>gone")));
-    row("long text", u"502 xxx"_s, greeting(Reply::code("502 " + QByteArray(900'000, 'x'))));
+    row("wrong password",
+        {u"127.0.0.1"_s, [](NewsServer &server) { server.requireLogin("joe", "x"); }, u"481 "_s});
+    row("no such host", {u"nowhere..invalid"_s, [](NewsServer &) {}, u"Host not found"_s});
+    row("refusing port", {u"127.0.0.1"_s, [](NewsServer &server) { server.takeOffline(); },
+                          u"Connection refused"_s});
+    row("silence", {u"127.0.0.1"_s, greeting(Reply::silence()), u"Network time-out"_s});
+    row("reply that drips for ever",
+        {u"127.0.0.1"_s, greeting(Reply::bytes("2" + QByteArray(10'000, '0')).splitAt(everyByte)),
+         u"Network time-out"_s});
+    row("markup", {u"127.0.0.1"_s, greeting(Reply::code("502 <img src=x>&amp;<p>gone")),
+                   u"<p>502 &lt;img src=x&gt;&amp;amp;<p>gone\r\n"_s});
+    row("long text",
+        {u"127.0.0.1"_s, greeting(Reply::code("502 " + QByteArray(900'000, 'x'))), u"502 xxx"_s});
 }
 
 void TestServerTest::fails()
 {
-    QFETCH(const QString, host);
-    QFETCH(const std::function<void(NewsServer &)>, prepare);
-    QFETCH(const QString, text);
+    const auto [host, prepare, text] = thisRow<QString, Prepare, QString>();
     prepare(*server);
     window->open();
     window->find<QSpinBox>(u"networkTimeout"_s)->setMinimum(1);
@@ -190,53 +178,40 @@ void TestServerTest::fails()
 
 void TestServerTest::verifiesCertificate_data()
 {
-    enum Trust { SelfSigned, Unknown, Trusted };
-    QTest::addColumn<int>("trust");
-    QTest::addColumn<QString>("validFor");
-    QTest::addColumn<QString>("radio");
-    QTest::addColumn<QString>("text");
-    const auto row = [](const char *name, Trust trust, const QString &validFor,
-                        const QString &radio, const QString &text) {
-        QTest::newRow(name) << int(trust) << validFor << radio << text;
-    };
+    // Whether its authority is trusted, the name it is for, the port, and what is told.
+    const auto row = rows<bool, QString, int, QString>();
     const QString here = u"127.0.0.1"_s;
-    row("valid, 563", Trusted, here, u"ssl563"_s, {});
-    row("valid, 443", Trusted, here, u"ssl443"_s, {});
-    row("self-signed", SelfSigned, here, u"ssl563"_s,
-        u"SSL verification error.<p>This could mean something bad, like a man-in-the-middle attack."
-        "<p>However it is more likely"_s);
-    row("for another host, in markup", Trusted, u"<b>news"_s, u"ssl563"_s,
-        u"<p>SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
-        "certificate is only valid for '&lt;b&gt;news'"_s);
-    row("unknown authority", Unknown, here, u"ssl563"_s, u"SSL verification error: The issuer"_s);
+    row("valid, 563", {true, here, 563, {}});
+    row("valid, 443", {true, here, 443, {}});
+    row("for another host, in markup",
+        {true, u"<b>news"_s, 563,
+         u"<p>SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
+         "certificate is only valid for '&lt;b&gt;news'"_s});
+    row("unknown authority", {false, here, 563, u"SSL verification error: The issuer"_s});
 }
 
 void TestServerTest::verifiesCertificate()
 {
-    QFETCH(const int, trust);
-    QFETCH(const QString, validFor);
-    QFETCH(const QString, radio);
-    QFETCH(const QString, text);
+    const auto [isTrusted, validFor, port, text] = thisRow<bool, QString, int, QString>();
     QString reason;
-    const QStringList names{validFor.front().isDigit() ? "IP:"_L1 + validFor : u"DNS:news"_s};
-    const auto made = trust ? TestCertificate::signedByAuthority(validFor, names, &reason)
-                            : TestCertificate::selfSigned(validFor, names, &reason);
+    const auto made = TestCertificate::signedByAuthority(
+        validFor, {validFor.front().isDigit() ? "IP:"_L1 + validFor : u"DNS:news"_s}, &reason);
     if (!made)
         QSKIP(qPrintable(reason));
     std::optional<TrustedAuthority> trusted;
-    if (trust == 2)
+    if (isTrusted)
         trusted.emplace(made->authority);
     use(std::make_unique<NewsServer>(made->serverConfiguration()));
     window->open();
-    window->click(radio);
+    window->click(u"ssl%1"_s.arg(port));
     window->clickOk();
     QTRY_VERIFY(!window->isTesting());
     const QString told = window->told.join(u'|');
     QVERIFY2(text.isEmpty() ? told.isEmpty() : told.startsWith("Check server settings: "_L1 + text),
              qPrintable(told));
     QCOMPARE(window->isAccepted(), text.isEmpty());
-    QCOMPARE(requestedPort, radio == "ssl443"_L1 ? 443 : 563);
-    QCOMPARE(window->stored(u"port"_s), text.isEmpty() ? requestedPort : 119);
+    QCOMPARE(requestedPort, port);
+    QCOMPARE(window->stored(u"port"_s), text.isEmpty() ? port : 119);
     QCOMPARE(window->stored(u"ssl"_s), text.isEmpty());
 }
 
@@ -297,20 +272,20 @@ void TestServerTest::tellsOfUnwritableFile()
 
 void TestServerTest::restartsPool_data()
 {
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("accepted") << true;
-    QTest::newRow("refused") << false;
+    const auto row = rows<bool>();
+    row("accepted", {true});
+    row("refused", {false});
 }
 
 void TestServerTest::restartsPool()
 {
-    QFETCH(const bool, accepted);
+    const auto [accepted] = thisRow<bool>();
     Post post;
     post.addYenc(u"film.bin"_s, randomBytes(1, 10'000), 1000);
     post.upload(*server);
     server->holdAll();
     window->store({{u"threads"_s, 2}});
-    window->engine->addNZB(post.writeNzb(window->dir.path()));
+    const Nzb *nzb = window->engine->addNZB(post.writeNzb(window->dir.path()));
     QTRY_COMPARE(server->waiting().size(), 2);
     window->open();
     window->write(u"threads"_s, u"1"_s);
@@ -319,6 +294,7 @@ void TestServerTest::restartsPool()
     const qint64 begin = server->log().last().time;
     window->clickOk();
     QCOMPARE(window->engine->connectionCount(), 0);
+    QVERIFY(!nzb->hasActiveSegments());
     QTRY_VERIFY(!window->isTesting());
     QCOMPARE(window->isAccepted(), accepted);
     QCOMPARE(server->acceptedConnections(), 3);

@@ -9,6 +9,7 @@
 
 #include "settingsfixture.h"
 #include "support/files.h"
+#include "support/rows.h"
 #include "ui/debugdialog.h"
 #include "ui/mainwindow.h"
 
@@ -31,7 +32,6 @@ private slots:
     void refuses_data();
     void refuses();
     void hidesFileFromOthers();
-    void browses_data();
     void browses();
     void tabsAsRead();
     void comesAtStart_data();
@@ -48,19 +48,15 @@ private:
 
 void TestSettingsWindow::proposes_data()
 {
-    QTest::addColumn<QStringList>("folders");
-    QTest::addColumn<QString>("proposed");
-    QTest::newRow("at home") << QStringList{u"Downloads"_s, u"Documents/Downloads"_s}
-                             << u"/Downloads"_s;
-    QTest::newRow("among the documents")
-        << QStringList{u"Documents/Downloads"_s} << u"/Documents/Downloads"_s;
-    QTest::newRow("nowhere") << QStringList() << QString();
+    const auto row = rows<QStringList, QString>();
+    row("at home", {QStringList{u"Downloads"_s, u"Documents/Downloads"_s}, u"/Downloads"_s});
+    row("among the documents", {QStringList{u"Documents/Downloads"_s}, u"/Documents/Downloads"_s});
+    row("nowhere", {QStringList(), QString()});
 }
 
 void TestSettingsWindow::proposes()
 {
-    QFETCH(const QStringList, folders);
-    QFETCH(const QString, proposed);
+    const auto [folders, proposed] = thisRow<QStringList, QString>();
     for (const QString &folder : folders)
         QVERIFY(QDir(window->dir.path()).mkpath(folder));
     const QString player = QCoreApplication::applicationDirPath() + "/3rdparty/mplayer.exe"_L1;
@@ -92,24 +88,19 @@ void TestSettingsWindow::proposes()
 
 void TestSettingsWindow::shows_data()
 {
-    QTest::addColumn<QVariantMap>("settings");
-    QTest::addColumn<QString>("radio");
-    const auto row = [](const char *name, const QVariantMap &settings, const QString &radio) {
-        QTest::newRow(name) << settings << radio;
-    };
-    row("plain", {{u"ssl"_s, false}, {u"port"_s, 563}}, u"nossl"_s);
-    row("SSL, 443", {{u"ssl"_s, true}, {u"port"_s, 443}}, u"ssl443"_s);
-    row("SSL, 563", {{u"ssl"_s, true}, {u"port"_s, 563}}, u"ssl563"_s);
-    row("SSL, any port", {{u"ssl"_s, true}, {u"port"_s, 8080}}, u"ssl563"_s);
-    row("during", {{u"rarHandling"_s, u"during"_s}}, u"rarHandlingDuring"_s);
-    row("after", {{u"rarHandling"_s, u"after"_s}}, u"rarHandlingAfter"_s);
-    row("unknown handling", {{u"rarHandling"_s, u"During"_s}}, u"rarhandlingDisabled"_s);
+    const auto row = rows<QVariantMap, QString>();
+    row("plain", {{{u"ssl"_s, false}, {u"port"_s, 563}}, u"nossl"_s});
+    row("SSL, 443", {{{u"ssl"_s, true}, {u"port"_s, 443}}, u"ssl443"_s});
+    row("SSL, 563", {{{u"ssl"_s, true}, {u"port"_s, 563}}, u"ssl563"_s});
+    row("SSL, any port", {{{u"ssl"_s, true}, {u"port"_s, 8080}}, u"ssl563"_s});
+    row("during", {{{u"rarHandling"_s, u"during"_s}}, u"rarHandlingDuring"_s});
+    row("after", {{{u"rarHandling"_s, u"after"_s}}, u"rarHandlingAfter"_s});
+    row("unknown handling", {{{u"rarHandling"_s, u"During"_s}}, u"rarhandlingDisabled"_s});
 }
 
 void TestSettingsWindow::shows()
 {
-    QFETCH(const QVariantMap, settings);
-    QFETCH(const QString, radio);
+    const auto [settings, radio] = thisRow<QVariantMap, QString>();
     window->store(window->values());
     window->store(settings);
     window->store({{u"password"_s, QByteArray("s\xe9\0cret", 7).toBase64()}});
@@ -122,41 +113,31 @@ void TestSettingsWindow::shows()
 
 void TestSettingsWindow::changes_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    const auto row = [](const char *name, const QString &field, const QString &text,
-                        const QString &key, const QVariant &value) {
-        QTest::newRow(name) << field << text << key << value;
-    };
-    row("nothing", u"Advanced"_s, {}, {}, {});
-    row("blanks around the host", u"hostname"_s, u" 127.0.0.1 "_s, {}, {});
-    row("RAR during", u"rarHandlingDuring"_s, {}, u"rarHandling"_s, u"during"_s);
-    row("RAR disabled", u"rarhandlingDisabled"_s, {}, u"rarHandling"_s, u"disabled"_s);
-    row("repair", u"autoPAR2"_s, {}, u"autoPAR2"_s, true);
-    row("held-back blocks", u"pausePAR2"_s, {}, u"pausePAR2"_s, true);
-    row("cleared list", u"clearOnCompletion"_s, {}, u"clearOnCompletion"_s, false);
-    row("longest time-out", u"networkTimeout"_s, u"7200"_s, u"networkTimeout"_s, 7200);
-    row("longer time-out loses its last digit", u"networkTimeout"_s, u"7201"_s, u"networkTimeout"_s,
-        720);
-    row("too short a time-out", u"networkTimeout"_s, u"4"_s, {}, {});
-    row("shortest retry", u"networkRetry"_s, u"1"_s, u"networkRetry"_s, 1);
-    row("no retry", u"networkRetry"_s, u"0"_s, {}, {});
-    row("no thread", u"threads"_s, u"0"_s, {}, {});
-    row("blank player", u"mediaPlayer"_s, u" "_s, u"mediaPlayer"_s, QString());
-    row("parameters", u"mediaPlayerArgs"_s, u"-a  -b"_s, u"mediaPlayerArgs"_s, u"-a  -b"_s);
-    row("folder with a marker", u"downloadFolder"_s, u"%APPDIR"_s, u"downloadFolder"_s,
-        u"%APPDIR"_s);
+    const auto row = rows<QString, QString, QString, QVariant>();
+    row("nothing", {u"Advanced"_s, {}, {}, {}});
+    row("blanks around the host", {u"hostname"_s, u" 127.0.0.1 "_s, {}, {}});
+    row("RAR during", {u"rarHandlingDuring"_s, {}, u"rarHandling"_s, u"during"_s});
+    row("RAR disabled", {u"rarhandlingDisabled"_s, {}, u"rarHandling"_s, u"disabled"_s});
+    row("repair", {u"autoPAR2"_s, {}, u"autoPAR2"_s, true});
+    row("held-back blocks", {u"pausePAR2"_s, {}, u"pausePAR2"_s, true});
+    row("cleared list", {u"clearOnCompletion"_s, {}, u"clearOnCompletion"_s, false});
+    row("longest time-out", {u"networkTimeout"_s, u"7200"_s, u"networkTimeout"_s, 7200});
+    row("longer time-out loses its last digit",
+        {u"networkTimeout"_s, u"7201"_s, u"networkTimeout"_s, 720});
+    row("too short a time-out", {u"networkTimeout"_s, u"4"_s, {}, {}});
+    row("shortest retry", {u"networkRetry"_s, u"1"_s, u"networkRetry"_s, 1});
+    row("no retry", {u"networkRetry"_s, u"0"_s, {}, {}});
+    row("no thread", {u"threads"_s, u"0"_s, {}, {}});
+    row("blank player", {u"mediaPlayer"_s, u" "_s, u"mediaPlayer"_s, QString()});
+    row("parameters", {u"mediaPlayerArgs"_s, u"-a  -b"_s, u"mediaPlayerArgs"_s, u"-a  -b"_s});
+    row("folder with a marker",
+        {u"downloadFolder"_s, u"%APPDIR"_s, u"downloadFolder"_s, u"%APPDIR"_s});
 }
 
 /// None of these concerns the server, so that they are stored at once.
 void TestSettingsWindow::changes()
 {
-    QFETCH(const QString, field);
-    QFETCH(const QString, text);
-    QFETCH(const QString, key);
-    QFETCH(const QVariant, value);
+    const auto [field, text, key, value] = thisRow<QString, QString, QString, QVariant>();
     QVariantMap expected = window->values();
     expected[u"mediaPlayer"_s] = u"%APPDIR/test_settingswindow"_s;
     window->store(expected);
@@ -176,10 +157,7 @@ void TestSettingsWindow::changes()
 
 void TestSettingsWindow::refuses_data()
 {
-    QTest::addColumn<QVariantMap>("texts");
-    QTest::addColumn<int>("tab");
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("box");
+    const auto row = rows<QVariantMap, int, QString, QString>();
     const QString noHost = u"Hostname required: Please enter the hostname of your Usenet server"_s;
     const QString noUser =
         u"Username?: You entered a password, but left username empty. Please enter a username if "
@@ -188,26 +166,21 @@ void TestSettingsWindow::refuses_data()
         u"Download folder does not exist: The folder you specified does not exists"_s;
     const QString noPlayer = u"Media player does not exist: Please specify the location of your "
                              "media player, or leave blank"_s;
-    const auto row = [](const char *name, const QVariantMap &texts, int tab, const QString &field,
-                        const QString &box) {
-        QTest::newRow(name) << texts << tab << field << box;
-    };
     const QString host = u"hostname"_s;
     const QString user = u"username"_s;
     const QString folder = u"downloadFolder"_s;
     const QString player = u"mediaPlayer"_s;
-    row("blank host, and no user", {{host, u" "_s}, {user, {}}}, 0, host, noHost);
-    row("blank user, and no folder", {{user, u" "_s}, {folder, {}}}, 0, user, noUser);
-    row("no folder, and no player", {{folder, {}}}, 1, folder, noFolder);
-    row("file as a folder", {{folder, u"%APPDIR/test_settingswindow"_s}}, 1, folder, noFolder);
-    row("small marker", {{folder, u"%appdir"_s}}, 1, folder, noFolder);
-    row("no player there", {}, 1, player, noPlayer);
+    row("blank host, and no user", {{{host, u" "_s}, {user, {}}}, 0, host, noHost});
+    row("blank user, and no folder", {{{user, u" "_s}, {folder, {}}}, 0, user, noUser});
+    row("no folder, and no player", {{{folder, {}}}, 1, folder, noFolder});
+    row("file as a folder", {{{folder, u"%APPDIR/test_settingswindow"_s}}, 1, folder, noFolder});
+    row("small marker", {{{folder, u"%appdir"_s}}, 1, folder, noFolder});
+    row("no player there", {{}, 1, player, noPlayer});
 }
 
 void TestSettingsWindow::refuses()
 {
-    QFETCH(const QVariantMap, texts);
-    QFETCH(const QString, field);
+    const auto [texts, tab, field, box] = thisRow<QVariantMap, int, QString, QString>();
     window->store(window->values());
     window->open();
     for (auto text = texts.cbegin(); text != texts.cend(); ++text)
@@ -216,8 +189,8 @@ void TestSettingsWindow::refuses()
     window->find<QTabWidget>(u"tabWidget"_s)->setCurrentIndex(2);
     window->clickOk();
     QCOMPARE(window->told.size(), 1);
-    QTEST(window->told.first(), "box");
-    QTEST(window->tabUnderBox, "tab");
+    QCOMPARE(window->told.first(), box);
+    QCOMPARE(window->tabUnderBox, tab);
     QCOMPARE(window->dialog->focusWidget()->objectName(), field);
     QVERIFY(window->dialog->isVisible());
     QCOMPARE(window->stored(u"autoPAR2"_s), false);
@@ -236,37 +209,24 @@ void TestSettingsWindow::hidesFileFromOthers()
     }
 }
 
-void TestSettingsWindow::browses_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("player") << u"browseMplayer"_s << u"mediaPlayer"_s
-                            << u"Select media player application"_s;
-    QTest::newRow("folder") << u"browseDownloadFolder"_s << u"downloadFolder"_s
-                            << u"Select download folder"_s;
-}
-
 void TestSettingsWindow::browses()
 {
-    QFETCH(const QString, button);
-    QFETCH(const QString, field);
     window->open();
-    const QString choice = field == "mediaPlayer"_L1 ? writeFile(window->dir.filePath(u"player"_s))
-                                                     : window->dir.filePath(u"films"_s);
     window->find<QTabWidget>(u"tabWidget"_s)->setCurrentIndex(1);
-    QString title;
-    window->answerNext = [&](QWidget *modal) {
-        title = modal->windowTitle();
-        modal->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(choice);
-        QTest::keyClick(modal, Qt::Key_Return);
-    };
-    window->click(button);
-    QTEST(title, "title");
-    QCOMPARE(window->find<QLineEdit>(field)->text(), choice);
-    window->answerNext = [](QWidget *modal) { QTest::keyClick(modal, Qt::Key_Escape); };
-    window->click(button);
-    QCOMPARE(window->find<QLineEdit>(field)->text(), QString());
+    const std::tuple<QString, QString, QString> fields[] = {
+        {u"browseMplayer"_s, u"mediaPlayer"_s, writeFile(window->dir.filePath(u"player"_s))},
+        {u"browseDownloadFolder"_s, u"downloadFolder"_s, window->dir.filePath(u"films"_s)}};
+    for (const auto &[button, field, choice] : fields) {
+        window->answerNext = [path = choice](QWidget *modal) {
+            modal->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+            QTest::keyClick(modal, Qt::Key_Return);
+        };
+        window->click(button);
+        QCOMPARE(window->find<QLineEdit>(field)->text(), choice);
+        window->answerNext = [](QWidget *modal) { QTest::keyClick(modal, Qt::Key_Escape); };
+        window->click(button);
+        QCOMPARE(window->find<QLineEdit>(field)->text(), QString());
+    }
 }
 
 void TestSettingsWindow::tabsAsRead()
@@ -297,18 +257,16 @@ void TestSettingsWindow::tabsAsRead()
 
 void TestSettingsWindow::comesAtStart_data()
 {
-    QTest::addColumn<QVariantMap>("settings");
-    QTest::addColumn<bool>("comes");
-    QTest::newRow("configured") << QVariantMap() << false;
-    QTest::newRow("no host") << QVariantMap{{u"hostname"_s, QString()}} << true;
-    QTest::newRow("no folder") << QVariantMap{{u"downloadFolder"_s, QString()}} << true;
-    QTest::newRow("vanished") << QVariantMap{{u"downloadFolder"_s, u"%APPDIR/x"_s}} << true;
+    const auto row = rows<QVariantMap, bool>();
+    row("configured", {QVariantMap(), false});
+    row("no host", {QVariantMap{{u"hostname"_s, QString()}}, true});
+    row("no folder", {QVariantMap{{u"downloadFolder"_s, QString()}}, true});
+    row("vanished", {QVariantMap{{u"downloadFolder"_s, u"%APPDIR/x"_s}}, true});
 }
 
 void TestSettingsWindow::comesAtStart()
 {
-    QFETCH(const QVariantMap, settings);
-    QFETCH(const bool, comes);
+    const auto [settings, comes] = thisRow<QVariantMap, bool>();
     window->store(window->values());
     window->store({{u"threads"_s, 0}});
     window->engine->addNZB(writeFile(window->dir.filePath(u"job.nzb"_s), "<nzb/>"));
@@ -331,16 +289,14 @@ void TestSettingsWindow::comesAtStart()
 
 void TestSettingsWindow::supports()
 {
-    const QString qtVersion = QString::fromLatin1(qVersion());
     window->open();
-    QCOMPARE(window->find<QLabel>(u"marlowickversion"_s)->text(), u"Marlowick version: 0.99d"_s);
-    QCOMPARE(window->find<QLabel>(u"qtversion"_s)->text(), "QT version: "_L1 + qtVersion);
     window->find<QTabWidget>(u"tabWidget"_s)->setCurrentIndex(2);
     QDesktopServices::setUrlHandler(u"https"_s, this, "openUrl");
     window->click(u"reportBugButton"_s);
     QDesktopServices::unsetUrlHandler(u"https"_s);
     QCOMPARE(opened.path(), u"/reportBug.php"_s);
-    QCOMPARE(opened.query(), "marlowick_version=0.99d&qt_version="_L1 + qtVersion + "&os=Linux"_L1);
+    QCOMPARE(opened.query(), "marlowick_version=0.99d&qt_version="_L1
+                                 + QString::fromLatin1(qVersion()) + "&os=Linux"_L1);
     window->click(u"debugButton"_s);
     const QPointer<DebugDialog> log = DebugDialog::instance(nullptr);
     QVERIFY(log->isVisible());

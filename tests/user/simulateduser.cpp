@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// A user for the real program, which loads it as a generic plugin. The driver speaks to it on
-// standard input, a line a command; it answers there every dialog, and does what it is told when
-// none is left.
+// A user for the real program, which loads it as a generic plugin by QT_QPA_GENERIC_PLUGINS=
+// simulateduser:<file of certificates to trust>. The driver speaks to it on standard input, a line
+// a command; it answers every dialog, does what it is told when none is left, and tells what it
+// does on standard output.
 #include <QApplication>
 #include <QGenericPlugin>
 #include <QPixmapCache>
@@ -18,13 +19,14 @@
 
 #include <optional>
 
-#include "soak/useractions.h"
+#include "user/useractions.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int tickMsec = 10;
+constexpr int hastyTickMsec = 3;
 constexpr int ticksPerAction = 12; // on average
 
 QMainWindow *mainWindow()
@@ -52,14 +54,14 @@ void tellHeap()
 
 } // namespace
 
-class SoakUser final : public QObject {
+class SimulatedUser final : public QObject {
     Q_OBJECT
 
 public:
-    SoakUser()
+    SimulatedUser()
     {
-        connect(&input, &QSocketNotifier::activated, this, &SoakUser::hear);
-        connect(&timer, &QTimer::timeout, this, &SoakUser::tick);
+        connect(&input, &QSocketNotifier::activated, this, &SimulatedUser::hear);
+        connect(&timer, &QTimer::timeout, this, &SimulatedUser::tick);
         timer.start(tickMsec);
     }
 
@@ -77,10 +79,11 @@ private:
     QByteArray heard;
     QQueue<QStringList> commands;
     bool working = false;
+    bool hasty = false; ///< saves and deletes, again and again
     bool busy = false; ///< a dialog may stand in the middle of an action
 };
 
-void SoakUser::hear()
+void SimulatedUser::hear()
 {
     QByteArray bytes(65'536, '\0');
     bytes.resize(std::max<ssize_t>(read(STDIN_FILENO, bytes.data(), bytes.size()), 0));
@@ -93,7 +96,7 @@ void SoakUser::hear()
     }
 }
 
-void SoakUser::tick()
+void SimulatedUser::tick()
 {
     if (QWidget *dialog = QApplication::activeModalWidget())
         return dialogs.answer(dialog);
@@ -103,26 +106,32 @@ void SoakUser::tick()
     }
     if (busy || !actions)
         return;
-    const bool acts = working && random.bounded(ticksPerAction) == 0;
+    const bool acts = hasty || (working && random.bounded(ticksPerAction) == 0);
     if (commands.isEmpty() && !acts)
         return;
     busy = true;
     // Not from the timer's own slot, which would not run again before the end of a dialog.
     QTimer::singleShot(0, this, [this] {
-        if (commands.isEmpty())
-            actions->act();
-        else
+        if (!commands.isEmpty())
             obey(commands.dequeue());
+        else if (hasty)
+            actions->saveOrDelete();
+        else
+            actions->act();
         busy = false;
     });
 }
 
-void SoakUser::obey(const QStringList &command)
+void SimulatedUser::obey(const QStringList &command)
 {
     const QString verb = command.first();
     if (verb == "work"_L1) {
         random.seed(command.at(1).toUInt());
         working = true;
+    } else if (verb == "hurry"_L1) {
+        random.seed(command.at(1).toUInt());
+        hasty = true;
+        timer.start(hastyTickMsec);
     } else if (verb == "rest"_L1) {
         working = false;
         tell({u"resting"_s});
@@ -132,8 +141,6 @@ void SoakUser::obey(const QStringList &command)
         actions->addByDrop(command.at(1));
     } else if (verb == "resume"_L1) {
         actions->resumeAll();
-    } else if (verb == "fetch"_L1) {
-        actions->fetchRecovery(command.at(1));
     } else if (verb == "clear"_L1) {
         actions->deleteAll();
         tell({u"cleared"_s});
@@ -149,16 +156,16 @@ void SoakUser::obey(const QStringList &command)
 }
 
 /// Behind the back of the settings dialog, which knows the well-known ports only.
-void SoakUser::setUp(const QString &key, const QString &value)
+void SimulatedUser::setUp(const QString &key, const QString &value)
 {
     auto *settings = mainWindow()->findChild<QSettings *>();
     settings->setValue(key, value);
     settings->sync();
 }
 
-class SoakUserPlugin final : public QGenericPlugin {
+class SimulatedUserPlugin final : public QGenericPlugin {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "soakuser.json")
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "simulateduser.json")
 
 public:
     QObject *create(const QString & /*key*/, const QString &authorities) override
@@ -166,8 +173,8 @@ public:
         QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
         trusting.setCaCertificates(QSslCertificate::fromPath(authorities));
         QSslConfiguration::setDefaultConfiguration(trusting);
-        return new SoakUser;
+        return new SimulatedUser;
     }
 };
 
-#include "soakuser.moc"
+#include "simulateduser.moc"

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include "soak/userdialogs.h"
+#include "user/userdialogs.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>

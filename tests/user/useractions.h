@@ -7,7 +7,7 @@
 #include <QRandomGenerator>
 #include <QTreeView>
 
-#include "soak/userdialogs.h"
+#include "user/userdialogs.h"
 
 /// What the simulated user does with the program's window, by its real actions and events. What may
 /// change the outcome of a job is told before it is done.
@@ -17,12 +17,12 @@ public:
 
     /// Something at random; returns after the dialog, if it brings one.
     void act();
+    /// Now and then has the queue saved, or deletes a job.
+    void saveOrDelete();
     void addByDialog(const QString &nzb);
     void addByDrop(const QString &nzb);
     /// Lets everything go on but the PAR2 files, and opens a connection if need be.
     void resumeAll();
-    /// Lets the PAR2 files of a job go on that are held back.
-    void fetchRecovery(const QString &job);
     void deleteAll();
     void save();
     /// Tells the number of connections, and the name, the status and the files of each job.

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include "soak/useractions.h"
+#include "user/useractions.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -83,6 +83,16 @@ void UserActions::act()
         save();
     else
         look(row);
+}
+
+void UserActions::saveOrDelete()
+{
+    const int dice = random.bounded(100);
+    if (dice < 15)
+        save();
+    else if (dice < 17 && jobCount() > 0)
+        deleteRow(job(random.bounded(jobCount())),
+                  static_cast<UserDialogs::Delete>(random.bounded(2)));
 }
 
 void UserActions::trigger(const QString &action)
@@ -176,18 +186,6 @@ void UserActions::resumeAll()
         const QList<QModelIndex> files = filesOf(job(row));
         for (const QModelIndex &file : files) {
             if (!isPar2(file))
-                resume(file);
-        }
-    }
-}
-
-void UserActions::fetchRecovery(const QString &name)
-{
-    for (int row = 0; row < jobCount(); ++row) {
-        const QList<QModelIndex> files =
-            nameOf(job(row)) == name ? filesOf(job(row)) : QList<QModelIndex>();
-        for (const QModelIndex &file : files) {
-            if (isPar2(file) && !isFinished(file))
                 resume(file);
         }
     }
