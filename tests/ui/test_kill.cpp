@@ -115,7 +115,7 @@ private:
             return moment == Started || (moment == Deleting && words.contains("delete\t"))
                    || (moment >= Fetching && server.log().size() > firstRequest);
         };
-        static_cast<void>(QTest::qWaitFor(hasCome));
+        static_cast<void>(QTest::qWaitFor(hasCome, 2000)); // it may never come
         QTest::qWait(random.bounded(moment == Deleting ? 20 : 300));
     }
     /// Kills the program and judges its life.
