@@ -13,8 +13,8 @@ class QFile;
 ///
 /// The parts of a file may come in any order and over several connections at once: each decoder
 /// opens the file anew and writes its own range. A wrong size or checksum leaves isOk() false and
-/// the bytes on disk; only what hinders the writing is thrown. A long chunk is taken in pieces, each
-/// written as if it had come alone.
+/// the bytes on disk; only what hinders the writing is thrown. A long chunk is taken in pieces,
+/// each written as if it had come alone.
 class YencDecoder final : public AbstractDecoder {
     Q_OBJECT
 
