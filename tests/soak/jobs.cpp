@@ -123,7 +123,7 @@ void damage(PostedSegment &segment, Damage how)
 }
 
 /// Nobody notices a flipped byte in uuencode. PAR2 files are left alone, and so are small articles,
-/// of which the middle may be in a header line, and the first, which bring the names.
+/// of which the middle may be in a header line.
 void damageSome(Job &job, QRandomGenerator &random)
 {
     int left = random.bounded(1, 4);
@@ -134,19 +134,28 @@ void damageSome(Job &job, QRandomGenerator &random)
         PostedFile &file = job.post->file(random.bounded(job.post->fileCount()));
         const int number = random.bounded(file.segmentCount()) + 1;
         PostedSegment &segment = file.segment(number);
-        if (isRecovery(file.name) || number == 1 || segment.body.size() < 1'000
-            || damagedIds.contains(segment.id))
+        if (isRecovery(file.name) || segment.body.size() < 1'000 || damagedIds.contains(segment.id))
             continue;
         damagedIds.insert(segment.id);
         const auto how = static_cast<Damage>(file.yenc ? random.bounded(4) : 0);
         damage(segment, how);
+        const QString name = nameOnDisk(file.name);
         if (how != Damage::WrongCrc)
-            job.undetected.remove(file.name);
-        else if (!job.damaged.contains(file.name))
-            job.undetected.insert(file.name);
-        job.damaged.insert(file.name);
+            job.undetected.remove(name);
+        else if (!job.damaged.contains(name))
+            job.undetected.insert(name);
+        job.damaged.insert(name);
         --left;
     }
+}
+
+std::unique_ptr<Job> emptyJob(const QString &kind, int number)
+{
+    auto job = std::make_unique<Job>();
+    job->kind = kind;
+    job->name = u"%1 %2 \u00e9\u4e2d"_s.arg(kind).arg(number);
+    job->post = std::make_unique<Post>(u"%1-%2"_s.arg(kind).arg(number));
+    return job;
 }
 
 } // namespace
@@ -154,6 +163,21 @@ void damageSome(Job &job, QRandomGenerator &random)
 QString nameOnDisk(QString posted)
 {
     return posted.removeIf([](QChar c) { return c > u'~'; });
+}
+
+/// What a job that goes on unpacks or repairs may take a file away or bring it back.
+void Job::noteDeleted(const QStringList &names, bool onDisk)
+{
+    const bool whole = names.first().isEmpty();
+    if (!whole && (!unpacked.isEmpty() || kind == "par2"_L1))
+        return;
+    QSet<QString> &deletions = onDisk ? gone : kept;
+    for (const QString &file : names.sliced(1))
+        deletions.insert(nameOnDisk(file));
+    if (whole && onDisk) {
+        const QStringList files = unpacked.keys();
+        deletions.unite({files.cbegin(), files.cend()});
+    }
 }
 
 std::unique_ptr<Job> makeJob(int number, QRandomGenerator &random)
@@ -169,12 +193,22 @@ std::unique_ptr<Job> makeJob(int number, QRandomGenerator &random)
         {"par2"_L1, makeRecoverable, 80}, {"par2"_L1, makeRecoverable, 80},
     };
     const auto &kind = kinds[random.bounded(static_cast<int>(std::size(kinds)))];
-    auto job = std::make_unique<Job>();
-    job->kind = kind.name;
-    job->name = u"%1 %2 \u00e9\u4e2d"_s.arg(job->kind).arg(number);
-    job->post = std::make_unique<Post>(u"%1-%2"_s.arg(job->kind).arg(number));
+    auto job = emptyJob(kind.name, number);
     kind.make(*job, random);
     if (random.bounded(100) < kind.damagedPercent)
         damageSome(*job, random);
+    return job;
+}
+
+std::unique_ptr<Job> makeJobWithGaps(int number, QRandomGenerator &random)
+{
+    constexpr int size = 600;
+    constexpr int articles = 60;
+    auto job = emptyJob(u"gaps"_s, number);
+    const QString name = u"gaps.dat"_s;
+    postFile(*job, name, bytes(random, size * articles, size * articles + 1), size);
+    for (int gap = 2; gap < articles; gap += 3)
+        job->post->file(0).segment(gap).onServer = false;
+    job->damaged = {name};
     return job;
 }

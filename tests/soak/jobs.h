@@ -21,6 +21,9 @@ struct Job {
         Nothing,
     };
 
+    /// @param names  the deleted file, or nothing if it is the job; the finished files among them
+    void noteDeleted(const QStringList &names, bool onDisk);
+
     QString kind;
     QString name; ///< as the queue shows it
     std::unique_ptr<Post> post;
@@ -34,6 +37,8 @@ struct Job {
 
     bool deleted = false;
     QSet<QString> deletedFiles;
+    QSet<QString> kept; ///< finished files that were deleted from the queue alone
+    QSet<QString> gone; ///< those that were deleted on disk, too
     bool disturbed = false; ///< its PAR2 files may be held back against the program's wish
     bool saved = false; ///< the queue file has it
     Demand demand = Demand::All;
@@ -50,3 +55,6 @@ struct Job {
 
 /// A new job of a random kind, in a good half of the cases damaged; @p number makes it unique.
 [[nodiscard]] std::unique_ptr<Job> makeJob(int number, QRandomGenerator &random);
+/// A plain one of which every third article is missing, in a number that keeps all connections
+/// busy.
+[[nodiscard]] std::unique_ptr<Job> makeJobWithGaps(int number, QRandomGenerator &random);

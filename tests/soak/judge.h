@@ -23,6 +23,9 @@ struct Circumstances {
 [[nodiscard]] QStringList judge(const Job &job, const QJsonObject &row, const Circumstances &now,
                                 bool unfinished);
 
+/// What is wrong on disk with the files of @p job that were deleted, with the files or without.
+[[nodiscard]] QStringList judgeDeleted(const Job &job, const Circumstances &now);
+
 /// Whether @p stream is what a preview of @p film shows, as far as it goes: what has not arrived is
 /// zeros.
 [[nodiscard]] bool shows(const QByteArray &stream, const QByteArray &film);

@@ -10,6 +10,7 @@
 
 #include <csignal>
 
+#include "soak/silence.h"
 #include "support/files.h"
 
 using namespace Qt::StringLiterals;
@@ -29,7 +30,7 @@ constexpr int calmMsec = 3'000; // nothing is on its way by itself any more
 constexpr int warmUpRounds = 2;
 constexpr qint64 heapMargin = 1'500'000; // what is cached comes in the course of some rounds
 constexpr int objectMargin = 5;
-constexpr int descriptorMargin = 4;
+constexpr int descriptorMargin = 2;
 
 QTextStream &out()
 {
@@ -99,6 +100,8 @@ void Round::prepare()
         jobs.push_back(makeJob(++world.jobCount, random));
         jobs.back()->post->upload(*server);
     }
+    jobs.push_back(makeJobWithGaps(++world.jobCount, random));
+    jobs.back()->post->upload(*server);
     if (!world.program.isRunning()) {
         world.heapAtStart.reset();
         world.roundsOfProgram = 0;
@@ -145,7 +148,7 @@ void Round::give(const Job &job)
         find(u"a second start has failed"_s);
 }
 
-/// Jobs come in the course of the first seconds.
+/// Jobs come in the course of the first seconds, but for the last.
 void Round::live()
 {
     world.program.say({u"work"_s, QString::number(seed)});
@@ -155,7 +158,7 @@ void Round::live()
     size_t given = 0;
     bool ended = false;
     while (findings.isEmpty() && !clock.hasExpired(lifeMsec)) {
-        if (given < jobs.size())
+        if (given + 1 < jobs.size())
             give(*jobs[given++]);
         else if (random.bounded(8) == 0)
             disturbServer();
@@ -209,6 +212,10 @@ void Round::endProgram()
             job->demand = killed ? Job::Demand::Nothing : Job::Demand::Whole;
         if (job->deleted) // its folder may be gone, and the job be back
             QDir(now.downloads).mkpath(job->name);
+        if (killed) {
+            job->kept.clear();
+            job->gone.clear();
+        }
     }
     poolMayBeEmpty = true;
     world.heapAtStart.reset();
@@ -250,6 +257,8 @@ void Round::hear(const QStringList &words)
         job->disturbed = true;
     if (verb == "preview"_L1)
         streamsUnknown = streamsUnknown || job->film.isEmpty() || !job->damaged.isEmpty();
+    if (verb == "kept"_L1 || verb == "gone"_L1)
+        job->noteDeleted(words.sliced(2), verb == "gone"_L1);
     if (verb == "delete"_L1 && words.value(2).isEmpty())
         job->deleted = true;
     else if (verb == "delete"_L1)
@@ -321,9 +330,11 @@ QStringList Round::complaints(const QJsonObject &state) const
     return all;
 }
 
-/// Waits until everything is as it must be, with a user who helps where the program wants one.
+/// Gives the last job, and waits until everything is as it must be, with a user who helps where the
+/// program wants one.
 void Round::drain()
 {
+    give(*jobs.back());
     quiet.start();
     QElapsedTimer clock;
     clock.start();
@@ -334,8 +345,11 @@ void Round::drain()
         if (state.isEmpty())
             return find(u"the program has crashed, or hangs"_s);
         helpOn(state);
+        if (isLeftSilent(*server))
+            find(u"a connection is left without a command"_s);
         wrong = complaints(state);
-        if (wrong.isEmpty() && state["connections"_L1].toInt() == 0 && !abandoned.isValid())
+        if (wrong.isEmpty() && wasAllAskedFor(*jobs.back()) && state["connections"_L1].toInt() == 0
+            && !abandoned.isValid())
             return;
         QTest::qWait(200);
     }
@@ -413,6 +427,10 @@ void Round::clear()
     };
     if (!QTest::qWaitFor(isAtRest, drainMsec))
         find(u"the deleted jobs leave something running"_s);
+    for (const auto &job : jobs) {
+        for (const QString &wrong : judgeDeleted(*job, now))
+            find(wrong);
+    }
 }
 
 void Round::measure()
@@ -421,13 +439,17 @@ void Round::measure()
     heap = told.value(0).toLongLong();
     objects = told.value(1).toInt();
     const int descriptors = world.program.descriptors();
+    if (!world.descriptorsAtStart)
+        world.descriptorsAtStart = descriptors;
+    if (descriptors > *world.descriptorsAtStart + descriptorMargin)
+        find(u"%1 descriptors are open, %2 more than at first"_s.arg(descriptors)
+                 .arg(descriptors - *world.descriptorsAtStart));
     ++world.roundsOfProgram;
     if (world.roundsOfProgram < warmUpRounds)
         return;
     if (!world.heapAtStart) {
         world.heapAtStart = heap;
         world.objectsAtStart = objects;
-        world.descriptorsAtStart = descriptors;
     }
     if (!sanitized && heap > *world.heapAtStart + heapMargin)
         find(u"the heap has grown from %1 to %2 bytes in %3 rounds"_s.arg(*world.heapAtStart)
@@ -436,9 +458,6 @@ void Round::measure()
     if (objects > world.objectsAtStart + objectMargin)
         find(u"there are %1 objects, %2 more than at first"_s.arg(objects).arg(
             objects - world.objectsAtStart));
-    if (descriptors > world.descriptorsAtStart + descriptorMargin)
-        find(u"%1 descriptors are open, %2 more than at first"_s.arg(descriptors)
-                 .arg(descriptors - world.descriptorsAtStart));
 }
 
 void Round::find(const QString &what)

@@ -26,6 +26,6 @@ struct World {
     int jobCount = 0;
     std::optional<qint64> heapAtStart; ///< of the running program, once it has warmed up
     int objectsAtStart = 0;
-    int descriptorsAtStart = 0;
+    std::optional<int> descriptorsAtStart; ///< of the first program, at its first rest
     int roundsOfProgram = 0;
 };

@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMimeData>
+#include <QStatusBar>
 #include <QUrl>
 
 #include <memory>
@@ -143,9 +144,21 @@ void UserActions::deleteRow(const QModelIndex &row, UserDialogs::Delete choice)
 {
     select(row);
     dialogs.onDelete = choice;
+    const QStringList what{jobNameOf(row), row.parent().isValid() ? nameOf(row) : QString()};
     if (choice != UserDialogs::Delete::Nothing)
-        tell({u"delete"_s, jobNameOf(row), row.parent().isValid() ? nameOf(row) : QString()});
+        tell(QStringList(u"delete"_s) + what);
+    QStringList finished;
+    const QList<QModelIndex> files = row.parent().isValid() ? QList{row} : filesOf(row);
+    for (const QModelIndex &file : files) {
+        if (isFinished(file))
+            finished << nameOf(file);
+    }
+    window->statusBar()->clearMessage();
     trigger(u"actionDelete"_s);
+    if (window->statusBar()->currentMessage() != "Deleted item"_L1)
+        return; // the item has gone by itself
+    tell(QStringList(choice == UserDialogs::Delete::Item ? u"kept"_s : u"gone"_s) + what
+         + finished);
 }
 
 void UserActions::preview()
