@@ -93,17 +93,19 @@ void MainWindow::setUpToolBar()
 {
     const QList<QAction *> actions = ui->toolBar->actions();
     QWidget *previous = ui->treeView;
+    // What does not fit is behind this one of Qt's own, which is made for the mouse alone. It comes
+    // before what it reveals.
+    if (auto *more = ui->toolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
+        more->setAccessibleName(tr("More"));
+        more->setFocusPolicy(Qt::TabFocus);
+        setTabOrder(previous, more);
+        previous = more;
+    }
     for (QAction *action : actions) {
         QWidget *button = ui->toolBar->widgetForAction(action);
         button->setFocusPolicy(Qt::TabFocus);
         setTabOrder(previous, button);
         previous = button;
-    }
-    // What does not fit is behind this one of Qt's own, which is made for the mouse alone.
-    if (auto *more = ui->toolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
-        more->setAccessibleName(tr("More"));
-        more->setFocusPolicy(Qt::TabFocus);
-        setTabOrder(previous, more);
     }
     resize(size().expandedTo(ui->toolBar->sizeHint()).boundedTo(screen()->availableSize()));
     new QShortcut(Qt::CTRL | Qt::Key_Q, this, this, &MainWindow::close);
