@@ -29,6 +29,25 @@ if(MARLOWICK_FUZZ)
     target_link_options(marlowick_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# The headers that most files include, read once. Off by default, so that a file which forgets to
+# include what it needs does not compile, and because ccache keeps nothing that uses them.
+if(MARLOWICK_PRECOMPILE)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/empty.cpp CONTENT "")
+    add_library(marlowick_precompiled OBJECT ${PROJECT_BINARY_DIR}/empty.cpp)
+    set_target_properties(marlowick_precompiled PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
+    target_link_libraries(marlowick_precompiled PRIVATE marlowick_options Qt6::Core)
+    target_precompile_headers(marlowick_precompiled PRIVATE
+        <QCoreApplication> <QDebug> <QDir> <QElapsedTimer> <QFile> <QFileInfo> <QHash> <QMap>
+        <QPointer> <QProcess> <QRandomGenerator> <QSettings> <QStringList> <QTemporaryDir> <QThread>
+        <QTimer> <QUrl> <QXmlStreamWriter>
+        <algorithm> <functional> <memory> <optional> <stdexcept> <vector>)
+endif()
+function(marlowick_use_precompiled target)
+    if(MARLOWICK_PRECOMPILE)
+        target_precompile_headers(${target} REUSE_FROM marlowick_precompiled)
+    endif()
+endfunction()
+
 # marlowick_library(<subsystem> SOURCES <file>... LINK <library>...)
 # One static library a subsystem; its headers are included as "<subsystem>/<file>.h".
 function(marlowick_library subsystem)
@@ -36,4 +55,5 @@ function(marlowick_library subsystem)
     add_library(marlowick_${subsystem} STATIC ${arg_SOURCES})
     target_include_directories(marlowick_${subsystem} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(marlowick_${subsystem} PUBLIC ${arg_LINK} PRIVATE marlowick_options)
+    marlowick_use_precompiled(marlowick_${subsystem})
 endfunction()
