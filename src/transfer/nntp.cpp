@@ -19,6 +19,10 @@ namespace {
 /// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
 constexpr qint64 maxLineLength = 1024 * 1024;
 
+/// What one connection decrypts before the others and the window get their turn. Without a limit
+/// eight connections decrypt eight whole articles first.
+constexpr qint64 decryptedAtOnce = 256 * 1024;
+
 /// As it is sent: a message id out of an NZB must not smuggle in a command of its own.
 QString withoutControlCharacters(const QString &text)
 {
@@ -42,6 +46,7 @@ NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const Q
         auto *sslSocket = new QSslSocket(this);
         connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
         connect(sslSocket, &QSslSocket::peerVerifyError, this, &NNTP::onSSLerror);
+        sslSocket->setReadBufferSize(decryptedAtOnce);
         socket = sslSocket;
     } else {
         socket = new QTcpSocket(this);
@@ -163,7 +168,6 @@ void NNTP::dropDecoder()
 {
     delete decoder;
     decoder = nullptr;
-    socket->setReadBufferSize(0);
 }
 
 void NNTP::sendCommand(const QString &command)
@@ -233,6 +237,8 @@ void NNTP::readReply()
     if (!socket->canReadLine()) {
         if (socket->bytesAvailable() > maxLineLength)
             abortForEndlessLine();
+        else if (ssl && socket->bytesAvailable() >= decryptedAtOnce)
+            socket->setReadBufferSize(0); // or the rest of a long line would wait for room for ever
         return;
     }
     QByteArray line = takeLine();

@@ -17,11 +17,6 @@ namespace {
 /// The end of a multi-line reply, with the line end before it (RFC 3977 3.1.1).
 constexpr QByteArrayView terminator = "\r\n.\r\n";
 
-/// What one connection decrypts of a body before the others and the window get their turn. Without
-/// a limit eight connections decrypt eight whole articles first. Lines have none: one
-/// that is longer would wait for room for ever.
-constexpr qint64 decryptedAtOnce = 256 * 1024;
-
 /// How many bytes of the terminator @p chunk ends with, 0 to 4.
 int terminatorBegun(const QByteArray &chunk)
 {
@@ -84,8 +79,6 @@ void NNTP::startDecoder(AbstractDecoder *newDecoder, QByteArray &line)
 {
     const QPointer<NNTP> self(this);
     decoder = newDecoder;
-    if (ssl)
-        socket->setReadBufferSize(decryptedAtOnce);
     decode(line);
     if (self)
         onReadyRead();

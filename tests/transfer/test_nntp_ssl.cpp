@@ -66,7 +66,7 @@ void TestNntpSsl::verifiesCertificate()
         QFile saved(dir.filePath(u"film.bin"_s));
         QVERIFY(saved.open(QIODevice::ReadOnly));
         QVERIFY(saved.readAll() == content);
-        // What limits the decryption of a body must not make a long line wait for room.
+        // What limits the decryption must not make a long line wait for room.
         server.script(When::body(), Reply::bytes(QByteArray(4'000'000, 'x')));
         link.nntp->getArticle(u"a@b"_s, dir.path(), nullptr, 1);
         QTRY_COMPARE(link.failed.size(), 1);
