@@ -29,18 +29,25 @@ if(MARLOWICK_FUZZ)
     target_link_options(marlowick_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# The headers that most files include, read once. Off by default, so that a file which forgets to
-# include what it needs does not compile, and because ccache keeps nothing that uses them.
-if(MARLOWICK_PRECOMPILE)
+# The headers that most files include, read once; and once more for the tests, whose flags differ.
+# Off by default, so that a file which forgets to include what it needs does not compile, and
+# because ccache keeps nothing that uses them.
+# marlowick_precompile(<target> FLAGS <compiler flag>...)
+function(marlowick_precompile target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FLAGS")
     file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/empty.cpp CONTENT "")
-    add_library(marlowick_precompiled OBJECT ${PROJECT_BINARY_DIR}/empty.cpp)
-    set_target_properties(marlowick_precompiled PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
-    target_link_libraries(marlowick_precompiled PRIVATE marlowick_options Qt6::Core)
-    target_precompile_headers(marlowick_precompiled PRIVATE
+    add_library(${target} OBJECT ${PROJECT_BINARY_DIR}/empty.cpp)
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
+    target_link_libraries(${target} PRIVATE marlowick_options Qt6::Core)
+    target_compile_options(${target} PRIVATE ${arg_FLAGS})
+    target_precompile_headers(${target} PRIVATE
         <QCoreApplication> <QDebug> <QDir> <QElapsedTimer> <QFile> <QFileInfo> <QHash> <QMap>
         <QPointer> <QProcess> <QRandomGenerator> <QSettings> <QStringList> <QTemporaryDir> <QThread>
         <QTimer> <QUrl> <QXmlStreamWriter>
         <algorithm> <functional> <memory> <optional> <stdexcept> <vector>)
+endfunction()
+if(MARLOWICK_PRECOMPILE)
+    marlowick_precompile(marlowick_precompiled)
 endif()
 function(marlowick_use_precompiled target)
     if(MARLOWICK_PRECOMPILE)

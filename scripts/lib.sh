@@ -4,14 +4,16 @@
 # shellcheck shell=bash disable=SC2016,SC2034
 # Shared by the scripts beside it and by .ci/run; sourced, never run. Needs what a fresh Debian has:
 # bash, apt-get, perl.
-# From the environment: MARLOWICK_WERROR=ON makes compiler warnings errors, MARLOWICK_BUILD names
-# the folder of the release build.
+# From the environment: MARLOWICK_WERROR=ON makes compiler warnings errors, MARLOWICK_PRECOMPILE=ON
+# precompiles headers, MARLOWICK_BUILD names the folder of the release build.
 
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 build_folder=${MARLOWICK_BUILD:-build}
+# Most tests wait for a server more than they compute.
+tests_at_once=$(($(nproc) * 2))
 build_packages=(
     build-essential cmake ninja-build
     qt6-base-dev qt6-5compat-dev qt6-tools-dev qt6-l10n-tools libquazip1-qt6-dev zlib1g-dev
@@ -20,7 +22,7 @@ build_packages=(
 )
 test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n xvfb dbus-daemon at-spi2-core)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)
-fuzz_packages=(clang libclang-rt-dev)
+clang_packages=(clang libclang-rt-dev)
 ci_packages=(clang-format desktop-file-utils appstream mandoc g++-aarch64-linux-gnu qemu-user)
 package_packages=(dpkg-dev lintian)
 
@@ -119,7 +121,8 @@ entries in /etc/apt, then: apt-get update && apt-get install --no-install-recomm
 configure() {
     local preset=$1 folder=$2
     shift 2
-    local options=("-DMARLOWICK_WERROR=${MARLOWICK_WERROR:-OFF}" "$@")
+    local options=("-DMARLOWICK_WERROR=${MARLOWICK_WERROR:-OFF}"
+        "-DMARLOWICK_PRECOMPILE=${MARLOWICK_PRECOMPILE:-OFF}" "$@")
     if command -v ccache >/dev/null; then
         options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     fi

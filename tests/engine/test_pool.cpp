@@ -230,9 +230,9 @@ void TestPool::asksForPasswordOnceEach()
     EngineFixture t;
     t.set("threads", 3);
     t.server->requireLogin("joe", "secret");
-    connect(t.engine.get(), &Marlowick::error, this, [&] {
+    connect(t.engine.get(), &Marlowick::error, this, [&, atOnce = answeredAtOnce] {
         t.engine->setErrorBoxShown(true);
-        if (answeredAtOnce)
+        if (atOnce)
             t.engine->setErrorBoxShown(false);
     });
     Post post;
@@ -289,7 +289,7 @@ void TestPool::unwritableFilePausesOnce()
     const auto [spoil, mend, error] = thisRow<Step, Step, QString>();
     EngineFixture t;
     QVERIFY(QDir().mkpath(t.downloads()));
-    const auto restore = qScopeGuard([&] { mend(t); });
+    const auto restore = qScopeGuard([&, mend = mend] { mend(t); });
     Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
     QVERIFY(spoil(t));

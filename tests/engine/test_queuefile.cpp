@@ -234,7 +234,7 @@ void TestQueueFile::backupIsOneSaveOld()
     t->engine->saveQueue();
     writeFile(path(), "<qzb><nzb name='x'/>");
     restart();
-    QVERIFY_EXCEPTION_THROWN(t->engine->loadQueue(QString()), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, t->engine->loadQueue(QString()));
     const QByteArray backup = document(u".old"_s);
     t->engine->loadBackup();
     QCOMPARE(jobs(), (QStringList{u"a"_s, u"b"_s}));
@@ -288,7 +288,7 @@ void TestQueueFile::fullDiskLeavesBackup()
     QVERIFY(t->errors.isEmpty()); // only the next start tells
     QCOMPARE(document(u".old"_s), saved);
     restart();
-    QVERIFY_EXCEPTION_THROWN(t->engine->loadQueue(QString()), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, t->engine->loadQueue(QString()));
     t->engine->loadBackup();
     QCOMPARE(jobs(), QStringList{u"a"_s});
 }

@@ -179,7 +179,7 @@ void TestPar2Process::followsTheSteps()
 
 void TestPar2Process::noProgram()
 {
-    QVERIFY_EXCEPTION_THROWN(ScriptedPar2(&job, {}, at(u"no"_s)), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, ScriptedPar2(&job, {}, at(u"no"_s)));
     // Nor does it start where there is no folder to run in.
     Par2Process par2(&job, {at(u"no/x.vol0"_s), at(u"no/y.vol0"_s)}, nullptr);
     QCOMPARE(eventsOf(par2), u"unanswered"_s);

@@ -199,7 +199,7 @@ void TestRarHandler::unpacks()
     for (const QString &order : {u"in order"_s, u"first one last"_s, u"after the download"_s}) {
         RarJob job(set);
         connect(job.handler, &RarHandler::passwordNeeded, this,
-                [&] { job.handler->setRarPassword(password); });
+                [&, password = password] { job.handler->setRarPassword(password); });
         for (int i = 0; i < job.count(); ++i)
             job.writeVolume(i, set.at(i).second.size() / 2);
         debugLog.clear();

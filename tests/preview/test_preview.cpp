@@ -306,7 +306,7 @@ void TestPreview::lastsUntilPlayerEnds_data()
 
 void TestPreview::lastsUntilPlayerEnds()
 {
-    const auto [name] = thisRow<QString>();
+    const QString name = std::get<0>(thisRow<QString>());
     const QByteArray event = QTest::currentDataTag();
     writeAt(path(name), scannedFrom, dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle));
     writeAt(path(name), 1000 * 2048 + leastTitle, "-");

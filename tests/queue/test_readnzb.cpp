@@ -132,7 +132,7 @@ void TestReadNzb::opensOnlyFiles()
     const QString pipe = folder.filePath(u"pipe"_s); // it would wait for a writer
     QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
     for (const QString &path : {pipe, folder.path()})
-        QVERIFY_EXCEPTION_THROWN(Nzb(nullptr, QString(), path), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, Nzb(nullptr, QString(), path));
 }
 
 void TestReadNzb::segments_data()

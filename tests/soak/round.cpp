@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef SOAK_SANITIZED
 constexpr bool sanitized = true;
 #else
 constexpr bool sanitized = false;

@@ -103,7 +103,7 @@ void TestUUDecoder::refusesEndlessLine()
     UUDecoder decoder(dir->path(), u"a"_s, 2, nullptr);
     const Blocks halves(2, QByteArray(512 * 1024, '!'));
     feed(decoder, halves);
-    QVERIFY_EXCEPTION_THROWN(feed(decoder, {"!"}), std::length_error);
+    QVERIFY_THROWS_EXCEPTION(std::length_error, feed(decoder, {"!"}));
 }
 
 QTEST_GUILESS_MAIN(TestUUDecoder)

@@ -470,7 +470,7 @@ void TestMainWindow::damagedQueue()
     if (!backupIsGood)
         writeFile(queue + ".old"_L1, "<qzb><nzb name='y'/>");
     QStringList told;
-    const auto read = [&](QMessageBox::StandardButton button) {
+    const auto read = [&, backupIsGood = backupIsGood](QMessageBox::StandardButton button) {
         return [&, button](QWidget *dialog) {
             auto *question = qobject_cast<QMessageBox *>(dialog);
             told << question->windowTitle() << question->text();

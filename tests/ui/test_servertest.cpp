@@ -126,15 +126,15 @@ void TestServerTest::fails_data()
 {
     const auto row = rows<QString, Prepare, QString>();
     const auto greeting = [](const Reply &reply) {
-        return [reply](NewsServer &server) { server.script(When::greeting(), reply); };
+        return [reply](NewsServer &s) { s.script(When::greeting(), reply); };
     };
     QList<qsizetype> everyByte(10'000);
     std::iota(everyByte.begin(), everyByte.end(), 1);
     row("wrong password",
-        {u"127.0.0.1"_s, [](NewsServer &server) { server.requireLogin("joe", "x"); }, u"481 "_s});
+        {u"127.0.0.1"_s, [](NewsServer &s) { s.requireLogin("joe", "x"); }, u"481 "_s});
     row("no such host", {u"nowhere..invalid"_s, [](NewsServer &) {}, u"Host not found"_s});
-    row("refusing port", {u"127.0.0.1"_s, [](NewsServer &server) { server.takeOffline(); },
-                          u"Connection refused"_s});
+    row("refusing port",
+        {u"127.0.0.1"_s, [](NewsServer &s) { s.takeOffline(); }, u"Connection refused"_s});
     row("silence", {u"127.0.0.1"_s, greeting(Reply::silence()), u"Network time-out"_s});
     row("reply that drips for ever",
         {u"127.0.0.1"_s, greeting(Reply::bytes("2" + QByteArray(10'000, '0')).splitAt(everyByte)),
