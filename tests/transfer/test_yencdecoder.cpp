@@ -4,6 +4,7 @@
 #include "transfer/yencdecoder.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -183,7 +184,9 @@ void TestYencDecoder::fails_data()
     row("long name", {Blocks{"=ybegin name=" + QByteArray(300, 'n') + '\n'}, opening});
     row("offset 0", {Blocks{part + "0 end=3\r\n"}, u"Error seeking file"_s});
     row("lowest offset", {Blocks{part + "-9223372036854775808\r\n"}, u"Error seeking file"_s});
-    row("offset where no byte fits", {Blocks{part + "9223372036854775807\r\n" + ab}, u"Error "_s});
+    // Some file systems refuse the offset, others the first byte there.
+    row("offset where no byte fits", {Blocks{part + "9223372036854775807\r\n" + ab},
+                                      u"Error seeking file|Error writing to file"_s});
 }
 
 void TestYencDecoder::fails()
@@ -194,7 +197,7 @@ void TestYencDecoder::fails()
     QVERIFY(QFile::link(dir->filePath(u"outside"_s), job.filePath(u"link"_s)));
     YencDecoder decoder(job.path(), nullptr);
     const QString text = feed(decoder, blocks);
-    QVERIFY2(text.startsWith(error), qPrintable(text));
+    QVERIFY2(QRegularExpression(u"^("_s + error + u')').match(text).hasMatch(), qPrintable(text));
     QVERIFY(!decoder.isOk());
     QVERIFY(!QFile::exists(dir->filePath(u"outside"_s)));
 }
