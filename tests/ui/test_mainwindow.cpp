@@ -16,7 +16,6 @@
 #include <QToolBar>
 
 #include <algorithm>
-#include <sys/statvfs.h>
 
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -32,22 +31,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What the disk says that is asked for its free bytes; less than nothing is a failure.
-double freeOnDisk = 1e12;
-
 bool isVisible(const QWidget *widget) { return widget->isVisible(); }
 
 } // namespace
-
-extern "C" int statvfs(const char * /*path*/, struct statvfs *info) noexcept
-{
-    if (freeOnDisk < 0)
-        return -1;
-    info->f_bsize = 4096;
-    info->f_frsize = 1;
-    info->f_bavail = static_cast<fsblkcnt_t>(freeOnDisk);
-    return 0;
-}
 
 /// The window used by key and click.
 class TestMainWindow final : public QObject, private WindowFixture {
@@ -56,7 +42,6 @@ class TestMainWindow final : public QObject, private WindowFixture {
 private slots:
     void init()
     {
-        freeOnDisk = 1e12;
         configure();
         open();
     }
@@ -66,9 +51,6 @@ private slots:
         window.reset();
     }
 
-    void statistics();
-    void diskspace_data();
-    void diskspace();
     void boxesComeOneAfterAnother();
     void opensNoConnectionUnderBox();
     void asksForPassword();
@@ -108,22 +90,6 @@ private:
         set("networkTimeout", 30);
         set("networkRetry", 30);
     }
-    /// A job of a film, which is finished, a text and a PAR2 volume, with their files on disk.
-    Nzb *addJob(const QString &name = u"job"_s)
-    {
-        const QString path = writeFile(dir->filePath(name + ".nzb"_L1), R"xml(<nzb>
-    <file subject='"film.mkv" (1/1)'><segment number='1' bytes='1000'>a@b</segment></file>
-    <file subject='"read.txt" (1/2)'><segment number='1' bytes='500'>c@d</segment>
-    <segment number='2' bytes='500'>e@f</segment></file>
-    <file subject='"film.par2" (1/1)'><segment number='1' bytes='1000'>g@h</segment></file></nzb>)xml");
-        Nzb *nzb = engine->addNZB(path);
-        for (int i = 0; i < nzb->fileCount(); ++i)
-            writeFile(nzb->folder() + u'/' + nzb->fileAt(i)->name(), "data");
-        int number = 0;
-        nzb->fileAt(0)->nextSegment(&number);
-        nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
-        return nzb;
-    }
     /// Clicks this button of the box or dialog that opens next.
     void answerNext(const std::function<QAbstractButton *(QWidget *)> &button)
     {
@@ -148,15 +114,6 @@ private:
         return qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
     }
     [[nodiscard]] QString message() const { return window->statusBar()->currentMessage(); }
-    [[nodiscard]] QStringList statusFields() const
-    {
-        QStringList texts;
-        const QList<QLabel *> labels =
-            window->statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
-        for (const QLabel *label : labels)
-            texts << label->text();
-        return texts;
-    }
 
     std::optional<QAbstractItemModelTester> tester;
     QRegion painted;
@@ -166,47 +123,6 @@ void TestMainWindow::open()
 {
     openWindow();
     tester.emplace(view()->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-}
-
-void TestMainWindow::statistics()
-{
-    const auto shown = [this](int speed, quint64 left, int seconds) {
-        emit engine->downloadStatistics(speed, left, seconds);
-        return statusFields().sliced(1);
-    };
-    QCOMPARE(shown(131072, 1, 3599), (QStringList{u"  1.0 Mbit/s  "_s, u" 0d 0h 60m left  "_s}));
-    QCOMPARE(shown(2'000'000'000, 1, 2 * 86400 + 3600 + 29),
-             (QStringList{u"  15258.8 Mbit/s  "_s, u" 2d 1h 0m left  "_s}));
-    QCOMPARE(shown(0, 1, 0), (QStringList{u"  0.0 Mbit/s  "_s, u"  **d **h **m left "_s}));
-    QCOMPARE(shown(0, 0, 0), (QStringList{u"  0.0 Mbit/s  "_s, u" 0d 0h 0m left  "_s}));
-}
-
-void TestMainWindow::diskspace_data()
-{
-    const auto row = rows<double, bool, QString, QString>();
-    const QString none = u"  0 GB free  "_s;
-    row("plenty", {5.99 * 1024 * 1024 * 1024, false, u"  5 GB free  "_s, QString()});
-    row("just enough", {100.0 * 1024 * 1024, false, none, QString()});
-    row("low", {99.5 * 1024 * 1024, false, none,
-                u"Only 99.5 MB of disk space left. Suspending all downloads."_s});
-    row("low, and all is paused", {0.0, true, none, QString()});
-    row("cannot be told", {-1.0, false, none, QString()});
-}
-
-void TestMainWindow::diskspace()
-{
-    const auto [free, pausedBefore, field, warning] = thisRow<double, bool, QString, QString>();
-    const Nzb *nzb = addJob();
-    if (pausedBefore)
-        engine->pauseAll();
-    select(rowAt(0));
-    freeOnDisk = free;
-    window->checkDiskspace();
-    QCOMPARE(statusFields().value(0), field);
-    QCOMPARE(nzb->isPaused(), pausedBefore || !warning.isEmpty());
-    QCOMPARE(action(u"actionPause"_s)->isChecked(), nzb->isPaused());
-    QCoreApplication::processEvents();
-    QCOMPARE(box() ? box()->text() : QString(), warning);
 }
 
 void TestMainWindow::boxesComeOneAfterAnother()
