@@ -77,10 +77,10 @@ bool Program::startAgain(const QString &argument) const
 
 void Program::say(const QStringList &words) { process.write(words.join(u'\t').toUtf8() + '\n'); }
 
-QString Program::ask(const QString &command, const QString &verb)
+QString Program::ask(const QStringList &words, const QString &verb)
 {
     answers.remove(verb);
-    say({command});
+    say(words);
     static_cast<void>(
         QTest::qWaitFor([&] { return answers.contains(verb) || !isRunning(); }, patience));
     return answers.value(verb);
@@ -88,15 +88,15 @@ QString Program::ask(const QString &command, const QString &verb)
 
 QJsonObject Program::state()
 {
-    return QJsonDocument::fromJson(ask(u"state"_s, u"state"_s).toUtf8()).object();
+    return QJsonDocument::fromJson(ask({u"state"_s}, u"state"_s).toUtf8()).object();
 }
 
 void Program::hear()
 {
     while (process.canReadLine()) {
         const QStringList words = QString::fromUtf8(process.readLine().chopped(1)).split(u'\t');
-        static const QStringList verbs{u"ready"_s, u"resting"_s, u"cleared"_s, u"state"_s,
-                                       u"heap"_s};
+        static const QStringList verbs{u"ready"_s,   u"set"_s,   u"resting"_s,
+                                       u"cleared"_s, u"state"_s, u"heap"_s};
         if (verbs.contains(words.first()))
             answers.insert(words.first(), words.value(1, u""_s));
         else if (listener)

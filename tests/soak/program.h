@@ -26,7 +26,7 @@ public:
 
     void say(const QStringList &words);
     /// Waits for the user's answer that starts with @p verb; a null text if there is none.
-    [[nodiscard]] QString ask(const QString &command, const QString &verb);
+    [[nodiscard]] QString ask(const QStringList &words, const QString &verb);
     [[nodiscard]] QJsonObject state();
 
     [[nodiscard]] qint64 residentBytes() const;

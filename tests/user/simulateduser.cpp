@@ -69,7 +69,7 @@ private:
     void hear();
     void tick();
     void obey(const QStringList &command);
-    void setUp(const QString &key, const QString &value);
+    void setUp(const QStringList &keysAndValues);
 
     QRandomGenerator random{1};
     UserDialogs dialogs{random};
@@ -149,17 +149,19 @@ void SimulatedUser::obey(const QStringList &command)
     } else if (verb == "heap"_L1) {
         tellHeap();
     } else if (verb == "set"_L1) {
-        setUp(command.at(1), command.at(2));
+        setUp(command.sliced(1));
+        tell({u"set"_s});
     } else if (verb == "close"_L1) {
         QMetaObject::invokeMethod(mainWindow(), "close", Qt::QueuedConnection);
     }
 }
 
 /// Behind the back of the settings dialog, which knows the well-known ports only.
-void SimulatedUser::setUp(const QString &key, const QString &value)
+void SimulatedUser::setUp(const QStringList &keysAndValues)
 {
     auto *settings = mainWindow()->findChild<QSettings *>();
-    settings->setValue(key, value);
+    for (qsizetype i = 0; i + 1 < keysAndValues.size(); i += 2)
+        settings->setValue(keysAndValues.at(i), keysAndValues.at(i + 1));
     settings->sync();
 }
 
