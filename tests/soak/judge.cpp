@@ -27,8 +27,7 @@ public:
             complain(u"has vanished"_s);
         if (row.isEmpty() && !sound && now.autoPar2)
             complain(u"was cleared with damage"_s);
-        const bool unpacks = !job.unpacked.isEmpty() && now.rarHandling != "disabled"_L1
-                             && !(job.encrypted && now.passwordDeclined);
+        const bool unpacks = !job.unpacked.isEmpty() && now.rarHandling != "disabled"_L1;
         if (sound && unpacks)
             demandWhole(job.unpacked, {});
         else
@@ -88,8 +87,7 @@ private:
         const QString status = row["status"_L1].toString();
         if (status.endsWith(u'%') && !now.autoPar2 && lacksArticles())
             return;
-        if (!(job.encrypted && now.passwordDeclined))
-            expect(u"the job"_s, status, wantedStatus());
+        expect(u"the job"_s, status, wantedStatus());
     }
 
     /// A file that ends with a missing article is finished, and yet its bytes do not add up.
@@ -137,8 +135,9 @@ QStringList judge(const Job &job, const QJsonObject &row, const Circumstances &n
     if (job.deleted || job.demand == Job::Demand::Nothing || cutShort || lost)
         return {};
     Judge judge(job, row, now);
-    const bool loose = job.demand == Job::Demand::Whole || !job.deletedFiles.isEmpty()
-                       || (unfinished && !job.damaged.isEmpty());
+    const bool mayBeLocked = job.encrypted && now.passwordDeclined; // the box names no job
+    const bool loose = mayBeLocked || job.demand == Job::Demand::Whole
+                       || !job.deletedFiles.isEmpty() || (unfinished && !job.damaged.isEmpty());
     return loose ? judge.loosely(job.damaged + job.deletedFiles) : judge.strictly();
 }
 

@@ -14,7 +14,7 @@ struct Circumstances {
     bool autoPar2 = false;
     bool cleared = false; ///< finished jobs may have left the queue
     bool killed = false;
-    bool passwordDeclined = false;
+    bool passwordDeclined = false; ///< of one encrypted job at least
 };
 
 /// What is wrong with a job in the end, by what has been posted and what the queue shows of it.
