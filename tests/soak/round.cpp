@@ -28,7 +28,7 @@ constexpr int drainMsec = sanitized ? 120'000 : 45'000;
 constexpr int idleMsec = sanitized ? 40'000 : 20'000; // above time-out, its check and the retry
 constexpr int calmMsec = 3'000; // nothing is on its way by itself any more
 constexpr int warmUpRounds = 2;
-constexpr qint64 heapMargin = 1'500'000; // what is cached comes in the course of some rounds
+constexpr qint64 heapMargin = 600'000; // what is cached, up to 301 KiB, comes in some rounds
 constexpr int objectMargin = 5;
 constexpr int descriptorMargin = 2;
 
@@ -246,8 +246,10 @@ void Round::hear(const QStringList &words)
     Job *job = jobNamed(words.value(1));
     if (verb == "box"_L1)
         hearBox(words.value(1), words.value(2));
-    if (verb == "settings"_L1)
-        poolMayBeEmpty = now.cleared = true;
+    if (verb == "settings"_L1) {
+        poolMayBeEmpty = true;
+        now.cleared = now.cleared || words.value(1) == "clears"_L1;
+    }
     if (verb == "password"_L1)
         now.passwordDeclined = now.passwordDeclined || words.value(1) == "declined"_L1;
     if (verb == "saved"_L1) {

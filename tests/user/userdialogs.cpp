@@ -77,13 +77,16 @@ void UserDialogs::changeSettings(QDialog *dialog)
     const bool tried = dialog->property("tried").toBool();
     const bool agrees = !tried && random.bounded(4) > 0;
     dialog->setProperty("tried", true);
-    tell({u"settings"_s, agrees ? u"ok"_s : u"cancel"_s});
-    if (!agrees)
+    if (!agrees) {
+        tell({u"settings"_s, u"cancel"_s});
         return buttons->button(QDialogButtonBox::Cancel)->click();
+    }
     if (random.bounded(3) == 0)
         dialog->findChild<QSpinBox *>(u"threads"_s)->setValue(random.bounded(1, 9));
+    auto *clears = dialog->findChild<QCheckBox *>(u"clearOnCompletion"_s);
     if (random.bounded(2) == 0)
-        dialog->findChild<QCheckBox *>(u"clearOnCompletion"_s)->toggle();
+        clears->toggle();
+    tell({u"settings"_s, clears->isChecked() ? u"clears"_s : u"keeps"_s});
     const auto *off = dialog->findChild<QRadioButton *>(u"rarhandlingDisabled"_s);
     if (!off->isChecked())
         click(dialog, random.bounded(2) ? u"rarHandlingDuring"_s : u"rarHandlingAfter"_s);
