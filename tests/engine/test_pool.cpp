@@ -184,7 +184,9 @@ void TestPool::failures_data()
          u"Server asks for password. Please specify password in 'settings' window."_s});
     row("483 in the middle of a session",
         {second, "483 no", u"Supplied password not accepted. Check server settings"_s});
-    row("481 to the password", {When::command("AUTHINFO PASS"), "481 wrong password", {}});
+    for (const char *reply : {"481 wrong password", "482 out of sequence", "502 too many users"})
+        row(qPrintable(QLatin1StringView(reply, 3) + " to the password"_L1),
+            {When::command("AUTHINFO PASS"), reply, {}});
     row("502 instead of a greeting", {When::greeting(), "502 too many connections", {}});
     row("400 instead of a greeting", {When::greeting(), "400 come back later", {}});
     row("400 after idling", {second, "400 idle for too long", {}});

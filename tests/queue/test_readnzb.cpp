@@ -2,12 +2,14 @@
 // SPDX-License-Identifier: MIT
 #include <QStringEncoder>
 #include <QTest>
+#include <QXmlDefaultHandler>
 
 #include <quazip/quagzipfile.h>
 #include <sys/stat.h>
 
 #include "queue/nzbfile.h"
 #include "queue/readjob.h"
+#include "queue/readxml.h"
 #include "support/rows.h"
 
 using namespace Qt::StringLiterals;
@@ -54,6 +56,8 @@ private slots:
     void documents_data();
     void documents();
     void opensOnlyFiles();
+    void limits_data();
+    void limits();
     void segments_data();
     void segments();
     void attributes();
@@ -133,6 +137,25 @@ void TestReadNzb::opensOnlyFiles()
     QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
     for (const QString &path : {pipe, folder.path()})
         QVERIFY_THROWS_EXCEPTION(std::runtime_error, Nzb(nullptr, QString(), path));
+}
+
+void TestReadNzb::limits_data()
+{
+    const auto row = rows<XmlLimits, XmlResult>();
+    row("just enough", {{147, 10, 100}, XmlResult::Read});
+    row("document too long", {{146, 10, 100}, XmlResult::Damaged});
+    row("too many elements", {{147, 9, 100}, XmlResult::Damaged});
+}
+
+void TestReadNzb::limits()
+{
+    const auto [limits, expected] = thisRow<XmlLimits, XmlResult>();
+    const QByteArray xml =
+        "<nzb>" + QByteArray("<x/>").repeated(9) + QByteArray(100, 't') + "</nzb>";
+    const QTemporaryDir folder;
+    QXmlDefaultHandler handler;
+    for (const QByteArray &content : {xml, gzipped(xml)})
+        QCOMPARE(readXml(writeFile(folder.filePath(u"x"_s), content), handler, limits), expected);
 }
 
 void TestReadNzb::segments_data()

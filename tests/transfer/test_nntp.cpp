@@ -137,10 +137,16 @@ void TestNntp::hidesRepeatedPassword()
     QFETCH(const int, code);
     QFETCH(const QString, text);
     server->script(When::command(command), Reply::bytes(reply));
+    static QStringList logged;
+    logged.clear();
+    const QtMessageHandler printer = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &line) { logged << line; });
+    const auto restore = qScopeGuard([printer] { qInstallMessageHandler(printer); });
     Link link(*server, password);
     fetch(link);
     QTRY_COMPARE(link.failed.size(), 1);
     QCOMPARE(link.failed.first().first(2), (QVariantList{code, text}));
+    QCOMPARE(logged.filter(u"Received: "_s).last(), "Received: \""_L1 + text.trimmed() + u'"');
 }
 
 void TestNntp::fetchesArticle_data()
@@ -329,15 +335,19 @@ void TestNntp::endlessReply_data()
     QTest::addColumn<QByteArray>("start");
     QTest::addColumn<QByteArray>("pattern");
     QTest::addColumn<int>("seqnr");
-    const QByteArray x = "x";
-    QTest::newRow("line") << QByteArray() << x << 1;
-    QTest::newRow("empty lines") << QByteArray() << "\r\n"_ba << 1;
-    QTest::newRow("lines behind an article that is not there") << "430 no\r\n"_ba
-                                                               << "200 hello\r\n"_ba << 1;
-    QTest::newRow("body line") << "222 body\r\n"_ba << x << 1;
-    QTest::newRow("yEnc control line") << "222 body\r\n=ybegin size=9 name=a\r\n=y"_ba << x << 1;
-    QTest::newRow("uuencode line")
-        << QByteArray("222 body\r\nM" + QByteArray(60, '!') + "\r\n") << x << 2;
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char *name, const QByteArray &start, const QByteArray &pattern,
+                        const QString &error, int seqnr = 1) {
+        QTest::newRow(name) << start << pattern << seqnr << QString("The server sent "_L1 + error);
+    };
+    const QString endless = u"a line without an end"_s;
+    const QString unasked = u"more than it was asked for"_s;
+    row("line", {}, "x", endless);
+    row("empty lines", {}, "\r\n", unasked);
+    row("lines behind an article that is not there", "430 no\r\n", "200 hello\r\n", unasked);
+    row("body line", "222 body\r\n", "x", endless);
+    row("yEnc control line", "222 body\r\n=ybegin size=9 name=a\r\n=y", "x", endless);
+    row("uuencode line", "222 body\r\nM" + QByteArray(60, '!') + "\r\n", "x", endless, 2);
 }
 
 void TestNntp::endlessReply()
@@ -345,12 +355,13 @@ void TestNntp::endlessReply()
     QFETCH(const QByteArray, start);
     QFETCH(const QByteArray, pattern);
     QFETCH(const int, seqnr);
+    QFETCH(const QString, error);
     server->script(When::body(),
                    Reply::bytes(start + pattern.repeated(4'000'000 / pattern.size())));
     Link link(*server);
     fetch(link, seqnr);
     QTRY_COMPARE(link.failed.size(), 1);
-    QCOMPARE(link.failed.first().at(0).toInt(), 0);
+    QCOMPARE(link.failed.first().first(2), (QVariantList{0, error}));
     QVERIFY(link.decoded.isEmpty());
     QVERIFY(link.nntp->bytesReceived() < 4'000'000);
 }

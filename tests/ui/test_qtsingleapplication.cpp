@@ -218,7 +218,7 @@ void TestQtSingleApplication::crowdOfSendersIsBounded()
     link.takeMessages();
     constexpr auto others = QFile::WriteGroup | QFile::WriteOther;
     QVERIFY(!(QFileInfo(link.socketPath()).permissions() & others));
-    std::array<QLocalSocket, 10 * InstanceLink::maxSenders> crowd;
+    std::array<QLocalSocket, 50 * InstanceLink::maxSenders> crowd;
     for (QLocalSocket &sender : crowd) {
         sender.connectToServer(link.socketPath());
         QTRY_COMPARE(sender.state(), QLocalSocket::ConnectedState);
