@@ -15,12 +15,15 @@
 #include "enginefixture.h"
 #include "support/failingclose.h"
 #include "support/rows.h"
+#include "support/smalldisk.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
 using Step = std::function<bool(const EngineFixture &)>;
 
 namespace {
+
+const bool mayMount = SmallDisk::prepare(); // early: QtTest has a thread of its own
 
 /// Whether permissions do not count, for a process that has this right: root may give it up for a
 /// while, and nobody else has it.
@@ -68,6 +71,9 @@ private slots:
     void quittingConnectionGetsNoWork_data();
     void quittingConnectionGetsNoWork();
     void statistics();
+
+private:
+    std::optional<SmallDisk> disk;
 };
 
 void TestPool::opensOneAfterAnother()
@@ -260,10 +266,12 @@ void TestPool::unwritableFilePausesOnce_data()
     const auto film = [](const EngineFixture &t) -> QString {
         return t.downloads() + "/demo/film.bin"_L1;
     };
-    const auto allow = [](QFile::Permissions permissions, bool overriding) {
+    static constexpr auto closed = QFile::ReadOwner | QFile::ExeOwner;
+    static constexpr auto open = closed | QFile::WriteOwner;
+    const auto allow = [](const QString &folder, QFile::Permissions permissions) {
         return [=](const EngineFixture &t) {
-            return setOverriding(overriding)
-                   && QFile::setPermissions(t.downloads() + "/demo"_L1, permissions);
+            return setOverriding(permissions == open)
+                   && QFile::setPermissions(t.downloads() + folder, permissions);
         };
     };
     const QString cannotOpen = u"Error opening file: "_s;
@@ -274,12 +282,26 @@ void TestPool::unwritableFilePausesOnce_data()
     row("folder removed", {[](const auto &t) { return QDir(t.downloads()).removeRecursively(); },
                            [](const auto &t) { return QDir().mkpath(t.downloads() + "/demo"_L1); },
                            cannotOpen + "the folder is missing"_L1});
-    row("no permission", {allow(QFile::ReadOwner | QFile::ExeOwner, false),
-                          allow(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner, true),
-                          cannotOpen + "Permission denied"_L1});
+    row("no permission",
+        {allow(u"/demo"_s, closed), allow(u"/demo"_s, open), cannotOpen + "Permission denied"_L1});
+    row("download folder that is read-only, and the job's removed",
+        {[=](const auto &t) {
+             return QDir(t.downloads()).rmdir(u"demo"_s) && allow({}, closed)(t);
+         },
+         [=](const auto &t) { return allow({}, open)(t) && QDir(t.downloads()).mkpath(u"demo"_s); },
+         cannotOpen + "the folder is missing"_L1});
     row("no more room behind 16 KiB",
         {[](const auto &) { return limitFileSize(16 * 1024); },
          [](const auto &) { return limitFileSize(RLIM_INFINITY); }, cannotWrite});
+    if (mayMount) {
+        row("full file system",
+            {[this](const auto &t) {
+                 return disk.emplace(t.downloads() + "/demo"_L1, 16 * 1024).isGood();
+             },
+             [this](const auto &) { return !disk || disk->resize(1024 * 1024); }, cannotWrite});
+    } else {
+        qWarning("Without the row of a full file system: this system forbids mounts.");
+    }
     static std::optional<FailingClose> quota;
     row("quota that tells when the file is closed",
         {[](const auto &) { return quota.emplace("/film.bin"), true; },
@@ -291,7 +313,10 @@ void TestPool::unwritableFilePausesOnce()
     const auto [spoil, mend, error] = thisRow<Step, Step, QString>();
     EngineFixture t;
     QVERIFY(QDir().mkpath(t.downloads()));
-    const auto restore = qScopeGuard([&, mend = mend] { mend(t); });
+    const auto restore = qScopeGuard([&, mend = mend] {
+        mend(t);
+        disk.reset();
+    });
     Nzb *nzb = t.startHeldFilm(40'000);
     QTRY_COMPARE(t.server->waiting().size(), 4);
     QVERIFY(spoil(t));
@@ -302,6 +327,17 @@ void TestPool::unwritableFilePausesOnce()
     QVERIFY(t.errors.first().endsWith(". Pausing downloads"_L1));
     QVERIFY(t.engine->allPaused());
     QVERIFY(!nzb->hasActiveSegments());
+
+    t.engine->saveQueue();
+    t.engine->saveQueue(); // now the backup has the same
+    Marlowick afterwards(nullptr);
+    afterwards.loadQueue(QString());
+    afterwards.loadBackup();
+    QCOMPARE(afterwards.queue()->size(), 1);
+    QVERIFY(afterwards.allPaused());
+    QCOMPARE(afterwards.queue()->first()->fileAt(0)->completedBytes(),
+             nzb->fileAt(0)->completedBytes());
+    QCOMPARE(t.errors.size(), 1);
 
     QVERIFY(mend(t));
     nzb->setPaused(false);
