@@ -3,6 +3,7 @@
 #include "soak/judge.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "support/files.h"
 
@@ -23,8 +24,6 @@ public:
 
     [[nodiscard]] QStringList strictly()
     {
-        if (row.isEmpty() && !now.cleared)
-            complain(u"has vanished"_s);
         if (row.isEmpty() && !sound && now.autoPar2)
             complain(u"was cleared with damage"_s);
         const bool unpacks = !job.unpacked.isEmpty() && now.rarHandling != "disabled"_L1;
@@ -46,6 +45,13 @@ public:
         complaints.clear();
         demandWhole(job.unpacked, {});
         return complaints.isEmpty() ? complaints : posted;
+    }
+
+    [[nodiscard]] QStringList demandRow()
+    {
+        if (row.isEmpty() && !now.cleared)
+            complain(u"has vanished"_s);
+        return std::exchange(complaints, {});
     }
 
     [[nodiscard]] QStringList demandGone(const QSet<QString> &names)
@@ -138,7 +144,8 @@ QStringList judge(const Job &job, const QJsonObject &row, const Circumstances &n
     const bool mayBeLocked = job.encrypted && now.passwordDeclined; // the box names no job
     const bool loose = mayBeLocked || job.demand == Job::Demand::Whole
                        || !job.deletedFiles.isEmpty() || (unfinished && !job.damaged.isEmpty());
-    return loose ? judge.loosely(job.damaged + job.deletedFiles) : judge.strictly();
+    return judge.demandRow()
+           + (loose ? judge.loosely(job.damaged + job.deletedFiles) : judge.strictly());
 }
 
 /// The pieces of a series go when they are joined, whatever comes of it.
