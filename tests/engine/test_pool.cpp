@@ -331,12 +331,16 @@ void TestPool::unwritableFilePausesOnce()
     t.engine->saveQueue();
     t.engine->saveQueue(); // now the backup has the same
     Marlowick afterwards(nullptr);
-    afterwards.loadQueue(QString());
-    afterwards.loadBackup();
-    QCOMPARE(afterwards.queue()->size(), 1);
-    QVERIFY(afterwards.allPaused());
-    QCOMPARE(afterwards.queue()->first()->fileAt(0)->completedBytes(),
-             nzb->fileAt(0)->completedBytes());
+    for (const bool backup : {false, true}) {
+        if (backup)
+            afterwards.loadBackup();
+        else
+            afterwards.loadQueue(QString());
+        QCOMPARE(afterwards.queue()->size(), 1);
+        QVERIFY(afterwards.allPaused());
+        QCOMPARE(afterwards.queue()->first()->fileAt(0)->completedBytes(),
+                 nzb->fileAt(0)->completedBytes());
+    }
     QCOMPARE(t.errors.size(), 1);
 
     QVERIFY(mend(t));
