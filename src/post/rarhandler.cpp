@@ -17,6 +17,14 @@ RarHandler::RarHandler(Nzb *nzb)
     : QThread(nzb)
     , nzb(nzb)
 {
+    // By way of this object: whoever stops the handler can have delivered what is still under way
+    // to it.
+    connect(this, &RarHandler::memberBegun, this,
+            [nzb](const QString &file, quint64 size) { nzb->addExtractedFile(file, size); });
+    connect(this, &RarHandler::volumeMissed, this, &RarHandler::reviewVolume);
+    // Connected first, called first: whoever hears of the end finds isProcessing() changed.
+    connect(this, &RarHandler::processingComplete, this, &RarHandler::noteCompletion);
+    connect(this, &RarHandler::errorProcessing, this, &RarHandler::noteFailure);
 }
 
 void RarHandler::stop()
@@ -132,6 +140,14 @@ void RarHandler::reviewVolume()
     noteArrivals();
     if (volumeReady(waitingFor))
         volumeCondition.wakeOne();
+}
+
+void RarHandler::noteCompletion() { processing = false; }
+
+void RarHandler::noteFailure()
+{
+    processing = false;
+    failed = true;
 }
 
 void RarHandler::setRarPassword(const QString &text)

@@ -62,6 +62,10 @@ signals:
     void lowDiskspace(quint64 needed);
     void currentlyExtracting(QString filename);
 
+    // To itself, by way of the event loop of the main thread.
+    void memberBegun(QString file, quint64 size);
+    void volumeMissed();
+
 protected:
     void run() override;
 
@@ -74,6 +78,8 @@ private:
     void noteArrivals();
     [[nodiscard]] bool isPlacedByHand(const QString &name) const;
     void reviewVolume();
+    void noteCompletion();
+    void noteFailure();
 
     [[nodiscard]] Outcome unpack();
     [[nodiscard]] Outcome processMembers();
@@ -84,7 +90,6 @@ private:
     [[nodiscard]] RarArchive::Result skip();
     [[nodiscard]] RarArchive::Result extract();
     void removeVolumes();
-    void endRun(bool hasFailed);
     void askPassword(const QString &rarfile);
     [[nodiscard]] bool unlock();
 

@@ -49,11 +49,9 @@ void RarHandler::run()
     switch (outcome) {
     case Outcome::Complete:
         removeVolumes();
-        endRun(false);
         emit processingComplete(nzb);
         break;
     case Outcome::Failed:
-        endRun(true);
         emit errorProcessing(nzb, rarFile);
         break;
     case Outcome::NoSpace:
@@ -147,10 +145,7 @@ Result RarHandler::extract()
     qDebug() << "RARhandler: extracting file" << currentFile << "size" << member.size;
     // Made at once, for whoever wants to read it as it grows. The folder may be missing yet.
     static_cast<void>(QFile(folder + u'/' + currentFile).open(QIODevice::ReadWrite));
-    // By way of this object, which outlives the worker; the job may be half gone already.
-    QMetaObject::invokeMethod(
-        this, [this, file = currentFile, size = member.size] { nzb->addExtractedFile(file, size); },
-        Qt::QueuedConnection);
+    emit memberBegun(currentFile, member.size);
     emit currentlyExtracting(currentFile);
     return archive->extractMember();
 }
@@ -162,18 +157,6 @@ void RarHandler::removeVolumes()
         QFile::remove(volume);
     }
     volumes.clear();
-}
-
-/// To be called ahead of the signal, whose way through the event loop this takes.
-void RarHandler::endRun(bool hasFailed)
-{
-    QMetaObject::invokeMethod(
-        this,
-        [this, hasFailed] {
-            processing = false;
-            failed = failed || hasFailed;
-        },
-        Qt::QueuedConnection);
 }
 
 void RarHandler::askPassword(const QString &rarfile)
@@ -234,7 +217,7 @@ bool RarHandler::waitForVolume(const QString &name)
     if (!volumeReady(name)) {
         if (stopRequested)
             return false;
-        QMetaObject::invokeMethod(this, &RarHandler::reviewVolume, Qt::QueuedConnection);
+        emit volumeMissed();
         sleepOn(volumeCondition, volumeMutex);
     }
     const bool ready = volumeReady(name);

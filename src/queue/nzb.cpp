@@ -177,7 +177,6 @@ void Nzb::addExtractedFile(const QString &file, quint64 bytesExtracted)
         extractedFiles_.insert(file, bytesExtracted);
         return;
     }
-    QMetaObject::invokeMethod(
-        this, [this, file, bytesExtracted] { addExtractedFile(file, bytesExtracted); },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "addExtractedFile", Qt::QueuedConnection, Q_ARG(QString, file),
+                              Q_ARG(quint64, bytesExtracted));
 }
