@@ -62,7 +62,8 @@ signals:
     void lowDiskspace(quint64 needed);
     void currentlyExtracting(QString filename);
 
-    // To itself, by way of the event loop of the main thread.
+    // To itself, by way of the event loop of the main thread. A functor sent by invokeMethod()
+    // would do, but the thread sanitizer cannot see which thread is done with it first.
     void memberBegun(QString file, quint64 size);
     void volumeMissed();
 

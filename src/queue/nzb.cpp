@@ -177,6 +177,7 @@ void Nzb::addExtractedFile(const QString &file, quint64 bytesExtracted)
         extractedFiles_.insert(file, bytesExtracted);
         return;
     }
+    // By name, for the thread sanitizer: it cannot see which thread is done with a functor first.
     QMetaObject::invokeMethod(this, "addExtractedFile", Qt::QueuedConnection, Q_ARG(QString, file),
                               Q_ARG(quint64, bytesExtracted));
 }
