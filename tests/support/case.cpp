@@ -10,7 +10,7 @@ private slots:
     {
         QTest::addColumn<std::size_t>("number");
         for (std::size_t i = 0; i < Case::all().size(); ++i)
-            QTest::newRow(Case::all()[i].first) << i;
+            QTest::newRow(Case::all()[i].first.constData()) << i;
     }
     void test()
     {
