@@ -4,9 +4,14 @@
 
 #include <QString>
 
-/// @p text fit for a document: half a surrogate pair, which an .nzb can smuggle in as a character
-/// reference, would make the whole document unreadable. Control characters are dropped by Qt.
+/// @p text as a document can hold it. Half a surrogate pair, which an .nzb can smuggle in as a
+/// character reference, would make the whole document unreadable; at a control character, U+FFFE or
+/// U+FFFF the writer reports an error as if the disk were full.
 [[nodiscard]] inline QString writableXml(const QString &text)
 {
-    return text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());
+    QString result = text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());
+    result.removeIf([](QChar c) {
+        return (c < u' ' && c != u'\t' && c != u'\n' && c != u'\r') || c >= u'\xFFFE';
+    });
+    return result;
 }
