@@ -26,12 +26,6 @@ QString unusedName(const QString &folder, const QString &name)
     return candidate;
 }
 
-/// Without control characters, which the queue file cannot hold.
-QString printable(QString name)
-{
-    return name.removeIf([](QChar c) { return c < u' '; });
-}
-
 void makeFolder(const QString &folder)
 {
     if (!QDir().mkpath(folder))
@@ -64,7 +58,7 @@ Nzb *Marlowick::importNzb(const QString &nzbFile)
     auto nzb = std::make_unique<Nzb>(this, folder, nzbFile);
     // The download folder comes first: names such as ".." exist in it, and so are never taken.
     makeFolder(folder);
-    nzb->setName(unusedName(folder, printable(nzb->name())));
+    nzb->setName(unusedName(folder, nzb->name()));
     makeFolder(nzb->folder());
     qDebug().nospace() << "Created folder: " << nzb->folder();
 

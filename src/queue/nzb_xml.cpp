@@ -16,6 +16,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// Without what the queue file cannot hold, so that the job finds its folder again.
+QString printable(const QString &name)
+{
+    return writableXml(name).removeIf([](QChar c) { return c < u' '; });
+}
+
+} // namespace
+
 void Nzb::readNzb(const QString &nzbFile)
 {
     const XmlResult result = readXml(nzbFile, *this);
@@ -27,7 +37,7 @@ void Nzb::readNzb(const QString &nzbFile)
         qDebug() << "Error encountered while parsing NZB, but keeping it silent as we do were able "
                     "to parse some items";
     }
-    name_ = cleanName(QFileInfo(nzbFile).fileName());
+    name_ = cleanName(printable(QFileInfo(nzbFile).fileName()));
 }
 
 bool Nzb::startElement(const QString &, const QString &, const QString &qName,

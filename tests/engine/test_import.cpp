@@ -47,6 +47,7 @@ void TestImport::namesFolders_data()
     row("three of one name", {u"abc.nzb"_s, QStringList{u"abc"_s, u"abc2"_s, u"abc3"_s}});
     row("upper case and blanks", {u" x .NZB"_s, QStringList{u"x"_s, u"x2"_s}});
     row("only one ending goes", {u"x.nzb.nzb"_s, QStringList{u"x.nzb"_s}});
+    row("what no queue file holds", {u"\x1 x\xFFFF.nz\tb\x7"_s, QStringList{u"x"_s, u"x2"_s}});
     row("no name", {u".nzb"_s, QStringList{u"2"_s, u"3"_s}});
     row("this folder", {u"..nzb"_s, QStringList{u".2"_s}});
     row("parent folder", {u"...nzb"_s, QStringList{u"..2"_s}});
@@ -65,6 +66,12 @@ void TestImport::namesFolders()
         QCOMPARE(nzb->folder(), t.downloads() + u'/' + name);
         QVERIFY(QFile::exists(nzb->folder()));
     }
+    t.engine->saveQueue();
+    Marlowick next(nullptr);
+    next.loadQueue(QString());
+    // Deliberate: a saved name loses such an ending again.
+    for (qsizetype i = 0; i < jobs.size() && nzbFile != "x.nzb.nzb"_L1; ++i)
+        QCOMPARE(next.queue()->at(i)->name(), jobs.at(i));
     QCOMPARE(QDir(t.downloads())
                  .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)
                  .size(),
