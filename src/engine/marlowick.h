@@ -86,7 +86,8 @@ public:
 
 signals:
     void beforeAddNZB(QString name);
-    /// Closes what beforeAddNZB() opened; null when the job could not be made.
+    /// Closes what beforeAddNZB() opened; null when the job could not be made, or its element of
+    /// the queue file breaks off.
     void NZBadded(Nzb *nzb);
     void beforeNzbDelete(Nzb *nzb);
     void beforeNzbFileDelete(NzbFile *file);
@@ -103,6 +104,9 @@ signals:
     void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
     /// The extraction of @p rarfile sleeps until setRarPassword() is called.
     void passwordNeeded(Nzb *nzb, QString rarfile);
+    /// Around a change of the whole queue at once, of which no other signal tells.
+    void beforeQueueReset();
+    void queueReset();
 
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
@@ -186,6 +190,7 @@ private:
     QTimer saveTimer;
     bool errorShown = false;
     bool errorBoxShown = false;
+    int rowsOpen = 0; ///< beforeAddNZB() without NZBadded(), while the queue file is read
     bool queueFileDamaged = false; ///< so that it must not take the place of the backup
     bool passwordAsked = false; ///< the server has, since a connection was last opened
     int bytesPerSecond = 0;

@@ -99,20 +99,21 @@ void Marlowick::loadQueue(const QString &fileName)
     const QString path = fileName.isEmpty() ? queueFileName : fileName;
     if (!QFile::exists(path))
         return;
-    switch (readXml(path, *this, queueLimits)) {
-    case XmlResult::CannotOpen:
+    const XmlResult result = readXml(path, *this, queueLimits);
+    for (; rowsOpen > 0; --rowsOpen) // the file has broken off inside of a job
+        emit NZBadded(nullptr);
+    if (result == XmlResult::CannotOpen)
         throw std::runtime_error(tr("Error loading queue file").toStdString());
-    case XmlResult::Damaged:
+    if (result == XmlResult::Damaged)
         throw std::runtime_error(tr("Error parsing queue file").toStdString());
-    case XmlResult::Read:
-        break;
-    }
 }
 
-/// What a failed loadQueue() has read stays allocated; the model learns of it with the next row.
+/// What a failed loadQueue() has read stays allocated.
 void Marlowick::loadBackup()
 {
+    emit beforeQueueReset();
     nzbs.clear();
+    emit queueReset();
     loadQueue(backupFileName);
     queueFileDamaged = QFile::exists(backupFileName);
 }
@@ -126,6 +127,7 @@ bool Marlowick::startElement(const QString &namespaceURI, const QString &localNa
     auto *nzb = new Nzb(this, downloadFolder(), QString());
     static_cast<void>(nzb->startElement(namespaceURI, localName, qName, attributes));
     nzb->setName(folderName(nzb->name()));
+    ++rowsOpen;
     emit beforeAddNZB(nzb->name());
     nzbs.append(nzb);
     return true;
@@ -137,8 +139,10 @@ bool Marlowick::endElement(const QString &namespaceURI, const QString &localName
     if (nzbs.isEmpty())
         return true;
     static_cast<void>(nzbs.last()->endElement(namespaceURI, localName, qName));
-    if (qName == "nzb"_L1)
+    if (qName == "nzb"_L1) {
+        --rowsOpen;
         emit NZBadded(nzbs.last());
+    }
     return true;
 }
 

@@ -74,6 +74,8 @@ NzbModel::NzbModel(QObject *parent, Marlowick *engine)
     connect(engine, &Marlowick::NzbItemDeleted, this, &NzbModel::onNzbItemDeleted);
     connect(engine, &Marlowick::downloadProgresses, this, &NzbModel::onNzbFileUpdate);
     connect(engine, &Marlowick::nzbComplete, this, &NzbModel::onNzbComplete);
+    connect(engine, &Marlowick::beforeQueueReset, this, [this] { beginResetModel(); });
+    connect(engine, &Marlowick::queueReset, this, [this] { endResetModel(); });
 }
 
 INzbItem *NzbModel::itemAt(const QModelIndex &index)

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// What goes wrong in a user's daily life, and what has become of the jobs in the end.
+#include <QAbstractItemModelTester>
+#include <QTreeView>
+
+#include <stdexcept>
+
+#include "enginefixture.h"
+#include "queue/nzbmodel.h"
+#include "support/case.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Backup {
+    const char *name;
+    const char *document; ///< null: there is none
+    const char *shown;
+};
+const Backup backups[] = {
+    {"none", nullptr, ""},
+    {"empty", "", ""},
+    {"no jobs", "<qzb/>", ""},
+    {"good", "<qzb><nzb name='a'/><nzb name='b'/></qzb>", "ab"},
+    {"cut inside a job", "<qzb><nzb name='a'/><nzb name='b'><file>", "ab"},
+};
+
+void showsBackup(const Backup &row)
+{
+    EngineFixture t;
+    NzbModel model(nullptr, t.engine.get());
+    const QAbstractItemModelTester tester(&model);
+    QTreeView view;
+    view.setModel(&model);
+    const auto shown = [&] {
+        QString names;
+        for (QModelIndex i = view.indexAt({}); i.isValid(); i = view.indexBelow(i))
+            names += i.data().toString();
+        return names;
+    };
+    const QString path = t.dir.filePath(u"Marlowick/queue.qzb"_s);
+    writeFile(path, "<qzb><nzb name='x'/><nzb name='y'><file>");
+    if (row.document)
+        writeFile(path + ".old"_L1, row.document);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, t.engine->loadQueue(QString()));
+    QCOMPARE(shown(), u"xy"_s);
+    try {
+        t.engine->loadBackup();
+    } catch (const std::runtime_error &) {
+    }
+    QCOMPARE(shown(), QString::fromLatin1(row.shown));
+}
+const Case a("the view holds what a damaged queue's backup does", backups, showsBackup);
+
+} // namespace
