@@ -169,6 +169,7 @@ private:
     [[nodiscard]] bool endJoin(Nzb *nzb);
 
     void releaseRemoved(NzbFile *file);
+    void processLater(Nzb *nzb);
     void endProcessing(Nzb *nzb);
 
     void decoderFailed(bool jobDeleted, const QString &msg);

@@ -98,8 +98,13 @@ void Marlowick::endProcessing(Nzb *nzb)
 void Marlowick::deleteItem(INzbItem *item)
 {
     if (auto *file = qobject_cast<NzbFile *>(item)) {
+        auto *nzb = qobject_cast<Nzb *>(file->parent());
+        const bool waitedFor = !nzb->isComplete();
+        const bool underWay = file->hasActiveSegments();
         emit beforeNzbFileDelete(file);
-        qobject_cast<Nzb *>(file->parent())->removeFile(file);
+        nzb->removeFile(file);
+        if (waitedFor && !underWay)
+            processLater(nzb);
     } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
         emit beforeNzbDelete(nzb);
         nzbs.removeAll(nzb);
@@ -128,5 +133,16 @@ void Marlowick::releaseRemoved(NzbFile *file)
             delete nzb;
     } else if (nzb->indexOf(file) < 0 && !file->hasActiveSegments()) {
         delete file;
+        processLater(nzb);
     }
+}
+
+/// Looks at a job that has lost a file, which may have been the last one that it waited for. Not at
+/// once: a connection may be in the midst of its report, or the queue about to be saved and closed.
+void Marlowick::processLater(Nzb *nzb)
+{
+    QTimer::singleShot(0, nzb, [this, nzb] {
+        if (nzbs.contains(nzb) && nzb->fileCount() > 0 && nzb->isComplete())
+            processNzb(nzb);
+    });
 }

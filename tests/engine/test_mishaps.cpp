@@ -55,4 +55,37 @@ void showsBackup(const Backup &row)
 }
 const Case a("the view holds what a damaged queue's backup does", backups, showsBackup);
 
+struct Removal {
+    const char *name;
+    Reply reply; ///< to each article of the file that is removed
+    bool held; ///< it is under way when the file goes
+};
+const Removal removals[] = {
+    {"refused for ever", Reply::code("451 no"), false},
+    {"arrives behind it", Reply::ordinary(), true},
+    {"is missing", Reply::code("430 no"), true},
+    {"connection cut", Reply::ordinary().cutAfter(500), true},
+};
+
+void processesWithoutRemoved(const Removal &row)
+{
+    EngineFixture t;
+    t.set("networkRetry", 1);
+    Post post;
+    post.addYenc(u"film.bin"_s, randomBytes(1, 2000), 1000);
+    const QByteArray id = post.addYenc(u"gone.bin"_s, "x").id(1);
+    t.server->script(When::body(id), row.reply);
+    if (row.held)
+        t.server->hold(id);
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.completedFiles, QStringList{u"film.bin"_s});
+    QTRY_VERIFY(t.server->bodyCount(id) > 0 && (row.held || !nzb->hasActiveSegments()));
+    t.engine->deleteItem(nzb->fileAt(1));
+    t.server->releaseAll();
+    QTRY_COMPARE(t.completedJobs, QStringList{u"demo"_s});
+    QTRY_COMPARE(t.engine->connectionCount(), 0);
+    QCOMPARE(t.completedJobs.size(), 1);
+}
+const Case b("a job goes on without a file that is removed", removals, processesWithoutRemoved);
+
 } // namespace
