@@ -4,6 +4,7 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <algorithm>
 #include <optional>
 #include <stdexcept>
@@ -191,9 +192,10 @@ void YencDecoder::openFile()
 {
     delete std::exchange(file, nullptr);
     const QString path = folder % u'/' % filename_;
-    if (!isInsideFolder(folder, path)) {
-        fail(tr("Error opening file: ") + tr("the folder is missing, or the name leads out of it"));
-    }
+    // The name holds no separator: only a link can lead elsewhere. Anything else that is wrong,
+    // such as a folder that is gone, the system tells best.
+    if (QFileInfo(path).isSymLink() && !isInsideFolder(folder, path))
+        fail(tr("Error opening file: ") + tr("the name leads out of its folder"));
     file = new QFile(path, this);
     // Unbuffered, so that a full disk shows at the write that meets it.
     if (!file->open(QIODevice::ReadWrite | QIODevice::Unbuffered))

@@ -180,8 +180,13 @@ void TestYencDecoder::fails_data()
     const QString opening = u"Error opening file: "_s;
     const QByteArray part = beginLine + "=ypart begin=";
     row("folder", {Blocks{"=ybegin name=folder\r\n"}, opening});
-    row("link out of the folder", {Blocks{"=ybegin name=link\r\n"}, opening});
-    row("long name", {Blocks{"=ybegin name=" + QByteArray(300, 'n') + '\n'}, opening});
+    row("link out of the folder",
+        {Blocks{"=ybegin name=link\r\n"}, opening + "the name leads out"_L1});
+    row("no folder", {Blocks{"=ybegin name=a\r\n"}, opening + "No such file or directory"_L1});
+    for (const int size : {300, 5000}) // too much for the file system, for any path
+        row(qPrintable(u"name of %1"_s.arg(size)),
+            {Blocks{"=ybegin name=" + QByteArray(size, 'n') + '\n'},
+             opening + "File name too long"_L1});
     row("offset 0", {Blocks{part + "0 end=3\r\n"}, u"Error seeking file"_s});
     row("lowest offset", {Blocks{part + "-9223372036854775808\r\n"}, u"Error seeking file"_s});
     // Some file systems refuse the offset, others the first byte there.
@@ -195,7 +200,8 @@ void TestYencDecoder::fails()
     const QDir job(dir->filePath(u"job"_s));
     QVERIFY(job.mkpath(u"folder"_s));
     QVERIFY(QFile::link(dir->filePath(u"outside"_s), job.filePath(u"link"_s)));
-    YencDecoder decoder(job.path(), nullptr);
+    const bool noFolder = "no folder"_L1 == QLatin1StringView(QTest::currentDataTag());
+    YencDecoder decoder(noFolder ? job.filePath(u"none"_s) : job.path(), nullptr);
     const QString text = feed(decoder, blocks);
     QVERIFY2(QRegularExpression(u"^("_s + error + u')').match(text).hasMatch(), qPrintable(text));
     QVERIFY(!decoder.isOk());
