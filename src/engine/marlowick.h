@@ -148,6 +148,7 @@ private:
     [[nodiscard]] NNTP *senderConnection() const;
     [[nodiscard]] NNTP *makeConnection();
     void assignArticle(NNTP *connection);
+    static bool makeFolderAnew(Nzb *nzb);
     void dismiss(NNTP *connection);
     void drop(NNTP *connection);
 
@@ -172,7 +173,7 @@ private:
     void processLater(Nzb *nzb);
     void endProcessing(Nzb *nzb);
 
-    void decoderFailed(bool jobDeleted, const QString &msg);
+    void decoderFailed(bool passing, const QString &msg);
     [[nodiscard]] quint64 checkTimeouts();
     void updateStatistics(quint64 total);
     [[nodiscard]] quint64 bytesLeft() const;

@@ -25,7 +25,8 @@ enum ReplyCode {
 void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr)
 {
     qDebug().nospace() << "NNTP/socket error: " << error << ' ' << msg;
-    const bool jobDeleted = nzbfile && !nzbs.contains(qobject_cast<Nzb *>(nzbfile->parent()));
+    Nzb *nzb = nzbfile ? qobject_cast<Nzb *>(nzbfile->parent()) : nullptr;
+    const bool jobDeleted = nzb && !nzbs.contains(nzb);
     if (nzbfile) {
         nzbfile->requeueSegment(seqnr);
         releaseRemoved(nzbfile);
@@ -50,7 +51,7 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
         break;
     case NNTP::DecoderFailed:
         drop(connection);
-        decoderFailed(jobDeleted, msg);
+        decoderFailed(jobDeleted || (nzb && makeFolderAnew(nzb)), msg);
         break;
     case NNTP::ConnectionsClosed:
         emit notice(0, tr("Server settings changed"));
@@ -64,11 +65,11 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
     }
 }
 
-/// A file could not be written. The folder of a deleted job may just be gone; anything else, a full
-/// disk above all, concerns the whole queue.
-void Marlowick::decoderFailed(bool jobDeleted, const QString &msg)
+/// A file could not be written. A full disk above all concerns the whole queue.
+/// @param passing  only the folder was gone, of a deleted job or until now
+void Marlowick::decoderFailed(bool passing, const QString &msg)
 {
-    if (jobDeleted) {
+    if (passing) {
         QTimer::singleShot(1000, this, &Marlowick::startToDownloadQueue);
     } else if (!errorShown) {
         pauseAll();

@@ -3,6 +3,8 @@
 
 // The connection pool: how many there are, and which article each fetches next.
 #include <QDebug>
+#include <QDir>
+#include <QFileInfo>
 #include <algorithm>
 
 #include "engine/marlowick.h"
@@ -122,9 +124,24 @@ void Marlowick::assignArticle(NNTP *connection)
         dismiss(connection);
         return;
     }
-    const auto *nzb = qobject_cast<Nzb *>(file->parent());
+    auto *nzb = qobject_cast<Nzb *>(file->parent());
+    makeFolderAnew(nzb);
     connection->getArticle(messageId, nzb->folder(), file, number);
     emit downloadProgresses(file);
+}
+
+/// Makes the job's folder if it is gone, or the download folder is another one since the last run.
+/// Not the download folder: its disk may just not be mounted. False when there was nothing to do,
+/// or no way.
+bool Marlowick::makeFolderAnew(Nzb *nzb)
+{
+    if (QFileInfo::exists(nzb->folder()) || !QFileInfo::exists(nzb->downloadFolder())
+        || !QDir().mkdir(nzb->folder()))
+        return false;
+    qDebug().nospace() << "Created folder: " << nzb->folder();
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        nzb->fileAt(i)->markLost();
+    return true;
 }
 
 /// Lets a connection log out. It belongs to nobody from here on and ends itself.

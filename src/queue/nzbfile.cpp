@@ -125,6 +125,12 @@ void NzbFile::markRepaired()
     completedparts = parts;
 }
 
+void NzbFile::markLost()
+{
+    incomplete = incomplete || completedparts > 0;
+    completedparts = 0; // which tells the next run, too
+}
+
 QString NzbFile::baseName() const
 {
     const QString stem = filename.left(filename.size() - 1 - extension_.size());

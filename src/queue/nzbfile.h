@@ -55,6 +55,8 @@ public:
     /// @p ok is false for a damaged article, whose bytes count all the same.
     void segmentDecoded(int seqnr, const QString &name, quint64 bytes, bool ok, bool viaYenc);
     void markRepaired();
+    /// What has been decoded so far is no longer on disk.
+    void markLost();
 
     /// The name without its extension and without a volume tail: "movie" for both
     /// "movie.part01.rar" and "movie.vol003+02.par2". Takes a dot before the extension for granted.

@@ -3,6 +3,7 @@
 
 // What goes wrong in a user's daily life, and what has become of the jobs in the end.
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QTreeView>
 
 #include <stdexcept>
@@ -87,5 +88,45 @@ void processesWithoutRemoved(const Removal &row)
     QCOMPARE(t.completedJobs.size(), 1);
 }
 const Case b("a job goes on without a file that is removed", removals, processesWithoutRemoved);
+
+struct Folder {
+    const char *name;
+    bool underWay; ///< it goes behind the request for the article
+    bool restart; ///< with another download folder
+};
+const Folder folders[] = {
+    {"removed between articles", false, false},
+    {"removed while an article is under way", true, false},
+    {"download folder changed", false, true},
+};
+
+void makesFolderAnew(const Folder &row)
+{
+    EngineFixture t;
+    t.set("threads", 1);
+    Post post;
+    post.addYenc(u"done.bin"_s, "x");
+    PostedFile &film = post.addYenc(u"film.bin"_s, randomBytes(1, 3000), 1000);
+    t.server->hold(film.id(1));
+    Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.server->waiting(), QList{film.id(1)});
+    if (!row.underWay)
+        t.engine->closeAllConnections();
+    QVERIFY(QDir(nzb->folder()).removeRecursively());
+    if (row.restart) {
+        t.engine->saveQueue();
+        t.engine = std::make_unique<Marlowick>(nullptr);
+        t.set("downloadFolder", t.dir.path());
+        t.engine->loadQueue(QString());
+        nzb = t.engine->queue()->first();
+    }
+    t.server->releaseAll();
+    t.engine->startToDownloadQueue();
+    QTRY_COMPARE(nzb->status(), u"Finished incomplete"_s); // for what had been there
+    QVERIFY(nzb->fileAt(0)->isIncomplete() && !nzb->fileAt(1)->isIncomplete());
+    QCOMPARE(contentsOf(nzb->folder() + "/film.bin"_L1), film.data);
+    QCOMPARE(t.errors, QStringList());
+}
+const Case c("the folder of a job is made anew", folders, makesFolderAnew);
 
 } // namespace
