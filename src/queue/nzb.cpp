@@ -19,6 +19,12 @@ namespace {
 
 bool isPar2(const NzbFile *file) { return file->extension() == "par2"_L1; }
 
+/// Until a repair asks for it.
+bool isHeldBack(const NzbFile *file)
+{
+    return isPar2(file) && file->isPaused() && !file->isFinished();
+}
+
 /// "r00", "s12", "001": the second and later volumes of a set whose first is "x.rar".
 bool isOldStyleVolume(const NzbFile *file)
 {
@@ -136,15 +142,15 @@ bool Nzb::hasActiveSegments() const
 
 bool Nzb::hasIncompleteFiles() const
 {
-    return std::any_of(files.cbegin(), files.cend(),
-                       [](const NzbFile *file) { return file->isIncomplete(); });
+    return std::any_of(files.cbegin(), files.cend(), [](const NzbFile *file) {
+        return file->isIncomplete() && !isHeldBack(file);
+    });
 }
 
 bool Nzb::isComplete() const
 {
-    return std::all_of(files.cbegin(), files.cend(), [](const NzbFile *file) {
-        return file->isFinished() || (isPar2(file) && file->isPaused());
-    });
+    return std::all_of(files.cbegin(), files.cend(),
+                       [](const NzbFile *file) { return file->isFinished() || isHeldBack(file); });
 }
 
 void Nzb::sortFiles()

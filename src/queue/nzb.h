@@ -56,6 +56,8 @@ public:
     void removeFile(NzbFile *file);
     /// True while a connection holds an article of this job, of a removed file too.
     [[nodiscard]] bool hasActiveSegments() const;
+    /// True when the job is damaged. A PAR2 file that is held back does not count: it may never be
+    /// wanted.
     [[nodiscard]] bool hasIncompleteFiles() const;
     /// True when all that was wanted has arrived: each file is finished or a paused PAR2 file.
     [[nodiscard]] bool isComplete() const;
