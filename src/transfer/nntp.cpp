@@ -105,7 +105,7 @@ void NNTP::requestBody()
 {
     state = StateSentBody;
     dropDecoder();
-    sendCommand("BODY <"_L1 + msgid + u'>');
+    sendCommand("BODY <"_L1 + msgid.trimmed() + u'>');
 }
 
 void NNTP::quit()

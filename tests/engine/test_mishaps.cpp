@@ -129,4 +129,28 @@ void makesFolderAnew(const Folder &row)
 }
 const Case c("the folder of a job is made anew", folders, makesFolderAnew);
 
+const Case d("a held-back volume that lists too few segments is no damage", [] {
+    EngineFixture t;
+    t.set("autoPAR2", true), t.set("pausePAR2", true);
+    Post post;
+    post.addYenc(u"film.bin"_s, "x");
+    post.addYenc(u"film.vol0+1.par2"_s, randomBytes(1, 2000), 1000).segment(2).inNzb = false;
+    const Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.completedJobs, QStringList{u"demo"_s});
+    QCOMPARE(nzb->status(), u"Finished"_s);
+    QVERIFY(nzb->fileAt(1)->hasPendingSegments());
+});
+
+const Case e("what stands around a message id is stored, but not sent", [] {
+    EngineFixture t;
+    const QByteArray xml = "<file subject='a.b'><segment number='1'>\n \ta@b \n</segment></file>";
+    t.engine->addNZB(writeFile(t.dir.filePath(u"demo.nzb"_s), "<nzb>" + xml + "</nzb>"));
+    t.engine->saveQueue();
+    QTRY_COMPARE(t.requested(), QList<QByteArray>{"a@b"});
+    Marlowick next(nullptr);
+    next.loadQueue(QString());
+    int number = 0;
+    QCOMPARE(next.queue()->first()->fileAt(0)->nextSegment(&number), u"\n \ta@b \n"_s);
+});
+
 } // namespace
