@@ -175,6 +175,7 @@ bool Marlowick::requestBlocks(Nzb *nzb, int number, const QString &volumeName)
         if (!blocks)
             continue;
         if (!file->isFinished() && *blocks > 0) {
+            file->setOrdered(true);
             file->setPaused(false);
             startToDownloadQueue();
             number -= std::min(number, *blocks);

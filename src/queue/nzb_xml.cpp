@@ -81,6 +81,7 @@ void Nzb::startFile(const QXmlAttributes &attributes)
                              attributes.value("date"_L1).toInt(), bytes("size"_L1),
                              bytes("completed"_L1), has("paused"_L1),
                              attributes.value("completedparts"_L1).toInt(), has("yenc"_L1)));
+    files.last()->setOrdered(has("ordered"_L1));
 }
 
 void Nzb::startExtractedFile(const QXmlAttributes &attributes)

@@ -149,6 +149,8 @@ void NzbFile::saveXml(QXmlStreamWriter &xml) const
         xml.writeAttribute("completedparts"_L1, QString::number(completedparts));
     if (yenc)
         xml.writeAttribute("yenc"_L1, "1"_L1);
+    if (ordered && !isFinished())
+        xml.writeAttribute("ordered"_L1, "1"_L1);
     xml.writeAttribute("subject"_L1, writableXml(savedSubject()));
     xml.writeStartElement("segments"_L1);
     saveSegments(xml, activeSegments); // fetched again after a reload

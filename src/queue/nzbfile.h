@@ -27,6 +27,10 @@ public:
     [[nodiscard]] QString status() const override;
     [[nodiscard]] bool isPaused() const override { return paused; }
     void setPaused(bool hold) override { paused = hold; }
+    /// True for a PAR2 volume that a repair, or the user, has asked for: when its job goes on after
+    /// a pause it is not held back again.
+    [[nodiscard]] bool isOrdered() const { return ordered; }
+    void setOrdered(bool wanted) { ordered = wanted; }
 
     [[nodiscard]] QString extension() const { return extension_; }
     [[nodiscard]] quint64 completedBytes() const { return completed; }
@@ -79,6 +83,7 @@ private:
     quint64 size_ = 0;
     quint64 completed = 0;
     bool paused = false;
+    bool ordered = false;
     bool incomplete = false;
     bool yenc = false;
     QMap<int, QString> pendingSegments;

@@ -69,6 +69,7 @@ void MainWindow::on_actionPause_triggered(bool checked)
         return;
     if (auto *file = qobject_cast<NzbFile *>(item)) {
         file->setPaused(checked);
+        file->setOrdered(!checked && file->extension() == "par2"_L1);
         model->onNzbFileUpdate(file);
     } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
         setJobPaused(nzb, checked);
@@ -78,7 +79,8 @@ void MainWindow::on_actionPause_triggered(bool checked)
         engine->startToDownloadQueue();
 }
 
-/// PAR2 volumes that are held back until they are needed stay so when the job goes on.
+/// PAR2 volumes that are held back until they are needed stay so when the job goes on, but for
+/// those that have been asked for.
 void MainWindow::setJobPaused(Nzb *nzb, bool paused)
 {
     if (paused || !engine->settings()->value("pausePAR2"_L1).toBool()) {
@@ -87,7 +89,7 @@ void MainWindow::setJobPaused(Nzb *nzb, bool paused)
     }
     for (int i = 0; i < nzb->fileCount(); ++i) {
         NzbFile *file = nzb->fileAt(i);
-        if (file->extension() != "par2"_L1) {
+        if (file->extension() != "par2"_L1 || file->isOrdered()) {
             file->setPaused(false);
             model->onNzbFileUpdate(file);
         }

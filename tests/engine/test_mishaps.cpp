@@ -153,4 +153,24 @@ const Case e("what stands around a message id is stored, but not sent", [] {
     QCOMPARE(next.queue()->first()->fileAt(0)->nextSegment(&number), u"\n \ta@b \n"_s);
 });
 
+const Case f("a volume that a repair asks for is not held back again", [] {
+    EngineFixture t;
+    t.set("autoPAR2", true), t.set("pausePAR2", true);
+    Post post;
+    post.addYenc(u"film.bin"_s, randomBytes(1, 2000), 1000).segment(1).onServer = false;
+    for (const QString &name : {u"film.vol0+1.par2"_s, u"film.vol1+2.par2"_s})
+        t.server->hold(post.addYenc(name, "x").id(1));
+    const Nzb *nzb = t.start(post);
+    QTRY_COMPARE(t.server->waiting(), QList{post.file(1).id(1)});
+    t.engine->pauseAll();
+    t.engine->closeAllConnections();
+    t.engine->saveQueue();
+    Marlowick next(nullptr);
+    next.loadQueue(QString());
+    for (const Nzb *job : {nzb, const_cast<const Nzb *>(next.queue()->first())}) {
+        QVERIFY(job->fileAt(1)->isOrdered() && job->fileAt(1)->isPaused());
+        QVERIFY(!job->fileAt(2)->isOrdered());
+    }
+});
+
 } // namespace

@@ -271,6 +271,8 @@ void TestMainWindow::pauses_data()
         << true << 1 << Flags{false, true, false} << Flags{false, false, false};
     QTest::newRow("job holds volumes back")
         << true << -1 << Flags{true, true, true} << Flags{false, true, false};
+    QTest::newRow("job with a volume that was asked for")
+        << true << -1 << Flags{true, true, true} << Flags{false, false, false};
     QTest::newRow("job") << false << -1 << Flags{true, true, true} << Flags{false, false, false};
 }
 
@@ -280,6 +282,10 @@ void TestMainWindow::pauses()
     QFETCH(const int, fileRow);
     set("pausePAR2", pausePAR2);
     const Nzb *nzb = addJob();
+    if (QByteArrayView(QTest::currentDataTag()).contains("asked for")) {
+        nzb->fileAt(1)->setOrdered(true);
+        nzb->fileAt(1)->setPaused(false);
+    }
     tester.reset(); // it objects to the corners of a progress, which are those of no row
     const auto flags = [nzb] {
         QList<bool> result;
