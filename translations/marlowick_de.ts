@@ -659,8 +659,8 @@
         <translation>Fehler beim Öffnen der Datei: </translation>
     </message>
     <message>
-        <source>the folder is missing, or the name leads out of it</source>
-        <translation>der Ordner fehlt, oder der Name führt aus ihm heraus</translation>
+        <source>the name leads out of its folder</source>
+        <translation>der Name führt aus seinem Ordner heraus</translation>
     </message>
     <message>
         <source>Error writing to file. Check disk space</source>

@@ -659,8 +659,8 @@
         <translation>Error al abrir el archivo: </translation>
     </message>
     <message>
-        <source>the folder is missing, or the name leads out of it</source>
-        <translation>falta la carpeta, o el nombre lleva fuera de ella</translation>
+        <source>the name leads out of its folder</source>
+        <translation>el nombre lleva fuera de su carpeta</translation>
     </message>
     <message>
         <source>Error writing to file. Check disk space</source>

@@ -659,8 +659,8 @@
         <translation>Erreur à l’ouverture du fichier&#xa0;: </translation>
     </message>
     <message>
-        <source>the folder is missing, or the name leads out of it</source>
-        <translation>le dossier manque, ou le nom mène hors de celui-ci</translation>
+        <source>the name leads out of its folder</source>
+        <translation>le nom mène hors de son dossier</translation>
     </message>
     <message>
         <source>Error writing to file. Check disk space</source>

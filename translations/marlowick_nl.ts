@@ -659,8 +659,8 @@
         <translation>Fout bij het openen van bestand: </translation>
     </message>
     <message>
-        <source>the folder is missing, or the name leads out of it</source>
-        <translation>de map ontbreekt, of de naam leidt erbuiten</translation>
+        <source>the name leads out of its folder</source>
+        <translation>de naam leidt buiten zijn map</translation>
     </message>
     <message>
         <source>Error writing to file. Check disk space</source>
