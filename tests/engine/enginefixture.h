@@ -15,7 +15,7 @@
 #include "support/posts.h"
 
 /// An engine with settings and folders of its own, a server for it, and what it has said.
-class EngineFixture final {
+class EngineFixture {
 public:
     explicit EngineFixture(std::unique_ptr<NewsServer> newsServer = std::make_unique<NewsServer>())
         : server(std::move(newsServer))
