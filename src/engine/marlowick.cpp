@@ -26,7 +26,7 @@ bool makePrivateFolder(const QString &folder)
 
 } // namespace
 
-Marlowick::Marlowick(QObject *parent)
+Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     : QObject(parent)
 {
     openSettings();
@@ -35,7 +35,7 @@ Marlowick::Marlowick(QObject *parent)
 
     checkSockets();
     connect(&socketTimer, &QTimer::timeout, this, &Marlowick::checkSockets);
-    socketTimer.start(2000);
+    socketTimer.start(tick);
     connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
 }
 

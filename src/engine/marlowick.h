@@ -12,6 +12,8 @@
 #include <QTimer>
 #include <QXmlDefaultHandler>
 
+#include <chrono>
+
 class FileCombiner;
 class INzbItem;
 class NNTP;
@@ -32,7 +34,8 @@ class Marlowick final : public QObject, private QXmlDefaultHandler {
     Q_DISABLE_COPY_MOVE(Marlowick)
 
 public:
-    explicit Marlowick(QObject *parent);
+    /// @param tick  how often connections are looked at and the speed is told
+    explicit Marlowick(QObject *parent, std::chrono::milliseconds tick = std::chrono::seconds(2));
     ~Marlowick() override;
 
     [[nodiscard]] QSettings *settings() const { return settings_; }

@@ -21,7 +21,7 @@ public:
         : server(std::move(newsServer))
     {
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir.path());
-        engine = std::make_unique<Marlowick>(nullptr);
+        engine = std::make_unique<Marlowick>(nullptr, std::chrono::milliseconds(200));
         QObject::connect(engine.get(), &Marlowick::notice,
                          [this](int, const QString &msg) { notices << msg; });
         QObject::connect(engine.get(), &Marlowick::error,
