@@ -516,11 +516,14 @@ const Case loading("load", loaded, [](const Loaded &row) {
 // What an NZB smuggles in must not make the queue file unreadable, which would lose all jobs.
 const Case hostile("hostile texts", [] {
     World t;
-    t.add(u"abc"_s, file("&#xD800;x.bin", {},
-                         "<segment number='1'>half &#xDC00; &#1; pair</segment><segment "
-                         "number='2'>&lt;/segment></segment>")
-                        + file(QByteArray(600'000, '"')) + file("\"a&quot;b\""));
+    Nzb *nzb = t.add(u"abc"_s, file("&#xD800;x&#1;.bin", {},
+                                    "<segment number='1'>half &#xDC00; &#xFFFE; pair</segment>"
+                                    "<segment number='2'>&lt;/segment></segment>")
+                                   + file(QByteArray(600'000, '"')) + file("\"a&quot;b\""));
+    nzb->addExtractedFile(u"film\xFFFF"_s, 1);
     t.engine->saveQueue();
+    t.engine->saveQueue();
+    QCOMPARE(t.document(u".old"_s), t.document()); // what is dropped counts as no failure
     t.restart();
     QCOMPARE(t.load(), QString());
     QCOMPARE(t.job(0)->fileCount(), 3);

@@ -293,20 +293,27 @@ const Name names[] = {
     {"abc.nzb", {u"abc"_s, u"abc2"_s, u"abc3"_s}},
     {" x .NZB", {u"x"_s, u"x2"_s}},
     {"x.nzb.nzb", {u"x.nzb"_s}},
+    {"\x1 x\xEF\xBF\xBF.nz\tb\x7", {u"x"_s, u"x2"_s}}, // what no queue file holds
     {".nzb", {u"2"_s, u"3"_s}},
     {"..nzb", {u".2"_s}},
     {"...nzb", {u"..2"_s}},
 };
 const Case folders("folder of a job", names, [](const Name &row) {
     EngineFixture t;
-    const QString path = writeFile(t.dir.filePath(QString::fromLatin1(row.name)),
-                                   "<nzb><file subject='a.b'/></nzb>");
+    const QString path =
+        writeFile(t.dir.filePath(QString::fromUtf8(row.name)), "<nzb><file subject='a.b'/></nzb>");
     for (const QString &name : row.jobs) {
         const Nzb *nzb = t.engine->addNZB(path);
         QCOMPARE(nzb->name(), name);
         QCOMPARE(nzb->folder(), t.downloads() + u'/' + name);
         QVERIFY(QFile::exists(nzb->folder()));
     }
+    t.engine->saveQueue();
+    Marlowick next(nullptr);
+    next.loadQueue(QString());
+    // Deliberate: a saved name loses such an ending again.
+    for (qsizetype i = 0; i < row.jobs.size() && !row.jobs[i].endsWith(".nzb"_L1); ++i)
+        QCOMPARE(next.queue()->at(i)->name(), row.jobs[i]);
     QCOMPARE(QDir(t.downloads())
                  .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden)
                  .size(),
