@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <utility>
+
 #include "post/filecombiner.h"
 #include "post/rarhandler.h"
 #include "transfer/nntp.h"
@@ -41,7 +43,8 @@ Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
 
 Marlowick::~Marlowick()
 {
-    qDeleteAll(rarHandlers);
+    for (const JobWork &job : std::as_const(work))
+        delete job.rarHandler;
     qDeleteAll(findChildren<FileCombiner *>()); // those of deleted jobs, too
     qDeleteAll(connections);
 }

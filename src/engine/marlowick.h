@@ -6,7 +6,6 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
-#include <QSet>
 #include <QSettings>
 #include <QString>
 #include <QTimer>
@@ -14,12 +13,12 @@
 
 #include <chrono>
 
-class FileCombiner;
+#include "engine/jobwork.h"
+
 class INzbItem;
 class NNTP;
 class Nzb;
 class NzbFile;
-class Par2Process;
 class RarHandler;
 
 /// The engine: owner of the settings, the queue and the connections, and the one who decides what
@@ -183,10 +182,7 @@ private:
 
     QList<Nzb *> nzbs;
     QList<NNTP *> connections;
-    QMap<Nzb *, RarHandler *> rarHandlers;
-    QMap<Nzb *, Par2Process *> repairs; ///< running now
-    QSet<Nzb *> repairsAgain; ///< wanted while one was running
-    QMap<Nzb *, FileCombiner *> joining;
+    QMap<Nzb *, JobWork> work; ///< of the jobs that have had any
     QSettings *settings_ = nullptr;
     QString queueFileName;
     QString backupFileName;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "engine/marlowick.h"
 #include "post/filecombiner.h"
@@ -73,7 +74,7 @@ std::optional<int> recoveryBlocks(const NzbFile *file, const QString &volumeName
 void Marlowick::feedExtraction(NzbFile *nzbfile)
 {
     auto *nzb = qobject_cast<Nzb *>(nzbfile->parent());
-    if (RarHandler *handler = rarHandlers.value(nzb))
+    if (RarHandler *handler = work.value(nzb).rarHandler)
         handler->fileCompleted(nzbfile);
     else if (settings_->value("rarHandling"_L1).toString() == "during"_L1)
         rarHandlerFor(nzb)->checkCompletedFiles();
@@ -81,10 +82,11 @@ void Marlowick::feedExtraction(NzbFile *nzbfile)
 
 void Marlowick::processNzb(Nzb *nzb)
 {
-    if (joining.contains(nzb))
+    JobWork &job = work[nzb];
+    if (job.join)
         return; // the end of the join comes back here
-    if (repairs.contains(nzb)) {
-        repairsAgain.insert(nzb);
+    if (job.repair) {
+        job.lookAgain = true;
         return;
     }
     const bool damaged = nzb->hasIncompleteFiles();
@@ -95,7 +97,7 @@ void Marlowick::processNzb(Nzb *nzb)
     if (!damaged && settings_->value("rarHandling"_L1).toString() != "disabled"_L1 && unpack(nzb))
         return;
     // A job whose extraction has failed is not complete, and keeps the status that tells it.
-    const RarHandler *handler = rarHandlers.value(nzb);
+    const RarHandler *handler = work.value(nzb).rarHandler;
     if (extractionFailed(nzb) || (handler && handler->isProcessing()))
         return;
     emit notice(0, tr("NZB complete: ") + nzb->name());
@@ -120,7 +122,7 @@ bool Marlowick::unpack(Nzb *nzb)
 
 bool Marlowick::extractionFailed(Nzb *nzb) const
 {
-    const RarHandler *handler = rarHandlers.value(nzb);
+    const RarHandler *handler = work.value(nzb).rarHandler;
     return handler && handler->hasFailed();
 }
 
@@ -142,7 +144,7 @@ void Marlowick::startRepair(Nzb *nzb)
     showRepair(nzb, tr("Repairing"));
     try {
         auto *repair = new Par2Process(nzb, paths, this);
-        repairs.insert(nzb, repair);
+        work[nzb].repair = repair;
         connect(repair, &Par2Process::needMoreBlocks, this, &Marlowick::par2NeedMoreBlocks);
         connect(repair, &Par2Process::nothingToRepair, this, &Marlowick::par2Failed);
         connect(repair, &Par2Process::repairComplete, this, &Marlowick::par2RepairComplete);
@@ -201,7 +203,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
 {
     if (!nzbs.contains(nzb))
         return;
-    repairs.remove(nzb);
+    work[nzb].repair = nullptr;
     showRepair(nzb, u"Repaired"_s);
     for (int i = 0; i < nzb->fileCount(); ++i)
         nzb->fileAt(i)->markRepaired();
@@ -217,19 +219,20 @@ void Marlowick::par2Failed(Nzb *nzb)
 void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
 {
     sender()->deleteLater();
-    if (repairs.value(nzb) == sender())
-        repairs.remove(nzb);
     if (!nzbs.contains(nzb))
         return;
+    JobWork &job = work[nzb];
+    if (job.repair == sender())
+        job.repair = nullptr;
     if (!answered)
         showRepair(nzb, tr("Damaged: repair failed"));
-    if (repairsAgain.remove(nzb) && nzb->isComplete())
+    if (std::exchange(work[nzb].lookAgain, false) && nzb->isComplete())
         processNzb(nzb);
 }
 
 RarHandler *Marlowick::rarHandlerFor(Nzb *nzb)
 {
-    RarHandler *&handler = rarHandlers[nzb];
+    RarHandler *&handler = work[nzb].rarHandler;
     if (!handler) {
         handler = new RarHandler(nzb);
         connect(handler, &RarHandler::errorProcessing, this, &Marlowick::rarErrorProcessing);
@@ -292,8 +295,8 @@ bool Marlowick::startCombiners(Nzb *nzb)
                 &Marlowick::splitCombinerFinished);
         connect(combiner.get(), &FileCombiner::processingError, this,
                 &Marlowick::splitCombinerError);
-        joining.insert(nzb, combiner.release());
-        joining[nzb]->startProcessing();
+        work[nzb].join = combiner.release();
+        work[nzb].join->startProcessing();
         return true;
     }
     return false;
@@ -316,8 +319,8 @@ bool Marlowick::endJoin(Nzb *nzb)
     if (!combiner)
         return false;
     combiner->deleteLater();
-    if (joining.value(nzb) != combiner)
+    if (work.value(nzb).join != combiner)
         return false;
-    joining.remove(nzb);
+    work[nzb].join = nullptr;
     return true;
 }

@@ -83,15 +83,16 @@ void Marlowick::deleteFiles(INzbItem *item)
 /// Waits until nothing writes in the job's folder any more, and all that was written is known.
 void Marlowick::endProcessing(Nzb *nzb)
 {
-    delete repairs.take(nzb);
-    if (RarHandler *handler = rarHandlers.take(nzb)) {
+    const JobWork job = work.take(nzb);
+    delete job.repair;
+    if (RarHandler *handler = job.rarHandler) {
         handler->stop();
         QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
         delete handler;
     }
-    if (FileCombiner *combiner = joining.take(nzb)) {
-        nzb->addExtractedFile(QFileInfo(combiner->finish()).fileName(), 0);
-        combiner->deleteLater(); // behind its report, which would be taken for another's
+    if (job.join) {
+        nzb->addExtractedFile(QFileInfo(job.join->finish()).fileName(), 0);
+        job.join->deleteLater(); // behind its report, which would be taken for another's
     }
 }
 
@@ -108,10 +109,9 @@ void Marlowick::deleteItem(INzbItem *item)
     } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
         emit beforeNzbDelete(nzb);
         nzbs.removeAll(nzb);
-        delete rarHandlers.take(nzb);
-        delete repairs.take(nzb);
-        repairsAgain.remove(nzb);
-        joining.remove(nzb);
+        const JobWork job = work.take(nzb);
+        delete job.rarHandler;
+        delete job.repair;
         if (!nzb->hasActiveSegments())
             delete nzb;
     }
