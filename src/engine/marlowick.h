@@ -76,6 +76,13 @@ public:
     /// The answer to passwordNeeded(): empty when the user declines.
     void setRarPassword(Nzb *nzb, const QString &password);
 
+    /// True when the job has something on disk and no article under way.
+    [[nodiscard]] bool canRepairAndUnpack(const Nzb *nzb) const;
+    /// Takes the post-processing of a job anew from what is on disk, whatever has become of it:
+    /// repairs if anything is wrong with it, unpacks, joins. No effect unless
+    /// canRepairAndUnpack().
+    void repairAndUnpack(Nzb *nzb);
+
     /// Appends the jobs of a queue file, with half-done files where they stood. Without a file
     /// there are none.
     /// @param fileName  the engine's own queue file if it is empty
