@@ -94,7 +94,7 @@ RarHandler::Outcome RarHandler::processMembers()
         if (isUnsafe())
             result = skip();
         else
-            result = overwritesVolume() ? Result::Failed : extract();
+            result = member.nameCut || overwritesVolume() ? Result::Failed : extract();
         if (result != Result::Ok)
             return Outcome::Failed;
     }
@@ -119,7 +119,7 @@ bool RarHandler::lacksMemory() const
 
 bool RarHandler::isUnsafe() const
 {
-    return member.symbolicLink || member.nameCut || isSuspiciousName(member.name)
+    return member.symbolicLink || isSuspiciousName(member.name)
            || !isInsideFolder(folder, folder + u'/' + currentFile);
 }
 
