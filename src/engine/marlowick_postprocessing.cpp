@@ -28,15 +28,15 @@ namespace {
 
 QString pathOf(const Nzb *nzb, const NzbFile *file) { return nzb->folder() + u'/' + file->name(); }
 
-/// The PAR2 files of the job that have arrived.
-QStringList par2Paths(const Nzb *nzb)
+/// The PAR2 volumes of the job that have arrived. An index alone repairs nothing.
+QStringList par2Volumes(const Nzb *nzb)
 {
     QStringList paths;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
         const QString path = pathOf(nzb, file);
-        if (file->extension() == "par2"_L1 && file->isFinished() && QFile::exists(path)
-            && isInsideFolder(nzb->folder(), path))
+        if (file->extension() == "par2"_L1 && file->name().contains(".vol"_L1) && file->isFinished()
+            && QFile::exists(path) && isInsideFolder(nzb->folder(), path))
             paths << path;
     }
     return paths;
@@ -135,9 +135,8 @@ void Marlowick::showRepair(Nzb *nzb, const QString &status)
 
 void Marlowick::startRepair(Nzb *nzb)
 {
-    const QStringList paths = par2Paths(nzb);
-    // An index alone repairs nothing.
-    if (paths.filter(u".vol"_s).isEmpty()) {
+    const QStringList paths = par2Volumes(nzb);
+    if (paths.isEmpty()) {
         requestFirstBlocks(nzb);
         return;
     }

@@ -53,7 +53,7 @@ Par2Process::Par2Process(Nzb *nzb, const QStringList &files, QObject *parent,
 {
     for (const QString &file : files) {
         const qsizetype tail = file.lastIndexOf(".vol"_L1);
-        if (tail >= 0)
+        if (tail > file.lastIndexOf(u'/')) // in the name, not in a folder of it
             groups[file.left(tail)] << file;
     }
     nextGroup = groups.begin();
