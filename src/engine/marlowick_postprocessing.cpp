@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "engine/leftovers.h"
 #include "engine/marlowick.h"
 #include "post/filecombiner.h"
 #include "post/par2process.h"
@@ -206,6 +207,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
     showRepair(nzb, u"Repaired"_s);
     for (int i = 0; i < nzb->fileCount(); ++i)
         nzb->fileAt(i)->markRepaired();
+    removeLeftovers(nzb);
     processNzb(nzb);
 }
 

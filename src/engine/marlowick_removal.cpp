@@ -6,6 +6,7 @@
 #include <QDirIterator>
 #include <QFileInfo>
 
+#include "engine/leftovers.h"
 #include "engine/marlowick.h"
 #include "engine/uuparts.h"
 #include "post/filecombiner.h"
@@ -65,6 +66,7 @@ void removeFilesOf(Nzb *nzb)
     const QString folder = nzb->folder();
     for (auto it = nzb->extractedFiles().cbegin(); it != nzb->extractedFiles().cend(); ++it)
         removeInside(folder, folder + u'/' + it.key());
+    removeLeftovers(nzb);
     removeEmptyFolders(folder);
 }
 
@@ -77,6 +79,7 @@ void Marlowick::deleteFiles(INzbItem *item)
         removeFilesOf(nzb);
     } else if (const auto *file = qobject_cast<NzbFile *>(item)) {
         removeFilesOf(file);
+        removeLeftovers(qobject_cast<Nzb *>(file->parent()), file->name());
     }
 }
 

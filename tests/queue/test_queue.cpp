@@ -644,7 +644,8 @@ const Case ownFiles("only the job's own files are deleted", [] {
     const QDir folder(nzb->folder());
     QCOMPARE(folder.entryList({u"*.uu*"_s}).size(), 2);
     const QString victim = writeFile(t.dir.filePath(u"victim"_s));
-    for (const QString &name : {u"own.bin"_s, u".hidden"_s, u"c:x"_s, u"unknown"_s})
+    for (const QString &name :
+         {u"own.bin"_s, u"own.bin.1"_s, u"own.bin.2"_s, u".hidden"_s, u"c:x"_s, u"unknown"_s})
         writeFile(folder.filePath(name));
     QVERIFY(QFile::link(victim, folder.filePath(u"link"_s)));
     QVERIFY(folder.mkpath(u"sub/deeper"_s) && folder.mkpath(u"full"_s));

@@ -1,0 +1,12 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+class Nzb;
+class QString;
+
+/// Removes what the PAR2 program puts aside as "name.1", "name.2" and so on when it writes @p name
+/// anew, but for files of the job that are called so.
+void removeLeftovers(Nzb *nzb, const QString &name);
+/// The same for each file of the job.
+void removeLeftovers(Nzb *nzb);
