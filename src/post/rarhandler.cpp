@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QMutexLocker>
 
+#include <utility>
+
 #include "post/rarnames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
@@ -25,6 +27,7 @@ RarHandler::RarHandler(Nzb *nzb)
     // Connected first, called first: whoever hears of the end finds isProcessing() changed.
     connect(this, &RarHandler::processingComplete, this, &RarHandler::noteCompletion);
     connect(this, &RarHandler::errorProcessing, this, &RarHandler::noteFailure);
+    connect(this, &RarHandler::suspended, this, &RarHandler::noteSuspension);
 }
 
 void RarHandler::stop()
@@ -43,6 +46,12 @@ void RarHandler::stop()
     qDebug() << "Thread finished";
 }
 
+void RarHandler::abort()
+{
+    abortRequested = true;
+    stop();
+}
+
 void RarHandler::awaitEnd()
 {
     wait();
@@ -51,7 +60,7 @@ void RarHandler::awaitEnd()
 
 void RarHandler::fileCompleted(NzbFile *file)
 {
-    if (file->parent() != nzb || file->isIncomplete())
+    if (file->parent() != nzb || (file->isIncomplete() && !trustsDisk))
         return;
     const QMutexLocker lock(&volumeMutex);
     if (startsRun(file))
@@ -69,7 +78,7 @@ void RarHandler::checkCompletedFiles()
     noteArrivals();
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
-        if (!file->isFinished() || file->isIncomplete())
+        if (!isWhole(file))
             continue;
         if (startsRun(file))
             startRun(file);
@@ -78,11 +87,22 @@ void RarHandler::checkCompletedFiles()
     }
 }
 
+QString RarHandler::pathOf(const NzbFile *file) const
+{
+    return nzb->folder() + u'/' + file->name();
+}
+
+bool RarHandler::isWhole(const NzbFile *file) const
+{
+    return trustsDisk ? QFile::exists(pathOf(file)) : file->isFinished() && !file->isIncomplete();
+}
+
+/// With volumeMutex held.
 bool RarHandler::startsRun(const NzbFile *file) const
 {
-    const QString path = nzb->folder() + u'/' + file->name();
+    const QString path = pathOf(file);
     return !processing && isFirstVolume(file->name()) && QFile::exists(path)
-           && isInsideFolder(nzb->folder(), path);
+           && isInsideFolder(nzb->folder(), path) && !keptVolumes.contains(path);
 }
 
 /// With volumeMutex held.
@@ -91,6 +111,7 @@ void RarHandler::startRun(const NzbFile *file)
     awaitEnd(); // It has reported, but start() does nothing before the thread has ended.
     folder = nzb->folder();
     rarFile = folder + u'/' + file->name();
+    lost = false;
     noteArrivals();
     processing = true;
     start(QThread::LowPriority);
@@ -104,8 +125,7 @@ void RarHandler::noteArrivals()
     arrived.clear();
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
-        const bool whole = file->isFinished() && !file->isIncomplete();
-        arrived[file->name()] = arrived.value(file->name(), true) && whole;
+        arrived[file->name()] = arrived.value(file->name(), true) && isWhole(file);
     }
     if (!waitingFor.isEmpty() && isPlacedByHand(waitingFor)) {
         arrived.insert(waitingFor, true);
@@ -134,12 +154,55 @@ bool RarHandler::isPlacedByHand(const QString &name) const
 /// user.
 void RarHandler::reviewVolume()
 {
+    {
+        const QMutexLocker lock(&volumeMutex);
+        if (waitingFor.isEmpty())
+            return;
+        noteArrivals();
+        if (volumeReady(waitingFor))
+            return volumeCondition.wakeOne();
+    }
+    emit resting(nzb);
+}
+
+void RarHandler::giveUpLostVolume(bool evenDamaged)
+{
     const QMutexLocker lock(&volumeMutex);
     if (waitingFor.isEmpty())
         return;
     noteArrivals();
-    if (volumeReady(waitingFor))
-        volumeCondition.wakeOne();
+    if (volumeReady(waitingFor) || !(evenDamaged || arrived.value(waitingFor, true)))
+        return;
+    lost = true;
+    volumeCondition.wakeOne();
+}
+
+bool RarHandler::isAtWork()
+{
+    if (!processing || isSuspended)
+        return false;
+    const bool asks = [this] {
+        const QMutexLocker lock(&passwordMutex);
+        return asksPassword;
+    }();
+    const QMutexLocker lock(&volumeMutex);
+    return !asks && (waitingFor.isEmpty() || lost || volumeReady(waitingFor));
+}
+
+void RarHandler::setKeepsVolumes(bool keeps)
+{
+    const QMutexLocker lock(&volumeMutex);
+    keepsVolumes = keeps;
+}
+
+void RarHandler::removeKeptVolumes()
+{
+    const QStringList kept = [this] {
+        const QMutexLocker lock(&volumeMutex);
+        return std::exchange(keptVolumes, {});
+    }();
+    for (const QString &volume : kept)
+        QFile::remove(volume);
 }
 
 void RarHandler::noteCompletion() { processing = false; }
@@ -150,9 +213,16 @@ void RarHandler::noteFailure()
     failed = true;
 }
 
+void RarHandler::noteSuspension()
+{
+    isSuspended = true;
+    emit resting(nzb);
+}
+
 void RarHandler::setRarPassword(const QString &text)
 {
     const QMutexLocker lock(&passwordMutex);
     password = text.toLocal8Bit(); // as the library reads it
+    asksPassword = false;
     passwordCondition.wakeOne();
 }

@@ -19,8 +19,9 @@ class NzbFile;
 /// The thread that unpacks the RAR archives of one job, one after another.
 ///
 /// It can do so while volumes are still arriving: for a volume that has not arrived whole it sleeps
-/// until fileCompleted() tells of it. Volumes are deleted once their archive is unpacked. All
-/// public operations belong to the main thread, the signals come from the worker.
+/// until fileCompleted() tells of it. Volumes are deleted once their archive is unpacked, unless
+/// they are wanted for a repair. All public operations belong to the main thread, the signals come
+/// from the worker.
 ///
 /// Low disk space and a declined password suspend the handler for good: the thread ends without
 /// another signal, and isProcessing() stays true.
@@ -42,14 +43,29 @@ public:
     /// The answer to passwordNeeded(); empty to decline.
     void setRarPassword(const QString &text);
 
+    /// Whether the volumes of an archive stay when it is unpacked.
+    void setKeepsVolumes(bool keeps);
+    /// Deletes those that have stayed.
+    void removeKeptVolumes();
+    /// To be called when nothing more arrives: a run that sleeps for a volume which no file of the
+    /// job is fails with that volume's name. One that sleeps for a damaged file sleeps on, unless
+    /// @p evenDamaged.
+    void giveUpLostVolume(bool evenDamaged);
+    /// Takes each file that lies there for whole, whatever is known of its articles.
+    void setTrustsDisk(bool trusts) { trustsDisk = trusts; }
+
     /// Ends the run for good, and blocks until the thread has ended: at once if it sleeps, at the
     /// next volume that has not arrived otherwise, or at the end of the archive.
     void stop();
+    /// The same at once, in the midst of a member.
+    void abort();
 
     /// A run was started and has neither completed nor failed. Changes when the signal that tells
     /// so is delivered, not before: whoever asks meanwhile would take the job for complete.
     [[nodiscard]] bool isProcessing() const { return processing; }
     [[nodiscard]] bool hasFailed() const { return failed; }
+    /// It reads or writes files: it is processing, and neither asleep nor suspended.
+    [[nodiscard]] bool isAtWork();
 
 signals:
     /// @p rarfile is the full path of the volume that was being read.
@@ -61,11 +77,14 @@ signals:
     /// The run was given up: the next member unpacks to @p needed bytes.
     void lowDiskspace(quint64 needed);
     void currentlyExtracting(QString filename);
+    /// From the main thread: isAtWork() has become false, and nothing else told so.
+    void resting(Nzb *nzb);
 
     // To itself, by way of the event loop of the main thread. A functor sent by invokeMethod()
     // would do, but the thread sanitizer cannot see which thread is done with it first.
     void memberBegun(QString file, quint64 size);
     void volumeMissed();
+    void suspended();
 
 protected:
     void run() override;
@@ -74,6 +93,8 @@ private:
     enum class Outcome { Complete, Failed, NoSpace, NoPassword };
 
     void awaitEnd();
+    [[nodiscard]] QString pathOf(const NzbFile *file) const;
+    [[nodiscard]] bool isWhole(const NzbFile *file) const;
     [[nodiscard]] bool startsRun(const NzbFile *file) const;
     void startRun(const NzbFile *file);
     void noteArrivals();
@@ -81,6 +102,7 @@ private:
     void reviewVolume();
     void noteCompletion();
     void noteFailure();
+    void noteSuspension();
 
     [[nodiscard]] Outcome unpack();
     [[nodiscard]] Outcome processMembers();
@@ -90,7 +112,7 @@ private:
     [[nodiscard]] bool overwritesVolume();
     [[nodiscard]] RarArchive::Result skip();
     [[nodiscard]] RarArchive::Result extract();
-    void removeVolumes();
+    void keepOrRemoveVolumes();
     void askPassword(const QString &rarfile);
     [[nodiscard]] bool unlock();
 
@@ -107,7 +129,11 @@ private:
     QString currentFile;
     QString waitingFor; ///< guarded by volumeMutex; a bare name, empty when none is wanted
     QHash<QString, bool> arrived; ///< guarded by volumeMutex; see noteArrivals()
+    bool lost = false; ///< guarded by volumeMutex; waitingFor will not come
+    bool keepsVolumes = false; ///< guarded by volumeMutex
+    QStringList keptVolumes; ///< guarded by volumeMutex
     QByteArray password; ///< guarded by passwordMutex; serves each archive of the job
+    bool asksPassword = false; ///< guarded by passwordMutex
     quint64 bytesProcessed = 0;
     // Never held together.
     QMutex volumeMutex;
@@ -115,8 +141,11 @@ private:
     QWaitCondition volumeCondition;
     QWaitCondition passwordCondition;
     std::atomic<bool> stopRequested = false;
-    bool processing = false; ///< like the next one for the main thread alone
+    std::atomic<bool> abortRequested = false;
+    bool processing = false; ///< like the next ones for the main thread alone
     bool failed = false;
+    bool isSuspended = false;
+    bool trustsDisk = false;
     std::unique_ptr<RarArchive> archive; ///< during a run
     RarArchive::Member member; ///< the one being handled
 };

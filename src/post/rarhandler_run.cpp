@@ -48,7 +48,7 @@ void RarHandler::run()
 
     switch (outcome) {
     case Outcome::Complete:
-        removeVolumes();
+        keepOrRemoveVolumes();
         emit processingComplete(nzb);
         break;
     case Outcome::Failed:
@@ -56,8 +56,10 @@ void RarHandler::run()
         break;
     case Outcome::NoSpace:
         emit lowDiskspace(member.size);
+        emit suspended();
         break;
     case Outcome::NoPassword:
+        emit suspended();
         break;
     }
     // For the thread sanitizer, which does not see that wait() orders all this before what follows.
@@ -144,14 +146,24 @@ Result RarHandler::extract()
 {
     qDebug() << "RARhandler: extracting file" << currentFile << "size" << member.size;
     // Made at once, for whoever wants to read it as it grows. The folder may be missing yet.
-    static_cast<void>(QFile(folder + u'/' + currentFile).open(QIODevice::ReadWrite));
+    QFile target(folder + u'/' + currentFile);
+    const bool made = !target.exists() && target.open(QIODevice::ReadWrite);
+    target.close();
     emit memberBegun(currentFile, member.size);
     emit currentlyExtracting(currentFile);
-    return archive->extractMember();
+    const Result result = archive->extractMember();
+    if (result != Result::Ok && made && target.size() == 0)
+        target.remove(); // as after a wrong password
+    return result;
 }
 
-void RarHandler::removeVolumes()
+void RarHandler::keepOrRemoveVolumes()
 {
+    {
+        const QMutexLocker lock(&volumeMutex);
+        if (keepsVolumes)
+            keptVolumes += std::exchange(volumes, {});
+    }
     for (const QString &volume : std::as_const(volumes)) {
         qDebug() << "Removing processed RAR file:" << volume;
         QFile::remove(volume);
@@ -165,6 +177,7 @@ void RarHandler::askPassword(const QString &rarfile)
     if (!password.isEmpty() || stopRequested)
         return;
     qDebug() << "Password needed to decrypt RAR";
+    asksPassword = true;
     emit passwordNeeded(nzb, rarfile);
     sleepOn(passwordCondition, passwordMutex);
 }
@@ -189,6 +202,8 @@ int RarHandler::onRarCallback(unsigned msg, long p1, long p2)
 {
     if (msg == UCM_PROCESSDATA)
         bytesProcessed += static_cast<quint64>(p2);
+    if (abortRequested)
+        return -1;
     if (msg != UCM_CHANGEVOLUME)
         return 0;
     if (!changeVolume(QFile::decodeName(reinterpret_cast<const char *>(p1))))
@@ -203,9 +218,11 @@ bool RarHandler::changeVolume(const QString &path)
     const QString name = QFileInfo(QDir::fromNativeSeparators(path)).fileName();
     const QString volume = QFileInfo(rarFile).path() + u'/' + name;
     qDebug() << "RARHandler: needs next volume" << volume;
-    if (!waitForVolume(name))
+    const bool ready = waitForVolume(name);
+    if (ready || lost)
+        rarFile = volume;
+    if (!ready)
         return false;
-    rarFile = volume;
     volumes << rarFile;
     return true;
 }

@@ -252,7 +252,7 @@ void TestRarHandler::password()
     QCOMPARE(job.handler->hasFailed(), !answer.isEmpty());
     QCOMPARE(job.handler->isProcessing(), answer.isEmpty()); // suspended for good
     QVERIFY(job.prompts.size() == 1 && job.completed == 0);
-    QCOMPARE(job.content().filter(u".rar"_s).size(), job.volumes.size());
+    QCOMPARE(job.content().size(), job.volumes.size()); // and no empty file
     job.handler->checkCompletedFiles();
     QCOMPARE(job.handler->isRunning(), !answer.isEmpty());
 }
