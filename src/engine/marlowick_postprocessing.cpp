@@ -4,19 +4,14 @@
 // What becomes of a job when all that was wanted of it has arrived: repair, extraction, joining, in
 // this order. No stage is kept: each step that ends has the whole decision taken again, by what the
 // job and the disk hold then.
-#include <QDebug>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <utility>
 
-#include "engine/leftovers.h"
+#include "engine/jobfiles.h"
 #include "engine/marlowick.h"
 #include "post/filecombiner.h"
-#include "post/par2process.h"
 #include "post/rarhandler.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
@@ -24,53 +19,6 @@
 #include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QString pathOf(const Nzb *nzb, const NzbFile *file) { return nzb->folder() + u'/' + file->name(); }
-
-/// The PAR2 volumes of the job that have arrived. An index alone repairs nothing.
-QStringList par2Volumes(const Nzb *nzb)
-{
-    QStringList paths;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
-        const QString path = pathOf(nzb, file);
-        if (file->extension() == "par2"_L1 && file->name().contains(".vol"_L1) && file->isFinished()
-            && QFile::exists(path) && isInsideFolder(nzb->folder(), path))
-            paths << path;
-    }
-    return paths;
-}
-
-/// The number of damaged files of each set, by its base name.
-QMap<QString, int> damagedSets(const Nzb *nzb)
-{
-    QMap<QString, int> sets;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
-        if (file->isIncomplete() && file->isFinished())
-            ++sets[file->baseName()];
-    }
-    return sets;
-}
-
-/// The recovery blocks in a volume such as "x.vol007+10.par2"; nothing if @p file is no volume of
-/// the set that @p volumeName stands for.
-std::optional<int> recoveryBlocks(const NzbFile *file, const QString &volumeName)
-{
-    const QString name = file->name();
-    const qsizetype plus = name.lastIndexOf(u'+');
-    const qsizetype dot = name.indexOf(u'.', plus + 1);
-    if (plus < 0 || dot < 0 || file->extension() != "par2"_L1 || !name.contains(volumeName)
-        || !name.contains(".vol"_L1))
-        return {};
-    const int blocks = name.sliced(plus + 1, dot - plus - 1).toInt();
-    qDebug().nospace() << "PAR2 file: " << name << " has " << blocks << " repair blocks";
-    return blocks;
-}
-
-} // namespace
 
 void Marlowick::feedExtraction(NzbFile *nzbfile)
 {
@@ -127,110 +75,6 @@ bool Marlowick::extractionFailed(Nzb *nzb) const
     return handler && handler->hasFailed();
 }
 
-/// The status that tells of a failed extraction stays, whatever becomes of the repair.
-void Marlowick::showRepair(Nzb *nzb, const QString &status)
-{
-    if (!extractionFailed(nzb))
-        nzb->setStatus(status);
-}
-
-void Marlowick::startRepair(Nzb *nzb)
-{
-    const QStringList paths = par2Volumes(nzb);
-    if (paths.isEmpty()) {
-        requestFirstBlocks(nzb);
-        return;
-    }
-    showRepair(nzb, tr("Repairing"));
-    try {
-        auto *repair = new Par2Process(nzb, paths, this);
-        work[nzb].repair = repair;
-        connect(repair, &Par2Process::needMoreBlocks, this, &Marlowick::par2NeedMoreBlocks);
-        connect(repair, &Par2Process::nothingToRepair, this, &Marlowick::par2Failed);
-        connect(repair, &Par2Process::repairComplete, this, &Marlowick::par2RepairComplete);
-        connect(repair, &Par2Process::passEnded, this, &Marlowick::par2PassEnded);
-        repair->startNextGroup();
-    } catch (const std::runtime_error &failure) {
-        showRepair(nzb, tr("Damaged: par2 program not found"));
-        emit error(0, QString::fromUtf8(failure.what()));
-    }
-}
-
-/// Without a PAR2 file on disk nobody knows yet how many blocks are lacking: one for each damaged
-/// file is asked for.
-void Marlowick::requestFirstBlocks(Nzb *nzb)
-{
-    const QMap<QString, int> sets = damagedSets(nzb);
-    bool enough = true;
-    for (auto set = sets.cbegin(); set != sets.cend(); ++set)
-        enough = requestBlocks(nzb, set.value(), set.key()) && enough;
-    if (!enough)
-        par2Failed(nzb);
-}
-
-bool Marlowick::requestBlocks(Nzb *nzb, int number, const QString &volumeName)
-{
-    bool found = false;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        NzbFile *file = nzb->fileAt(i);
-        const std::optional<int> blocks = recoveryBlocks(file, volumeName);
-        if (!blocks)
-            continue;
-        if (!file->isFinished() && *blocks > 0) {
-            file->setOrdered(true);
-            file->setPaused(false);
-            startToDownloadQueue();
-            number -= std::min(number, *blocks);
-            if (number < 1)
-                return true;
-        }
-        found = true;
-    }
-    // No volume bears the name of this set: any of the job will do.
-    return !found && !volumeName.isEmpty() && requestBlocks(nzb, number, QString());
-}
-
-void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumename)
-{
-    if (!nzbs.contains(nzb))
-        return;
-    showRepair(nzb, QString());
-    if (!requestBlocks(nzb, std::max(number, 1), volumename))
-        par2Failed(nzb);
-}
-
-void Marlowick::par2RepairComplete(Nzb *nzb)
-{
-    if (!nzbs.contains(nzb))
-        return;
-    work[nzb].repair = nullptr;
-    showRepair(nzb, u"Repaired"_s);
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        nzb->fileAt(i)->markRepaired();
-    removeLeftovers(nzb);
-    processNzb(nzb);
-}
-
-void Marlowick::par2Failed(Nzb *nzb)
-{
-    if (nzbs.contains(nzb))
-        showRepair(nzb, tr("Damaged beyond repair"));
-}
-
-void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
-{
-    sender()->deleteLater();
-    if (!nzbs.contains(nzb))
-        return;
-    JobWork &job = work[nzb];
-    if (job.repair == sender())
-        job.repair = nullptr;
-    if (!answered)
-        showRepair(nzb, tr("Damaged: repair failed"));
-    if (std::exchange(work[nzb].lookAgain, false) && nzb->isComplete())
-        processNzb(nzb);
-}
-
 RarHandler *Marlowick::rarHandlerFor(Nzb *nzb)
 {
     RarHandler *&handler = work[nzb].rarHandler;
@@ -281,7 +125,7 @@ bool Marlowick::startCombiners(Nzb *nzb)
     QMap<QString, QStringList> series;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
-        const QString path = pathOf(nzb, file);
+        const QString path = pathOf(file);
         if (isPieceNumber(file->extension()) && QFile::exists(path)
             && isInsideFolder(nzb->folder(), path))
             series[file->name().chopped(4)] << path;

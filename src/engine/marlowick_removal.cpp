@@ -6,7 +6,7 @@
 #include <QDirIterator>
 #include <QFileInfo>
 
-#include "engine/leftovers.h"
+#include "engine/jobfiles.h"
 #include "engine/marlowick.h"
 #include "engine/uuparts.h"
 #include "post/filecombiner.h"

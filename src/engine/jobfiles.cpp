@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include "engine/leftovers.h"
+#include "engine/jobfiles.h"
 
 #include <QFile>
 #include <QSet>
@@ -33,6 +33,11 @@ void removeBeside(const QString &folder, const QString &name, const QSet<QString
 }
 
 } // namespace
+
+QString pathOf(const NzbFile *file)
+{
+    return qobject_cast<const Nzb *>(file->parent())->folder() + u'/' + file->name();
+}
 
 void removeLeftovers(Nzb *nzb, const QString &name)
 {
