@@ -39,6 +39,8 @@ Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     connect(&socketTimer, &QTimer::timeout, this, &Marlowick::checkSockets);
     socketTimer.start(tick);
     connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
+    resumeTimer.setSingleShot(true);
+    connect(&resumeTimer, &QTimer::timeout, this, &Marlowick::resumeNext);
 }
 
 Marlowick::~Marlowick()

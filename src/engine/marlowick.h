@@ -6,12 +6,14 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QPointer>
 #include <QSettings>
 #include <QString>
 #include <QTimer>
 #include <QXmlDefaultHandler>
 
 #include <chrono>
+#include <memory>
 
 #include "engine/jobwork.h"
 
@@ -135,6 +137,7 @@ protected slots:
     void rarProcessingComplete(Nzb *nzb);
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void rarLowDiskspace(quint64 needed);
+    void rarResting(Nzb *nzb);
     void par2RepairComplete(Nzb *nzb);
     void par2Failed(Nzb *nzb);
     void par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumename);
@@ -167,16 +170,34 @@ private:
 
     void feedExtraction(NzbFile *nzbfile);
     void processNzb(Nzb *nzb);
+    [[nodiscard]] bool isReady(const Nzb *nzb) const;
+    void completeNzb(Nzb *nzb);
+    [[nodiscard]] bool mayUnpack(const Nzb *nzb) const;
     [[nodiscard]] bool unpack(Nzb *nzb);
-    [[nodiscard]] bool extractionFailed(Nzb *nzb) const;
+    void keepVolumes(Nzb *nzb);
+    [[nodiscard]] bool extractionFailed(const Nzb *nzb) const;
+    [[nodiscard]] bool isStale(const Nzb *nzb) const;
+    [[nodiscard]] bool wantsRepair(const Nzb *nzb) const;
     void showRepair(Nzb *nzb, const QString &status);
     void startRepair(Nzb *nzb);
     void requestFirstBlocks(Nzb *nzb);
     [[nodiscard]] bool requestBlocks(Nzb *nzb, int number, const QString &volumeName);
+    void repairFailed(Nzb *nzb, const QString &status);
+    void settleRepair(Nzb *nzb);
     void par2PassEnded(Nzb *nzb, bool answered);
+    void takeNames(Nzb *nzb, const Par2Process *pass);
     [[nodiscard]] RarHandler *rarHandlerFor(Nzb *nzb);
+    [[nodiscard]] std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb);
     [[nodiscard]] bool startCombiners(Nzb *nzb);
     [[nodiscard]] bool endJoin(Nzb *nzb);
+
+    [[nodiscard]] bool mayUnpackAnew(const Nzb *nzb) const;
+    void settleUnpacked(Nzb *nzb);
+    [[nodiscard]] bool endAnew(Nzb *nzb);
+    void resumeLater(const QList<Nzb *> &jobs);
+    void resumeNext();
+    [[nodiscard]] bool isBusy(const Nzb *nzb) const;
+    [[nodiscard]] bool hasWorkLeft(Nzb *nzb);
 
     void releaseRemoved(NzbFile *file);
     void processLater(Nzb *nzb);
@@ -189,7 +210,10 @@ private:
 
     QList<Nzb *> nzbs;
     QList<NNTP *> connections;
-    QMap<Nzb *, JobWork> work; ///< of the jobs that have had any
+    QMap<const Nzb *, JobWork> work; ///< of the jobs that have had any
+    QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
+    QPointer<Nzb> resumed; ///< the one that is at work
+    QTimer resumeTimer;
     QSettings *settings_ = nullptr;
     QString queueFileName;
     QString backupFileName;

@@ -2,14 +2,60 @@
 // SPDX-License-Identifier: MIT
 
 // The post-processing of a job taken anew at the user's wish: the way out of all that is final for
-// the automatic one.
+// the automatic one. And that of jobs which a former run of the program has not got to the end of.
 #include <QDir>
 
+#include <memory>
+#include <utility>
+
+#include "engine/jobfiles.h"
 #include "engine/marlowick.h"
+#include "post/filecombiner.h"
+#include "post/par2process.h"
+#include "post/rarhandler.h"
+#include "post/rarnames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int busyMsec = 200;
+
+bool isPar2(const NzbFile *file) { return file->extension() == "par2"_L1; }
+
+template <class Condition> bool anyFile(const Nzb *nzb, Condition condition)
+{
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (condition(nzb->fileAt(i)))
+            return true;
+    }
+    return false;
+}
+
+/// Whether a PAR2 volume is on disk or on the server.
+bool isRepairable(const Nzb *nzb)
+{
+    return anyFile(nzb, [](const NzbFile *file) {
+        return isPar2(file) && file->name().contains(".vol"_L1)
+               && (file->hasPendingSegments() || QFile::exists(pathOf(file)));
+    });
+}
+
+/// Nothing more of the file is fetched: it is whole on disk, or was.
+void settle(NzbFile *file)
+{
+    int number = 0;
+    while (file->hasPendingSegments()) {
+        static_cast<void>(file->nextSegment(&number));
+        file->segmentDecoded(number, QString(), 0, true, false);
+    }
+    file->markRepaired();
+    file->setPaused(false);
+}
+
+} // namespace
 
 bool Marlowick::canRepairAndUnpack(const Nzb *nzb) const
 {
@@ -20,7 +66,120 @@ void Marlowick::repairAndUnpack(Nzb *nzb)
 {
     if (!canRepairAndUnpack(nzb))
         return;
+    const JobWork old = work.value(nzb);
+    if (old.join) {
+        work[nzb].anewAfterJoin = true;
+        return;
+    }
+    RarHandler *handler = old.rarHandler;
+    const bool wrong = nzb->hasIncompleteFiles() || !nzb->isComplete()
+                       || (handler && (handler->hasFailed() || handler->isWaitingForVolume()));
+    JobWork job;
+    job.anew = true;
+    job.repairWanted = wrong && isRepairable(nzb);
+    job.trustsDisk = job.repairFailed = wrong && !job.repairWanted;
+    if (handler)
+        handler->abort();
     endProcessing(nzb);
+    work.insert(nzb, job);
+    // What is there is to be looked at in peace. Volumes that a repair has asked for may come.
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        NzbFile *file = nzb->fileAt(i);
+        if (!file->isFinished() && !isPar2(file))
+            file->setPaused(true);
+    }
     nzb->setStatus(QString());
     processNzb(nzb);
+}
+
+/// par2 has found the sets correct, or made them so. That holds for their files and for no other.
+void Marlowick::settleRepair(Nzb *nzb)
+{
+    JobWork &job = work[nzb];
+    const Par2Process *pass = std::exchange(job.repair, nullptr);
+    job.repairWanted = false;
+    takeNames(nzb, pass);
+    const QSet<QString> whole(pass->targets().cbegin(), pass->targets().cend());
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (whole.contains(nzb->fileAt(i)->name()))
+            settle(nzb->fileAt(i));
+    }
+    if (pass->hasRepaired())
+        removeLeftovers(nzb);
+    nzb->setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
+    processNzb(nzb);
+}
+
+/// Without a repair, only an archive of which each volume has come whole; without PAR2 files at all
+/// the archives themselves have to tell.
+bool Marlowick::mayUnpackAnew(const Nzb *nzb) const
+{
+    const JobWork job = work.value(nzb);
+    return !job.repairFailed || job.trustsDisk || !anyFile(nzb, [](const NzbFile *file) {
+        return isVolumeName(file->name()) && (file->isIncomplete() || !file->isFinished());
+    });
+}
+
+/// The archive has proved that its volumes were whole.
+void Marlowick::settleUnpacked(Nzb *nzb)
+{
+    RarHandler *handler = work.value(nzb).rarHandler;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (handler->hasUnpacked(nzb->fileAt(i)))
+            settle(nzb->fileAt(i));
+    }
+}
+
+/// False when the job is not complete for all that.
+bool Marlowick::endAnew(Nzb *nzb)
+{
+    JobWork &job = work[nzb];
+    job.anew = false;
+    if (job.repairFailed && nzb->hasIncompleteFiles()) {
+        if (job.trustsDisk)
+            nzb->setStatus(tr("Damaged beyond repair"));
+        return false;
+    }
+    if (job.repairFailed)
+        nzb->setStatus(QString());
+    return nzb->isComplete();
+}
+
+void Marlowick::resumeLater(const QList<Nzb *> &jobs)
+{
+    toResume += QList<QPointer<Nzb>>(jobs.cbegin(), jobs.cend());
+    resumeTimer.start(0);
+}
+
+/// One job at a time, and one look at each turn of the event loop.
+void Marlowick::resumeNext()
+{
+    if (resumed && isBusy(resumed))
+        return resumeTimer.start(busyMsec);
+    resumed = nullptr;
+    if (toResume.isEmpty())
+        return;
+    resumeTimer.start(0);
+    Nzb *nzb = toResume.takeFirst();
+    if (!nzb || !nzbs.contains(nzb) || !nzb->isComplete() || isBusy(nzb) || !hasWorkLeft(nzb))
+        return;
+    resumed = nzb;
+    processNzb(nzb);
+}
+
+bool Marlowick::isBusy(const Nzb *nzb) const
+{
+    const JobWork job = work.value(nzb);
+    return job.repair || job.join || (job.rarHandler && job.rarHandler->isAtWork());
+}
+
+/// Whether a repair can be tried, or there is an archive to be unpacked or a series to be joined.
+bool Marlowick::hasWorkLeft(Nzb *nzb)
+{
+    const auto isThere = [](const NzbFile *file) { return QFile::exists(pathOf(file)); };
+    if (wantsRepair(nzb))
+        return isRepairable(nzb) && anyFile(nzb, isThere);
+    return mayUnpack(nzb) && (nextJoin(nzb) || anyFile(nzb, [&](const NzbFile *file) {
+                                  return isFirstVolume(file->name()) && isThere(file);
+                              }));
 }

@@ -20,10 +20,27 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+bool hasPar2(const Nzb *nzb)
+{
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (nzb->fileAt(i)->extension() == "par2"_L1)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 void Marlowick::feedExtraction(NzbFile *nzbfile)
 {
     auto *nzb = qobject_cast<Nzb *>(nzbfile->parent());
-    if (RarHandler *handler = work.value(nzb).rarHandler)
+    const JobWork job = work.value(nzb);
+    if (job.repair || (job.anew && job.repairWanted))
+        return; // the end of the repair comes back to all files
+    keepVolumes(nzb);
+    if (RarHandler *handler = job.rarHandler)
         handler->fileCompleted(nzbfile);
     else if (settings_->value("rarHandling"_L1).toString() == "during"_L1)
         rarHandlerFor(nzb)->checkCompletedFiles();
@@ -38,19 +55,60 @@ void Marlowick::processNzb(Nzb *nzb)
         job.lookAgain = true;
         return;
     }
-    const bool damaged = nzb->hasIncompleteFiles();
-    if (damaged && settings_->value("autoPAR2"_L1).toBool()) {
-        startRepair(nzb);
-        return;
-    }
-    if (!damaged && settings_->value("rarHandling"_L1).toString() != "disabled"_L1 && unpack(nzb))
+    if (wantsRepair(nzb))
+        return startRepair(nzb);
+    keepVolumes(nzb);
+    if (job.rarHandler)
+        job.rarHandler->giveUpLostVolume(job.anew);
+    if (mayUnpack(nzb) && unpack(nzb))
         return;
     // A job whose extraction has failed is not complete, and keeps the status that tells it.
     const RarHandler *handler = work.value(nzb).rarHandler;
-    if (extractionFailed(nzb) || (handler && handler->isProcessing()))
+    if (!extractionFailed(nzb) && !(handler && handler->isProcessing()))
+        completeNzb(nzb);
+}
+
+/// All that was wanted has arrived. Of a job that is taken anew that is what is there.
+bool Marlowick::isReady(const Nzb *nzb) const
+{
+    if (!work.value(nzb).anew)
+        return nzb->isComplete();
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (!nzb->fileAt(i)->isFinished() && !nzb->fileAt(i)->isPaused())
+            return false;
+    }
+    return true;
+}
+
+void Marlowick::completeNzb(Nzb *nzb)
+{
+    if (work.value(nzb).anew && !endAnew(nzb))
         return;
     emit notice(0, tr("NZB complete: ") + nzb->name());
     emit nzbComplete(nzb);
+}
+
+bool Marlowick::mayUnpack(const Nzb *nzb) const
+{
+    if (work.value(nzb).anew)
+        return mayUnpackAnew(nzb);
+    return !nzb->hasIncompleteFiles()
+           && settings_->value("rarHandling"_L1).toString() != "disabled"_L1;
+}
+
+/// As long as a repair may want them, the volumes of an unpacked archive stay. If it fails they are
+/// kept for another one.
+void Marlowick::keepVolumes(Nzb *nzb)
+{
+    const JobWork job = work.value(nzb);
+    if (!job.rarHandler)
+        return;
+    const bool wouldRepair = job.anew || settings_->value("autoPAR2"_L1).toBool();
+    const bool keeps =
+        wouldRepair && hasPar2(nzb) && (nzb->hasIncompleteFiles() || !nzb->isComplete());
+    job.rarHandler->setKeepsVolumes(keeps);
+    if (!keeps)
+        job.rarHandler->removeKeptVolumes();
 }
 
 /// Returns true as long as an archive is being unpacked or split files are being joined.
@@ -69,7 +127,7 @@ bool Marlowick::unpack(Nzb *nzb)
     return true;
 }
 
-bool Marlowick::extractionFailed(Nzb *nzb) const
+bool Marlowick::extractionFailed(const Nzb *nzb) const
 {
     const RarHandler *handler = work.value(nzb).rarHandler;
     return handler && handler->hasFailed();
@@ -80,30 +138,64 @@ RarHandler *Marlowick::rarHandlerFor(Nzb *nzb)
     RarHandler *&handler = work[nzb].rarHandler;
     if (!handler) {
         handler = new RarHandler(nzb);
+        handler->setTrustsDisk(work[nzb].trustsDisk);
         connect(handler, &RarHandler::errorProcessing, this, &Marlowick::rarErrorProcessing);
         connect(handler, &RarHandler::processingComplete, this, &Marlowick::rarProcessingComplete);
         connect(handler, &RarHandler::lowDiskspace, this, &Marlowick::rarLowDiskspace);
         connect(handler, &RarHandler::passwordNeeded, this, &Marlowick::rarPasswordNeeded);
+        connect(handler, &RarHandler::resting, this, &Marlowick::rarResting);
+        keepVolumes(nzb);
     }
     return handler;
 }
 
+/// For what a handler says: the job is gone, or has been given another handler.
+bool Marlowick::isStale(const Nzb *nzb) const
+{
+    const auto *handler = qobject_cast<RarHandler *>(sender());
+    return !nzbs.contains(nzb) || (handler && handler != work.value(nzb).rarHandler);
+}
+
 void Marlowick::rarErrorProcessing(Nzb *nzb, const QString &rarfile)
 {
-    if (nzbs.contains(nzb))
-        nzb->setStatus(tr("Error extracting RAR: %1").arg(rarfile));
+    if (isStale(nzb))
+        return;
+    JobWork &job = work[nzb];
+    job.anew = false;
+    job.failure = tr("Error extracting RAR: %1").arg(rarfile);
+    nzb->setStatus(job.failure);
+    if (job.repairWaits)
+        processNzb(nzb);
 }
 
 void Marlowick::rarProcessingComplete(Nzb *nzb)
 {
-    if (nzbs.contains(nzb) && nzb->isComplete())
+    if (isStale(nzb))
+        return;
+    if (work.value(nzb).anew)
+        settleUnpacked(nzb);
+    if (isReady(nzb))
         processNzb(nzb);
+}
+
+/// It sleeps, or has been suspended: a repair may begin, and what it sleeps for may be lost.
+void Marlowick::rarResting(Nzb *nzb)
+{
+    if (isStale(nzb) || !isReady(nzb))
+        return;
+    JobWork &job = work[nzb];
+    if (job.repairWaits)
+        processNzb(nzb);
+    else if (!job.repair && !wantsRepair(nzb))
+        job.rarHandler->giveUpLostVolume(job.anew);
 }
 
 void Marlowick::rarPasswordNeeded(Nzb *nzb, const QString &rarfile)
 {
-    if (nzbs.contains(nzb))
-        emit passwordNeeded(nzb, rarfile);
+    if (isStale(nzb))
+        return;
+    emit passwordNeeded(nzb, rarfile);
+    rarResting(nzb);
 }
 
 void Marlowick::setRarPassword(Nzb *nzb, const QString &password)
@@ -118,9 +210,8 @@ void Marlowick::rarLowDiskspace(quint64 needed)
                       .arg(needed >> 20));
 }
 
-/// Joins the first series of split files that has no gaps; the rest have their turn when it is
-/// done.
-bool Marlowick::startCombiners(Nzb *nzb)
+/// The join of the first series of split files that has no gaps, not started yet; null without one.
+std::unique_ptr<FileCombiner> Marlowick::nextJoin(Nzb *nzb)
 {
     QMap<QString, QStringList> series;
     for (int i = 0; i < nzb->fileCount(); ++i) {
@@ -134,17 +225,23 @@ bool Marlowick::startCombiners(Nzb *nzb)
         auto combiner = std::make_unique<FileCombiner>(nzb, this);
         for (const QString &piece : pieces)
             combiner->addFile(piece);
-        if (combiner->hasGaps())
-            continue;
-        connect(combiner.get(), &FileCombiner::processingComplete, this,
-                &Marlowick::splitCombinerFinished);
-        connect(combiner.get(), &FileCombiner::processingError, this,
-                &Marlowick::splitCombinerError);
-        work[nzb].join = combiner.release();
-        work[nzb].join->startProcessing();
-        return true;
+        if (!combiner->hasGaps())
+            return combiner;
     }
-    return false;
+    return nullptr;
+}
+
+/// One series at a time; the rest have their turn when it is done.
+bool Marlowick::startCombiners(Nzb *nzb)
+{
+    FileCombiner *combiner = nextJoin(nzb).release();
+    if (!combiner)
+        return false;
+    connect(combiner, &FileCombiner::processingComplete, this, &Marlowick::splitCombinerFinished);
+    connect(combiner, &FileCombiner::processingError, this, &Marlowick::splitCombinerError);
+    work[nzb].join = combiner;
+    combiner->startProcessing();
+    return true;
 }
 
 void Marlowick::splitCombinerFinished(Nzb *nzb, const QString &file)
@@ -153,7 +250,10 @@ void Marlowick::splitCombinerFinished(Nzb *nzb, const QString &file)
         return;
     const QFileInfo joined(file);
     nzb->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
-    processNzb(nzb);
+    if (work.value(nzb).anewAfterJoin)
+        repairAndUnpack(nzb);
+    else
+        processNzb(nzb);
 }
 
 /// False when the job was deleted meanwhile, perhaps with the combiner; another may lie where it

@@ -99,6 +99,7 @@ void Marlowick::loadQueue(const QString &fileName)
     const QString path = fileName.isEmpty() ? queueFileName : fileName;
     if (!QFile::exists(path))
         return;
+    const qsizetype before = nzbs.size();
     const XmlResult result = readXml(path, *this, queueLimits);
     for (; rowsOpen > 0; --rowsOpen) // the file has broken off inside of a job
         emit NZBadded(nullptr);
@@ -106,6 +107,7 @@ void Marlowick::loadQueue(const QString &fileName)
         throw std::runtime_error(tr("Error loading queue file").toStdString());
     if (result == XmlResult::Damaged)
         throw std::runtime_error(tr("Error parsing queue file").toStdString());
+    resumeLater(nzbs.sliced(before));
 }
 
 /// What a failed loadQueue() has read stays allocated.

@@ -91,7 +91,7 @@ void Marlowick::endProcessing(Nzb *nzb)
     if (RarHandler *handler = job.rarHandler) {
         handler->stop();
         QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
-        delete handler;
+        handler->deleteLater(); // as below
     }
     if (job.join) {
         nzb->addExtractedFile(QFileInfo(job.join->finish()).fileName(), 0);

@@ -4,7 +4,8 @@
 // The repair of a damaged job: which volumes to fetch for it, the passes of the PAR2 program, and
 // what follows from each.
 #include <QDebug>
-#include <QFile>
+#include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
 #include <optional>
@@ -64,13 +65,30 @@ std::optional<int> recoveryBlocks(const NzbFile *file, const QString &volumeName
     return blocks;
 }
 
+/// One block of each set that a volume is there or to be had of, by its base name.
+QMap<QString, int> setsOf(const Nzb *nzb)
+{
+    QMap<QString, int> sets;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (recoveryBlocks(nzb->fileAt(i), QString()))
+            sets.insert(nzb->fileAt(i)->baseName(), 1);
+    }
+    return sets;
+}
+
 } // namespace
 
-/// The status that tells of a failed extraction stays, whatever becomes of the repair.
+bool Marlowick::wantsRepair(const Nzb *nzb) const
+{
+    const JobWork job = work.value(nzb);
+    return job.anew ? job.repairWanted
+                    : nzb->hasIncompleteFiles() && settings_->value("autoPAR2"_L1).toBool();
+}
+
+/// The status that tells of a failed extraction comes back, whatever becomes of the repair.
 void Marlowick::showRepair(Nzb *nzb, const QString &status)
 {
-    if (!extractionFailed(nzb))
-        nzb->setStatus(status);
+    nzb->setStatus(extractionFailed(nzb) ? work.value(nzb).failure : status);
 }
 
 void Marlowick::startRepair(Nzb *nzb)
@@ -80,7 +98,11 @@ void Marlowick::startRepair(Nzb *nzb)
         requestFirstBlocks(nzb);
         return;
     }
-    showRepair(nzb, tr("Repairing"));
+    RarHandler *handler = work.value(nzb).rarHandler;
+    work[nzb].repairWaits = handler && handler->isAtWork();
+    if (work[nzb].repairWaits)
+        return; // it writes and deletes what the repair would read
+    nzb->setStatus(tr("Repairing"));
     try {
         auto *repair = new Par2Process(nzb, paths, this);
         work[nzb].repair = repair;
@@ -90,7 +112,7 @@ void Marlowick::startRepair(Nzb *nzb)
         connect(repair, &Par2Process::passEnded, this, &Marlowick::par2PassEnded);
         repair->startNextGroup();
     } catch (const std::runtime_error &failure) {
-        showRepair(nzb, tr("Damaged: par2 program not found"));
+        repairFailed(nzb, tr("Damaged: par2 program not found"));
         emit error(0, QString::fromUtf8(failure.what()));
     }
 }
@@ -99,7 +121,9 @@ void Marlowick::startRepair(Nzb *nzb)
 /// file is asked for.
 void Marlowick::requestFirstBlocks(Nzb *nzb)
 {
-    const QMap<QString, int> sets = damagedSets(nzb);
+    QMap<QString, int> sets = damagedSets(nzb);
+    if (sets.isEmpty() && work.value(nzb).anew)
+        sets = setsOf(nzb);
     bool enough = true;
     for (auto set = sets.cbegin(); set != sets.cend(); ++set)
         enough = requestBlocks(nzb, set.value(), set.key()) && enough;
@@ -142,7 +166,10 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
 {
     if (!nzbs.contains(nzb))
         return;
-    work[nzb].repair = nullptr;
+    JobWork &job = work[nzb];
+    if (job.anew)
+        return settleRepair(nzb);
+    takeNames(nzb, std::exchange(job.repair, nullptr));
     showRepair(nzb, u"Repaired"_s);
     for (int i = 0; i < nzb->fileCount(); ++i)
         nzb->fileAt(i)->markRepaired();
@@ -150,10 +177,53 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
     processNzb(nzb);
 }
 
+/// Deliberate: a set that is in order outweighs the others, and counts as a failure. Not so for a
+/// job that is taken anew.
 void Marlowick::par2Failed(Nzb *nzb)
 {
-    if (nzbs.contains(nzb))
-        showRepair(nzb, tr("Damaged beyond repair"));
+    if (!nzbs.contains(nzb))
+        return;
+    const JobWork job = work.value(nzb);
+    if (job.anew && job.repair && job.repair->isInOrder())
+        settleRepair(nzb);
+    else
+        repairFailed(nzb, tr("Damaged beyond repair"));
+}
+
+void Marlowick::repairFailed(Nzb *nzb, const QString &status)
+{
+    showRepair(nzb, status);
+    JobWork &job = work[nzb];
+    if (!job.anew)
+        return;
+    job.repairWanted = false;
+    job.repairFailed = true;
+    processNzb(nzb);
+}
+
+/// The program has given files their right names back, or has made one out of the damaged file of
+/// another name, or one that the post lacks: the job knows them by these names from now on.
+void Marlowick::takeNames(Nzb *nzb, const Par2Process *pass)
+{
+    QHash<QString, NzbFile *> files;
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        files.insert(nzb->fileAt(i)->name(), nzb->fileAt(i));
+    for (const QString &name : pass->targets()) {
+        const QString path = nzb->folder() + u'/' + name;
+        if (files.contains(name) || name.contains(u'/') || !QFileInfo(path).isFile()
+            || !isInsideFolder(nzb->folder(), path))
+            continue;
+        const QString oldName = pass->foundIn().value(name);
+        NzbFile *file = files.take(oldName);
+        if (!file) {
+            nzb->addExtractedFile(name, static_cast<quint64>(QFileInfo(path).size()));
+            continue;
+        }
+        if (isInsideFolder(nzb->folder(), pathOf(file)))
+            QFile::remove(pathOf(file));
+        file->setFilename(name);
+        emit downloadProgresses(file);
+    }
 }
 
 void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
@@ -164,9 +234,9 @@ void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
     JobWork &job = work[nzb];
     if (job.repair == sender())
         job.repair = nullptr;
+    const bool again = std::exchange(job.lookAgain, false);
     if (!answered)
-        showRepair(nzb, tr("Damaged: repair failed"));
-    if (std::exchange(work[nzb].lookAgain, false) && nzb->isComplete())
+        repairFailed(nzb, tr("Damaged: repair failed"));
+    if (again && nzbs.contains(nzb) && isReady(nzb))
         processNzb(nzb);
 }
-

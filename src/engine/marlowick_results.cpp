@@ -54,7 +54,7 @@ void Marlowick::finishFile(NzbFile *nzbfile, const QString &filename)
     emit notice(0, tr("File download complete: ") + filename);
     emit fileComplete(nzbfile);
     feedExtraction(nzbfile);
-    if (nzb->isComplete())
+    if (isReady(nzb))
         processNzb(nzb);
 }
 
@@ -81,5 +81,6 @@ void Marlowick::splitCombinerError(Nzb *nzb, const QString & /*file*/, const QSt
     qDebug().nospace() << "Split file combiner error: " << error;
     if (!error.isEmpty())
         emit notice(0, error);
-    static_cast<void>(endJoin(nzb));
+    if (endJoin(nzb) && work.value(nzb).anewAfterJoin)
+        repairAndUnpack(nzb);
 }

@@ -4,6 +4,10 @@
 
 #include <QByteArrayList>
 #include <QByteArrayView>
+#include <QFile>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -21,6 +25,8 @@ Par2Output::Verdict verdictOf(QByteArrayView line)
         return {.answer = Answer::CorruptVolume};
     return {};
 }
+
+QStringList lines(const QByteArray &text) { return QFile::decodeName(text).split(u'\n'); }
 
 } // namespace
 
@@ -42,4 +48,32 @@ Par2Output::Verdict Par2Output::verdict() const
             return verdict;
         rest.truncate(lineStart - 1);
     }
+}
+
+QStringList Par2Output::targets() const
+{
+    static const QRegularExpression pattern(u"^Target: \"(.+)\" - "_s);
+    QStringList names;
+    const QStringList all = lines(text_);
+    for (const QString &line : all) {
+        const QRegularExpressionMatch match = pattern.match(line);
+        if (match.hasMatch())
+            names << match.captured(1);
+    }
+    names.removeDuplicates();
+    return names;
+}
+
+QMap<QString, QString> Par2Output::foundIn() const
+{
+    static const QRegularExpression pattern(
+        u"^File: \"(.+)\" - (?:is a match for|found .* data blocks from) \"(.+)\"\\."_s);
+    QMap<QString, QString> names;
+    const QStringList all = lines(text_);
+    for (const QString &line : all) {
+        const QRegularExpressionMatch match = pattern.match(line);
+        if (match.hasMatch() && !names.contains(match.captured(2)))
+            names.insert(match.captured(2), match.captured(1));
+    }
+    return names;
 }

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
+#include <QStringList>
 
 /// What the PAR2 program prints, as it arrives, and what that says of a set of volumes.
 class Par2Output {
@@ -22,6 +24,10 @@ public:
     [[nodiscard]] const QByteArray &text() const { return text_; }
     /// By the last line that starts with words that are known.
     [[nodiscard]] Verdict verdict() const;
+    /// The files that the set is made for, by name.
+    [[nodiscard]] QStringList targets() const;
+    /// By the name of a target, that of a file which its data was found in.
+    [[nodiscard]] QMap<QString, QString> foundIn() const;
 
 private:
     QByteArray text_;

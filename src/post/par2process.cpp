@@ -140,6 +140,10 @@ void Par2Process::onError(QProcess::ProcessError error)
 
 void Par2Process::finishGroup(int &counter)
 {
+    if (&counter != &failed) {
+        targets_ += output.targets();
+        foundIn_.insert(output.foundIn());
+    }
     ++counter;
     startNextGroup();
 }

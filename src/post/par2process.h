@@ -34,6 +34,14 @@ public:
     /// Starts on the next set; after the last one tells how the pass ended, before it returns.
     void startNextGroup();
 
+    /// Each set has been found correct, or is so now.
+    [[nodiscard]] bool isInOrder() const { return failed == 0 && repaired + allCorrect != 0; }
+    [[nodiscard]] bool hasRepaired() const { return repaired != 0; }
+    /// Of the sets that are in order: the names of their files, and by such a name that of another
+    /// file which its data was found in. They come from the volumes, and may be anything.
+    [[nodiscard]] const QStringList &targets() const { return targets_; }
+    [[nodiscard]] const QMap<QString, QString> &foundIn() const { return foundIn_; }
+
 signals:
     /// All sets are done, one at least was repaired, none failed and none was found correct.
     void repairComplete(Nzb *nzb);
@@ -70,6 +78,8 @@ private:
     QProcess *process = nullptr; // while it runs
     Par2Output output;
     QString currentGroup;
+    QStringList targets_;
+    QMap<QString, QString> foundIn_;
     int repaired = 0;
     int failed = 0;
     int allCorrect = 0;

@@ -189,10 +189,22 @@ bool RarHandler::isAtWork()
     return !asks && (waitingFor.isEmpty() || lost || volumeReady(waitingFor));
 }
 
+bool RarHandler::isWaitingForVolume()
+{
+    const QMutexLocker lock(&volumeMutex);
+    return !waitingFor.isEmpty();
+}
+
 void RarHandler::setKeepsVolumes(bool keeps)
 {
     const QMutexLocker lock(&volumeMutex);
     keepsVolumes = keeps;
+}
+
+bool RarHandler::hasUnpacked(const NzbFile *file)
+{
+    const QMutexLocker lock(&volumeMutex);
+    return unpackedVolumes.contains(pathOf(file));
 }
 
 void RarHandler::removeKeptVolumes()

@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QMutex>
+#include <QSet>
 #include <QStringList>
 #include <QThread>
 #include <QWaitCondition>
@@ -47,6 +48,8 @@ public:
     void setKeepsVolumes(bool keeps);
     /// Deletes those that have stayed.
     void removeKeptVolumes();
+    /// Whether @p file has been a volume of an archive that is unpacked.
+    [[nodiscard]] bool hasUnpacked(const NzbFile *file);
     /// To be called when nothing more arrives: a run that sleeps for a volume which no file of the
     /// job is fails with that volume's name. One that sleeps for a damaged file sleeps on, unless
     /// @p evenDamaged.
@@ -66,6 +69,8 @@ public:
     [[nodiscard]] bool hasFailed() const { return failed; }
     /// It reads or writes files: it is processing, and neither asleep nor suspended.
     [[nodiscard]] bool isAtWork();
+    /// It sleeps for a volume.
+    [[nodiscard]] bool isWaitingForVolume();
 
 signals:
     /// @p rarfile is the full path of the volume that was being read.
@@ -131,7 +136,8 @@ private:
     QHash<QString, bool> arrived; ///< guarded by volumeMutex; see noteArrivals()
     bool lost = false; ///< guarded by volumeMutex; waitingFor will not come
     bool keepsVolumes = false; ///< guarded by volumeMutex
-    QStringList keptVolumes; ///< guarded by volumeMutex
+    QStringList keptVolumes; ///< guarded by volumeMutex, like the next one
+    QSet<QString> unpackedVolumes;
     QByteArray password; ///< guarded by passwordMutex; serves each archive of the job
     bool asksPassword = false; ///< guarded by passwordMutex
     quint64 bytesProcessed = 0;

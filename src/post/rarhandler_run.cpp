@@ -161,6 +161,8 @@ void RarHandler::keepOrRemoveVolumes()
 {
     {
         const QMutexLocker lock(&volumeMutex);
+        for (const QString &volume : std::as_const(volumes))
+            unpackedVolumes.insert(volume);
         if (keepsVolumes)
             keptVolumes += std::exchange(volumes, {});
     }

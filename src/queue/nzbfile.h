@@ -61,6 +61,8 @@ public:
     void markRepaired();
     /// What has been decoded so far is no longer on disk.
     void markLost();
+    /// For a file that has got its right name on disk.
+    void setFilename(const QString &name);
 
     /// The name without its extension and without a volume tail: "movie" for both
     /// "movie.part01.rar" and "movie.vol003+02.par2". Takes a dot before the extension for granted.
@@ -70,7 +72,6 @@ public:
     void saveXml(QXmlStreamWriter &xml) const;
 
 private:
-    void setFilename(const QString &name);
     [[nodiscard]] QString savedSubject() const;
 
     QString subject;
