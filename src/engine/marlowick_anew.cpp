@@ -104,8 +104,7 @@ void Marlowick::settleRepair(Nzb *nzb)
         if (whole.contains(nzb->fileAt(i)->name()))
             settle(nzb->fileAt(i));
     }
-    if (pass->hasRepaired())
-        removeLeftovers(nzb);
+    removeLeftovers(nzb); // perhaps of an earlier pass
     nzb->setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
     processNzb(nzb);
 }

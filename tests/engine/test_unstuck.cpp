@@ -22,7 +22,7 @@ const RarVolumes &set()
 
 const RarVolumes &recovery()
 {
-    static const RarVolumes volumes = recoveryOf(set(), {u"-s2000"_s, u"-c12"_s});
+    static const RarVolumes volumes = recoveryOf(set(), {u"-s2000"_s, u"-c25"_s});
     return volumes;
 }
 
@@ -61,6 +61,7 @@ struct World : EngineFixture {
     }
 
     Nzb *job = nullptr;
+    int asked = 0; ///< for a password
 };
 
 [[maybe_unused]] const Case folders("a folder named like a volume", [] {
@@ -105,6 +106,195 @@ const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s},
     t.fails(t.failureOf(set().at(1).first));
     t.engine->repairAndUnpack(t.job);
     t.ends(u"Repaired"_s);
+});
+
+[[maybe_unused]] const Case shown("a repair after a failed extraction", [] {
+    World t;
+    RarVolumes bad = set();
+    bad[1].second.fill('x');
+    const RarVolumes other{{u"y.bin"_s, randomBytes(2, 20'000)}};
+    Post post;
+    add(post, bad);
+    add(post, other);
+    add(post, recoveryOf(other, {u"-s2000"_s, u"-c5"_s}));
+    const PostedFile &last = post.file(static_cast<int>(bad.size()));
+    const QByteArray held = last.id(1);
+    post.file(static_cast<int>(bad.size())).segment(2).onServer = false;
+    post.upload(*t.server);
+    t.server->hold(held);
+    t.job = t.engine->addNZB(post.writeNzb(t.dir.path()));
+    QTRY_COMPARE(t.job->status(), t.failureOf(bad.at(1).first));
+    t.server->releaseAll();
+    QTRY_COMPARE(t.job->status(), u"Repairing"_s);
+    QTRY_VERIFY(!t.job->hasIncompleteFiles());
+    t.fails(t.failureOf(bad.at(1).first));
+});
+
+// One of them is damaged, too, so that par2 makes it anew.
+[[maybe_unused]] const Case names("files under names that say nothing", [] {
+    World t;
+    Post post;
+    for (const auto &[name, content] : set())
+        post.addYenc(u"%1.bin"_s.arg(post.fileCount()), content, 5000);
+    post.file(1).segment(2).onServer = false;
+    add(post, recovery());
+    t.set("rarHandling", u"disabled"_s);
+    t.job = t.start(post);
+    QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 20'000);
+    QStringList expected;
+    for (qsizetype i = 0; i < set().size(); ++i) {
+        const auto &[name, content] = set().at(i);
+        QCOMPARE(t.job->fileAt(static_cast<int>(i))->name(), name);
+        QCOMPARE(t.saved(u"demo/"_s + name), content);
+        expected << name;
+    }
+    QCOMPARE(QDir(t.job->folder()).entryList({u"*.bin*"_s, u"*.rar*"_s}), expected);
+    t.completedJobs.clear();
+    t.engine->repairAndUnpack(t.job);
+    t.ends(u"Finished"_s);
+});
+
+struct Rest {
+    const char *name;
+    bool damaged;
+    bool pieces;
+};
+const Rest rests[] = {{"to be unpacked", false, false},
+                      {"to be joined", false, true},
+                      {"to be repaired", true, false}};
+
+// What an interrupted run of the program leaves looks like that of one that was told to do nothing.
+[[maybe_unused]] const Case resumed("a new start finds a job", rests, [](const Rest &row) {
+    World t;
+    t.set("rarHandling", u"disabled"_s);
+    t.set("autoPAR2", false);
+    Post post;
+    if (row.pieces)
+        add(post,
+            {{u"film.avi.001"_s, film.first(60'000)}, {u"film.avi.002"_s, film.sliced(60'000)}});
+    else
+        add(post, set());
+    post.file(1).segment(3).onServer = !row.damaged;
+    if (row.damaged)
+        add(post, recovery());
+    Post done(u"done"_s);
+    done.addYenc(u"text.txt"_s, "text");
+    t.start(done);
+    t.start(post);
+    QTRY_COMPARE(t.completedJobs.size(), 2);
+    t.completedJobs.clear();
+    t.engine->saveQueue();
+    t.engine = std::make_unique<Marlowick>(nullptr);
+    t.set("rarHandling", u"during"_s);
+    t.set("autoPAR2", true);
+    QObject::connect(t.engine.get(), &Marlowick::nzbComplete,
+                     [&t](Nzb *nzb) { t.completedJobs << nzb->name(); });
+    t.engine->loadQueue(QString());
+    t.job = t.engine->queue()->last();
+    t.ends(row.damaged ? u"Repaired"_s : u"Finished"_s);
+});
+
+struct State {
+    const char *name;
+    void (*post)(World &, Post &);
+    void (*stuck)(World &); ///< comes back once the job is
+    QString end;
+};
+
+void awaitIdle(World &t)
+{
+    QTRY_COMPARE(t.server->openConnections(), 0);
+    QVERIFY(t.completedJobs.isEmpty());
+}
+
+const State states[] = {
+    {"the last article answered 430",
+     [](World &t, Post &post) {
+         t.set("threads", 1);
+         add(post, set());
+         post.file(2).segment(post.file(2).segmentCount()).onServer = false;
+         add(post, recovery());
+     },
+     awaitIdle, u"Repaired"_s},
+    {"wrong password", [](World &, Post &post) { add(post, locked()); },
+     [](World &t) {
+         QTRY_COMPARE(t.asked, 1);
+         t.engine->setRarPassword(t.job, u"wrong"_s);
+         t.fails(t.failureOf(u"x.rar"_s));
+     },
+     u"Finished"_s},
+    {"declined password", [](World &, Post &post) { add(post, locked()); },
+     [](World &t) {
+         QTRY_COMPARE(t.asked, 1);
+         t.engine->setRarPassword(t.job, QString());
+     },
+     u"Finished"_s},
+    {"asked for the password", [](World &, Post &post) { add(post, locked()); },
+     [](World &t) { QTRY_COMPARE(t.asked, 1); }, u"Finished"_s},
+    {"damaged, though each article was fine",
+     [](World &, Post &post) {
+         RarVolumes bad = set();
+         bad[1].second.replace(20'000, 100, QByteArray(100, 'x'));
+         add(post, bad);
+         add(post, recovery());
+     },
+     [](World &t) { QTRY_VERIFY(t.job->status().startsWith(u"Error extracting"_s)); },
+     u"Repaired"_s},
+    {"one of two sets is in order",
+     [](World &, Post &post) {
+         const RarVolumes note{{u"film.txt"_s, randomBytes(3, 9000)}};
+         add(post, set());
+         post.file(0).segment(1).onServer = false;
+         add(post, note);
+         add(post, recovery());
+         for (auto [name, content] : recoveryOf(note, {u"-s2000"_s, u"-c2"_s}))
+             post.addYenc(u"film"_s + name.sliced(1), content);
+     },
+     [](World &t) { t.fails(u"Damaged beyond repair"_s); }, u"Finished"_s},
+    {"a volume put right by hand",
+     [](World &, Post &post) {
+         add(post, set());
+         post.file(1).segment(3).onServer = false;
+     },
+     [](World &t) {
+         t.fails(u"Damaged beyond repair"_s);
+         writeFile(t.job->folder() + u'/' + set().at(1).first, set().at(1).second);
+     },
+     u"Finished"_s},
+    {"an article that never comes",
+     [](World &t, Post &post) {
+         t.set("networkRetry", 1);
+         add(post, set());
+         add(post, recovery());
+         t.server->script(When::body(post.file(1).id(3)), Reply::code("451 later"));
+     },
+     [](World &t) {
+         QTRY_COMPARE(t.completedFiles.size(), 2);
+         EngineFixture::fileOf(t.job, set().at(1).first)->setPaused(true);
+         awaitIdle(t);
+     },
+     u"Repaired"_s},
+};
+
+[[maybe_unused]] const Case unstuck("repair and unpack", states, [](const State &row) {
+    World t;
+    QObject::connect(t.engine.get(), &Marlowick::passwordNeeded, [&t] { ++t.asked; });
+    Post post;
+    row.post(t, post);
+    t.job = t.start(post);
+    QVERIFY(!t.engine->canRepairAndUnpack(t.job)); // nothing on disk yet
+    row.stuck(t);
+    if (QTest::currentTestFailed())
+        return;
+    const int asked = std::exchange(t.asked, 0);
+    QTRY_VERIFY(t.engine->canRepairAndUnpack(t.job));
+    t.engine->repairAndUnpack(t.job);
+    if (asked != 0) {
+        QTRY_COMPARE(t.asked, 1);
+        t.engine->setRarPassword(t.job, u"secret"_s);
+    }
+    const bool note = EngineFixture::fileOf(t.job, u"film.txt"_s);
+    t.ends(row.end, note ? QStringList(u"film.txt"_s) : QStringList());
 });
 
 } // namespace
