@@ -198,6 +198,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
     if (!boxes->isEmpty()) {
         boxes->waitUntilEmpty(); // what could not be saved is told while there is a window,
         stopAndSave(); // and the engine has lived on meanwhile
+        boxes->waitUntilEmpty();
     }
     event->accept();
 }
