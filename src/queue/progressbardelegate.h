@@ -5,7 +5,7 @@
 #include <QItemDelegate>
 
 /// Draws a cell whose text is a percentage, such as "45 %", as a progress bar, any other as text.
-class ProgressbarDelegate final : public QItemDelegate {
+class ProgressbarDelegate : public QItemDelegate {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ProgressbarDelegate)
 

@@ -20,8 +20,8 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
-#include "queue/progressbardelegate.h"
 #include "ui/boxqueue.h"
+#include "ui/statusdelegate.h"
 #include "ui_mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -81,7 +81,7 @@ void MainWindow::setUpView()
     view->setAcceptDrops(true);
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
-    view->setItemDelegateForColumn(statusColumn, new ProgressbarDelegate(this));
+    view->setItemDelegateForColumn(statusColumn, new StatusDelegate(this));
     view->insertActions(view->actions().constFirst(),
                         {ui->actionPause, ui->actionDelete, ui->actionPreview});
     view->setContextMenuPolicy(Qt::ActionsContextMenu);

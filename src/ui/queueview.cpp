@@ -10,6 +10,8 @@
 #include <memory>
 #include <utility>
 
+#include "ui/statusdelegate.h"
+
 namespace {
 
 /// What the model says about a row.
@@ -22,7 +24,6 @@ QVariantList contentsOf(const QModelIndex &index)
     return contents;
 }
 
-/// Shows colours of the model brighter on a dark ground, where pure red could hardly be read.
 class ReadableDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -30,13 +31,8 @@ public:
 protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
-        constexpr int bright = 200;
         QStyledItemDelegate::initStyleOption(option, index);
-        const QColor text = option->palette.color(QPalette::Text);
-        const bool dark = option->palette.color(QPalette::Base).lightness() < 128;
-        if (dark && text.lightness() < bright && index.data(Qt::ForegroundRole).isValid())
-            option->palette.setColor(QPalette::Text,
-                                     QColor::fromHsl(text.hslHue(), text.hslSaturation(), bright));
+        brightenOnDark(option);
     }
 };
 
