@@ -3,14 +3,18 @@
 #include "ui/queueview.h"
 
 #include <QAction>
+#include <QHelpEvent>
 #include <QIcon>
 #include <QMimeData>
 #include <QStyledItemDelegate>
+#include <QToolTip>
 
 #include <memory>
 #include <utility>
 
 #include "ui/statusdelegate.h"
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -96,6 +100,20 @@ void QueueView::repaintChanged()
         // A style may draw a progress bar one line beyond its cell.
         viewport()->update(0, place.top() - 1, viewport()->width(), place.height() + 2);
     }
+}
+
+bool QueueView::viewportEvent(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QTreeView::viewportEvent(event);
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QModelIndex index = indexAt(help->pos());
+    const QRect cell = visualRect(index);
+    const bool fits = sizeHintForIndex(index).width() <= cell.width();
+    // As a paragraph it is broken into lines, and a name is not taken for HTML.
+    const QString text = u"<p>"_s + index.data().toString().toHtmlEscaped() + u"</p>"_s;
+    QToolTip::showText(help->globalPos(), fits ? QString() : text, viewport(), cell);
+    return true;
 }
 
 void QueueView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,

@@ -11,7 +11,8 @@
 /// The tree of the queue. Each progress concerns two rows, a file's and its job's. Finding them
 /// would take time that grows with the queue, so the view looks through the rows on the screen
 /// instead, a few times a second however many articles arrive, and repaints those that have
-/// changed. Alt and an arrow key move the current row, as the mouse does.
+/// changed. Alt and an arrow key move the current row, as the mouse does. What a column is too
+/// narrow for stands in a tool tip.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
@@ -27,6 +28,7 @@ public slots:
     void repaintChanged();
 
 protected:
+    bool viewportEvent(QEvent *event) override;
     void drawRow(QPainter *painter, const QStyleOptionViewItem &option,
                  const QModelIndex &index) const override;
     void scrollContentsBy(int dx, int dy) override;

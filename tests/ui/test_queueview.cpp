@@ -1,11 +1,14 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 #include <QApplication>
+#include <QHelpEvent>
 #include <QProxyStyle>
 #include <QScreen>
 #include <QScrollBar>
 #include <QStandardItemModel>
 #include <QTest>
+#include <QTextDocumentFragment>
+#include <QToolTip>
 
 #include <algorithm>
 #include <cmath>
@@ -55,6 +58,7 @@ private slots:
     void changesBetweenRepaints();
     void readableOnDark_data();
     void readableOnDark();
+    void toolTipHoldsWhatIsCut();
 
 private:
     void setStatus(int row, const QString &status);
@@ -195,6 +199,24 @@ void TestQueueView::readableOnDark()
                 highest = std::max(highest, luminance(pixel));
         }
         QCOMPARE_GE((highest + 0.05) / (luminance(ground.rgb()) + 0.05), 4.5);
+    }
+}
+
+void TestQueueView::toolTipHoldsWhatIsCut()
+{
+    const auto hoverOver = [this](const QModelIndex &index) {
+        const QPoint place = view->visualRect(index).center();
+        QHelpEvent event(QEvent::ToolTip, place, view->viewport()->mapToGlobal(place));
+        QCoreApplication::sendEvent(view->viewport(), &event);
+    };
+    for (const int column : {0, 2}) {
+        const QString text = u"<i>Damaged</i> & beyond repair "_s.repeated(20).trimmed();
+        const QModelIndex index = model.index(0, column);
+        model.setData(index, text);
+        hoverOver(index);
+        QCOMPARE(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), text);
+        hoverOver(index.siblingAtColumn(1));
+        QTRY_VERIFY(!QToolTip::isVisible());
     }
 }
 
