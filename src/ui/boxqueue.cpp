@@ -2,22 +2,45 @@
 // SPDX-License-Identifier: MIT
 #include "ui/boxqueue.h"
 
+#include <QApplication>
 #include <QEventLoop>
 #include <QTimer>
-#include <QWidget>
+
+#include "ui/deletedialog.h"
+
+namespace {
+
+constexpr int lookAgainMsec = 100;
+
+/// The settings and the choice of a file may stay open for long, so they hold nothing up.
+bool questionStands()
+{
+    const QWidget *dialog = QApplication::activeModalWidget();
+    return qobject_cast<const QMessageBox *>(dialog) || qobject_cast<const DeleteDialog *>(dialog);
+}
+
+} // namespace
 
 BoxQueue::BoxQueue(QWidget *window)
     : QObject(window)
 {
 }
 
-void BoxQueue::append(QMessageBox::Icon icon, const QString &title, const QString &text)
+void BoxQueue::append(const Maker &make)
 {
-    boxes.append({icon, title, text.left(1000)});
+    boxes.append(make);
     if (boxes.size() == 1) {
         emit emptyChanged(false);
         QTimer::singleShot(0, this, &BoxQueue::showFirst);
     }
+}
+
+void BoxQueue::append(QMessageBox::Icon icon, const QString &title, const QString &text)
+{
+    append([this, icon, title, text = text.left(1000)] {
+        return new QMessageBox(icon, title, text, QMessageBox::Ok,
+                               qobject_cast<QWidget *>(parent()));
+    });
 }
 
 void BoxQueue::waitUntilEmpty()
@@ -31,13 +54,17 @@ void BoxQueue::waitUntilEmpty()
 
 void BoxQueue::showFirst()
 {
-    const Box &box = boxes.first();
-    auto *window = new QMessageBox(box.icon, box.title, box.text, QMessageBox::Ok,
-                                   qobject_cast<QWidget *>(parent()));
-    window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowModality(Qt::ApplicationModal);
-    connect(window, &QMessageBox::finished, this, &BoxQueue::removeFirst);
-    window->show();
+    if (questionStands()) { // it belongs to others, who do not tell when it goes
+        QTimer::singleShot(lookAgainMsec, this, &BoxQueue::showFirst);
+        return;
+    }
+    QDialog *box = boxes.constFirst()();
+    if (!box)
+        return removeFirst();
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::ApplicationModal);
+    connect(box, &QDialog::finished, this, &BoxQueue::removeFirst);
+    box->show();
 }
 
 void BoxQueue::removeFirst()

@@ -15,6 +15,7 @@ class Nzb;
 class NzbFile;
 class NzbModel;
 class Preview;
+class QDialog;
 class QLabel;
 
 namespace Ui {
@@ -76,6 +77,7 @@ private:
     [[nodiscard]] QModelIndex currentRow() const;
     [[nodiscard]] static bool isPreviewable(INzbItem *item);
     void setJobPaused(Nzb *nzb, bool paused);
+    [[nodiscard]] QDialog *passwordBox(Nzb *nzb);
 
     static constexpr int noticeMsec = 300000;
 

@@ -138,15 +138,29 @@ void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelInd
         ui->actionPause->setChecked(item->isPaused());
 }
 
-/// Cancel declines: the extraction is told in any case, for it waits.
 void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
 {
     const QPointer<Nzb> job(nzb);
-    const QString password = QInputDialog::getText(
-        this, tr("Password protected RAR file"),
-        tr("Please enter the password of what you are downloading"), QLineEdit::Password);
-    if (job) // it may have been deleted meanwhile
-        engine->setRarPassword(job, password);
+    boxes->append([this, job] { return passwordBox(job); });
+}
+
+/// The selected row tells which job it asks for. Cancel declines: the extraction is told in any
+/// case, for it waits. Null if the job has been deleted meanwhile.
+QDialog *MainWindow::passwordBox(Nzb *nzb)
+{
+    const QModelIndex row = model->index(static_cast<int>(engine->queue()->indexOf(nzb)), 0);
+    if (!row.isValid())
+        return nullptr;
+    ui->treeView->setCurrentIndex(row);
+    ui->treeView->scrollTo(row);
+    auto *box = new QInputDialog(this);
+    box->setWindowTitle(tr("Password protected RAR file"));
+    box->setLabelText(tr("Please enter the password of what you are downloading"));
+    box->setTextEchoMode(QLineEdit::Password);
+    connect(box, &QDialog::finished, nzb, [this, nzb, box](int result) {
+        engine->setRarPassword(nzb, result == QDialog::Accepted ? box->textValue() : QString());
+    });
+    return box;
 }
 
 void MainWindow::onNzbComplete(Nzb *n)

@@ -53,7 +53,7 @@ private slots:
 
     void boxesComeOneAfterAnother();
     void opensNoConnectionUnderBox();
-    void asksForPassword();
+    void asksForPasswords();
     void addsByDialog();
     void keysReachEverything();
     void keysMoveRows_data();
@@ -160,31 +160,49 @@ void TestMainWindow::opensNoConnectionUnderBox()
     QCOMPARE(engine->connectionCount(), 1);
 }
 
-void TestMainWindow::asksForPassword()
+/// For one job after the other, whose row is shown selected, and not above another question.
+void TestMainWindow::asksForPasswords()
 {
     NewsServer server;
     allowConnection(server.serverPort());
-    Post post(u"locked"_s);
-    for (const auto &[name, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
-        post.addYenc(name, data);
-    post.upload(server);
-    QStringList asked;
-    QTimer whenAsked;
-    whenAsked.callOnTimeout([&asked] {
-        auto *dialog = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
-        if (!dialog)
-            return;
-        asked << dialog->windowTitle() << dialog->labelText() << dialog->textValue();
-        QCOMPARE(dialog->textEchoMode(), QLineEdit::Password);
-        dialog->setTextValue(u"secret"_s);
-        dialog->accept();
+    for (int i = 0; i < 20; ++i)
+        addJob(u"job%1"_s.arg(i));
+    engine->pauseAll();
+    QStringList films;
+    for (const QString &name : {u"locked1"_s, u"locked2"_s}) {
+        Post post(name);
+        for (const auto &[file, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
+            post.addYenc(file, data);
+        post.upload(server);
+        films << engine->addNZB(post.writeNzb(dir->path()))->folder() + u"/film.avi"_s;
+    }
+    QStringList asking;
+    connect(engine, &Marlowick::passwordNeeded, this,
+            [&asking](Nzb *nzb) { asking << nzb->name(); });
+    answerNext([&](QWidget *question) {
+        [&] { QTRY_COMPARE(asking.size(), 2); }();
+        QCoreApplication::processEvents();
+        [&] { QCOMPARE(QApplication::activeModalWidget(), question); }();
+        return question->findChild<QAbstractButton *>(u"commandLinkButton_3"_s);
     });
-    whenAsked.start(10);
-    const Nzb *nzb = engine->addNZB(post.writeNzb(dir->path()));
-    QTRY_COMPARE(contentsOf(nzb->folder() + u"/film.avi"_s), "film");
-    QCOMPARE(asked, (QStringList{u"Password protected RAR file"_s,
-                                 u"Please enter the password of what you are downloading"_s,
-                                 {}}));
+    QCOMPARE(DeleteDialog::ask(), int(QMessageBox::Cancel));
+    for (const QString &name : std::as_const(asking)) {
+        QInputDialog *box = nullptr;
+        const auto isFor = [&](const QString &job) {
+            box = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+            return box && view()->currentIndex().data() == job;
+        };
+        QTRY_VERIFY(isFor(name));
+        QCOMPARE(std::ranges::count_if(window->findChildren<QDialog *>(), isVisible), 1);
+        QVERIFY(view()->viewport()->rect().contains(view()->visualRect(view()->currentIndex())));
+        QCOMPARE(box->windowTitle(), u"Password protected RAR file"_s);
+        QCOMPARE(box->labelText(), u"Please enter the password of what you are downloading"_s);
+        QCOMPARE(box->textEchoMode(), QLineEdit::Password);
+        QTest::keyClicks(box->focusWidget(), u"secret"_s);
+        QTest::keyClick(box->focusWidget(), Qt::Key_Return);
+    }
+    for (const QString &film : films)
+        QTRY_COMPARE(contentsOf(film), "film");
 }
 
 void TestMainWindow::addsByDialog()
