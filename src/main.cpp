@@ -8,6 +8,7 @@
 
 #include "ui/mainwindow.h"
 #include "ui/qtsingleapplication.h"
+#include "ui/terminationsignals.h"
 #include "ui/translations.h"
 
 using namespace Qt::StringLiterals;
@@ -24,6 +25,34 @@ void sendArguments(QtSingleApplication &application)
         application.sendMessage(argument, sendTimeoutMsec);
 }
 
+/// The window may have to ask the user before it is there. What comes meanwhile from a second start
+/// waits for it, and a signal ends the dialogs.
+int run(QtSingleApplication &application)
+{
+    const TerminationSignals termination;
+    QStringList early;
+    const QMetaObject::Connection meanwhile[] = {
+        QObject::connect(&application, &QtSingleApplication::messageReceived,
+                         [&early](const QString &message) { early << message; }),
+        QObject::connect(&termination, &TerminationSignals::received, &application,
+                         [] { QCoreApplication::exit(); })};
+    MainWindow window;
+    for (const QMetaObject::Connection &connection : meanwhile)
+        QObject::disconnect(connection);
+    QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
+                     &MainWindow::handleMessage);
+    QObject::connect(&termination, &TerminationSignals::received, &window, &MainWindow::end);
+    application.setActivationWindow(&window, true);
+    for (const QString &message : std::as_const(early))
+        window.handleMessage(message);
+    if (termination.haveCome()) {
+        window.end();
+        return 0;
+    }
+    window.show();
+    return QCoreApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -36,17 +65,5 @@ int main(int argc, char **argv)
     QApplication::setDesktopFileName(QStringLiteral(MARLOWICK_APP_ID));
     installTranslations(QLocale::system());
     QApplication::setWindowIcon(QIcon(u":/icons/newspaper.png"_s));
-    // The window may have to ask the user before it is there.
-    QStringList early;
-    const auto keep = QObject::connect(&application, &QtSingleApplication::messageReceived,
-                                       [&early](const QString &message) { early << message; });
-    MainWindow window;
-    QObject::disconnect(keep);
-    QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
-                     &MainWindow::handleMessage);
-    application.setActivationWindow(&window, true);
-    for (const QString &message : std::as_const(early))
-        window.handleMessage(message);
-    window.show();
-    return QCoreApplication::exec();
+    return run(application);
 }

@@ -63,6 +63,8 @@ MainWindow::MainWindow()
     // When a job goes whose file is the current row, the view tells nothing.
     connect(model, &NzbModel::rowsRemoved, this,
             [this] { onCurrentRowChanged(currentRow(), QModelIndex()); });
+    // Whether the session really ends is told later, and then Qt closes the window.
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, engine, &Marlowick::saveQueue);
     QTimer::singleShot(firstConnectionMsec, engine, &Marlowick::startToDownloadQueue);
 }
 
@@ -165,6 +167,8 @@ void MainWindow::loadQueue()
         this, tr("Loading queue failed"),
         tr("There was an error loading the queue. Do you want to load the backup file?"),
         QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+    // Only the end of the program leaves the question open: the next start asks again.
+    queueUndecided = answer != QMessageBox::Yes && answer != QMessageBox::No;
     if (answer != QMessageBox::Yes)
         return;
     try {
@@ -189,7 +193,14 @@ void MainWindow::importCommandLine()
 void MainWindow::stopAndSave()
 {
     engine->closeAllConnections();
-    engine->saveQueue();
+    if (!queueUndecided)
+        engine->saveQueue();
+}
+
+void MainWindow::end()
+{
+    stopAndSave();
+    QCoreApplication::exit(); // every event loop, also those of dialogs
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

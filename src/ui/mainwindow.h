@@ -40,6 +40,9 @@ public slots:
     void handleMessage(const QString &message);
     /// Shows the free space of the download folder, and suspends all downloads when it is low.
     void checkDiskspace();
+    /// Ends the program as closing the window does, but asks nothing and waits for no answer, also
+    /// not for that to a dialog that stands.
+    void end();
     /// Ends the program by a memory fault, for trying what a crash leaves behind.
     static void simulateCrash();
 
@@ -90,4 +93,5 @@ private:
     QLabel *freeSpaceLabel = nullptr;
     QMap<Nzb *, Preview *> previews; ///< running now
     BoxQueue *boxes;
+    bool queueUndecided = false; ///< the user was asked about a damaged queue and did not answer
 };

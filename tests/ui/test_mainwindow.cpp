@@ -466,9 +466,13 @@ void TestMainWindow::progressShowsInBothRows()
 
 void TestMainWindow::closingSaves()
 {
-    addJob();
+    addJob(u"a"_s);
+    // The session's manager, of which only Qt can make one, is not looked at.
+    emit qGuiApp->commitDataRequest(*reinterpret_cast<QSessionManager *>(qGuiApp));
+    QCOMPARE(savedJobs(), QStringList{u"a"_s});
+    addJob(u"b"_s);
     window->close();
-    QCOMPARE(savedJobs(), QStringList{u"job"_s});
+    QCOMPARE(savedJobs(), (QStringList{u"a"_s, u"b"_s}));
 }
 
 /// Each of the two saves, for what the first box asked for may have been done.

@@ -5,11 +5,14 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <csignal>
 #include <memory>
 
 #include "support/files.h"
 #include "support/newsserver.h"
 #include "support/posts.h"
+#include "support/rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -27,10 +30,30 @@ private slots:
 
     void downloadsInUsersLanguage();
     void secondStartHandsOver();
+    void signalEndsAndSaves_data();
+    void signalEndsAndSaves();
+    void signalLeavesDamagedQueue();
+    void secondSignalEndsAtOnce();
 
 private:
     [[nodiscard]] std::unique_ptr<QProcess> start(const QStringList &arguments,
                                                   const QString &locale = {});
+    /// Ends @p program, which has said that it is there.
+    void endBySignals(QProcess &program, const QList<int> &signalNumbers)
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(hasSaid(program, "Queue filename"), 30'000);
+        const auto id = static_cast<pid_t>(program.processId());
+        kill(id, SIGSTOP);
+        for (const int number : signalNumbers)
+            kill(id, number);
+        kill(id, SIGCONT);
+        QTRY_COMPARE_WITH_TIMEOUT(program.state(), QProcess::NotRunning, 30'000);
+    }
+    void set(const char *key, const QVariant &value) const
+    {
+        QSettings(dir->filePath(u"Marlowick.ini"_s), QSettings::IniFormat)
+            .setValue(QLatin1StringView(key), value);
+    }
     [[nodiscard]] QByteArray saved(const QString &path) const
     {
         return contentsOf(dir->filePath(u"downloads/"_s + path));
@@ -50,6 +73,8 @@ void TestProgram::init()
 {
     dir.emplace();
     said.clear();
+    for (const int number : {SIGINT, SIGHUP})
+        signal(number, SIG_DFL); // the program inherits it, also from a shell that ignores them
     server = std::make_unique<NewsServer>();
     server->requireLogin("joe", "secret");
     QVERIFY(QFile::copy(QStringLiteral(MARLOWICK_PROGRAM), dir->filePath(u"marlowick"_s)));
@@ -103,8 +128,7 @@ void TestProgram::downloadsInUsersLanguage()
     QVERIFY(!said.contains("secret"));
     QVERIFY(!said.contains("c2VjcmV0")); // nor in Base64
     QCOMPARE(program->state(), QProcess::Running);
-    program->kill();
-    program->waitForFinished();
+    endBySignals(*program, {SIGTERM});
 }
 
 void TestProgram::secondStartHandsOver()
@@ -123,8 +147,58 @@ void TestProgram::secondStartHandsOver()
     QCOMPARE(second->exitCode(), 0);
     QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*first, "Notice: \"NZB complete: sp"), 30'000);
     QCOMPARE(saved(u"später/film.bin"_s), film);
-    first->kill();
-    first->waitForFinished();
+    endBySignals(*first, {SIGTERM});
+}
+
+void TestProgram::signalEndsAndSaves_data()
+{
+    const auto row = rows<int, QString, bool>();
+    row("while downloading", {SIGTERM, u"127.0.0.1"_s, true});
+    row("under a box", {SIGINT, u"127.0.0.1"_s, false});
+    row("under the settings, before the window is there", {SIGHUP, QString(), true});
+}
+
+void TestProgram::signalEndsAndSaves()
+{
+    const auto [number, host, goodFile] = thisRow<int, QString, bool>();
+    Post post;
+    const QByteArray film = randomBytes(4, 50'000);
+    post.addYenc(u"film.bin"_s, film, 20'000);
+    post.upload(*server);
+    server->holdAll();
+    set("hostname", host);
+    const QString other = writeFile(dir->filePath(u"other.nzb"_s), goodFile ? "<nzb/>" : "bad");
+    const auto program = start({other, post.writeNzb(dir->path())});
+    if (!host.isEmpty())
+        QTRY_COMPARE_WITH_TIMEOUT(server->waiting().size(), 3, 30'000);
+    endBySignals(*program, {number});
+    QCOMPARE(program->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program->exitCode(), 0);
+    QTRY_COMPARE(server->openConnections(), 0);
+    server->releaseAll();
+    set("hostname", u"127.0.0.1"_s);
+    const auto next = start({});
+    QTRY_VERIFY_WITH_TIMEOUT(hasSaid(*next, "NZB complete: demo"), 30'000);
+    QCOMPARE(saved(u"demo/film.bin"_s), film);
+    endBySignals(*next, {SIGTERM});
+}
+
+/// The question about it has not been answered.
+void TestProgram::signalLeavesDamagedQueue()
+{
+    const QString queue = writeFile(dir->filePath(u"queue.qzb"_s), "<qzb><nzb name='x'/>");
+    const auto program = start({});
+    endBySignals(*program, {SIGTERM});
+    QCOMPARE(program->exitCode(), 0);
+    QCOMPARE(contentsOf(queue), "<qzb><nzb name='x'/>");
+}
+
+void TestProgram::secondSignalEndsAtOnce()
+{
+    const auto program = start({});
+    endBySignals(*program, {SIGINT, SIGTERM});
+    QCOMPARE(program->exitStatus(), QProcess::CrashExit);
+    QCOMPARE(program->exitCode(), SIGTERM);
 }
 
 QTEST_GUILESS_MAIN(TestProgram)
