@@ -1,8 +1,11 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include <QDir>
+#include <QFileInfo>
 #include <QIcon>
 #include <QLocale>
 #include <QStringList>
+#include <QTextStream>
 
 #include <utility>
 
@@ -17,12 +20,27 @@ namespace {
 
 constexpr int sendTimeoutMsec = 5000;
 
-/// Hands the command line on to the instance that is running; what it makes of it is its affair.
+void complain(const char *text, const QString &path)
+{
+    QTextStream(stderr) << QCoreApplication::translate("main", text).arg(path) << Qt::endl;
+}
+
+/// Hands the command line on to the instance that is running, which may be at work in another
+/// folder; what it makes of it is its affair.
 void sendArguments(QtSingleApplication &application)
 {
     const QStringList arguments = QCoreApplication::arguments();
-    for (const QString &argument : arguments)
-        application.sendMessage(argument, sendTimeoutMsec);
+    application.sendMessage(arguments.constFirst(), sendTimeoutMsec);
+    for (const QString &argument : arguments.sliced(1)) {
+        const QFileInfo file(QDir::fromNativeSeparators(argument));
+        const QString path = QDir::toNativeSeparators(file.absoluteFilePath());
+        const bool taken = application.sendMessage(path, sendTimeoutMsec);
+        if (!file.exists())
+            complain(QT_TRANSLATE_NOOP("main", "%1 does not exist"), path);
+        else if (!taken)
+            complain(QT_TRANSLATE_NOOP("main", "The Marlowick that is running did not take %1"),
+                     path);
+    }
 }
 
 /// The window may have to ask the user before it is there. What comes meanwhile from a second start
@@ -58,12 +76,12 @@ int run(QtSingleApplication &application)
 int main(int argc, char **argv)
 {
     QtSingleApplication application(argc, argv);
+    installTranslations(QLocale::system());
     if (application.isRunning()) {
         sendArguments(application);
         return 0;
     }
     QApplication::setDesktopFileName(QStringLiteral(MARLOWICK_APP_ID));
-    installTranslations(QLocale::system());
     QApplication::setWindowIcon(QIcon(u":/icons/newspaper.png"_s));
     return run(application);
 }
