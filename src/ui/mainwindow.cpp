@@ -72,7 +72,7 @@ MainWindow::~MainWindow() = default;
 
 void MainWindow::setUpView()
 {
-    QTreeView *view = ui->treeView;
+    QueueView *view = ui->treeView;
     view->setModel(model);
     view->header()->setStretchLastSection(false);
     view->header()->setSectionResizeMode(0, QHeaderView::Stretch);
@@ -84,9 +84,11 @@ void MainWindow::setUpView()
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
     view->setItemDelegateForColumn(statusColumn, new StatusDelegate(this));
-    view->insertActions(view->actions().constFirst(),
-                        {ui->actionPause, ui->actionDelete, ui->actionPreview});
-    view->setContextMenuPolicy(Qt::ActionsContextMenu);
+    view->insertActions(
+        view->actions().constFirst(),
+        {ui->actionPause, ui->actionDelete, ui->actionPreview, ui->actionRepairAndUnpack});
+    // Nothing tells when an article of a job gets under way or has come.
+    connect(view, &QueueView::aboutToShowMenu, this, &MainWindow::enableRepair);
     view->setFocus();
 }
 

@@ -52,6 +52,7 @@ protected:
 private slots:
     void on_actionPreview_triggered();
     void on_actionPause_triggered(bool checked);
+    void on_actionRepairAndUnpack_triggered();
     void on_actionSettings_triggered();
     void on_actionDownloads_triggered();
     void on_actionDelete_triggered();
@@ -68,6 +69,7 @@ private slots:
 
 private:
     void setUpView();
+    void enableRepair();
     void setUpToolBar();
     void setUpStatusBar();
     void connectEngine();
@@ -78,6 +80,8 @@ private:
     void importNzb(const QString &path, bool save);
     [[nodiscard]] QLabel *addStatusLabel(const QString &text, const QString &meaning);
     [[nodiscard]] QModelIndex currentRow() const;
+    [[nodiscard]] Nzb *currentJob() const;
+    [[nodiscard]] static Nzb *jobOf(INzbItem *item);
     [[nodiscard]] static bool isPreviewable(INzbItem *item);
     void setJobPaused(Nzb *nzb, bool paused);
     [[nodiscard]] QDialog *passwordBox(Nzb *nzb);

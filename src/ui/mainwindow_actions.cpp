@@ -62,6 +62,9 @@ QModelIndex MainWindow::currentRow() const
     return ui->treeView->selectionModel()->currentIndex();
 }
 
+/// That of the current row, which may be one of its files.
+Nzb *MainWindow::currentJob() const { return jobOf(NzbModel::itemAt(currentRow())); }
+
 void MainWindow::on_actionPause_triggered(bool checked)
 {
     INzbItem *item = NzbModel::itemAt(currentRow());
@@ -113,6 +116,18 @@ void MainWindow::on_actionDelete_triggered()
     engine->saveQueue();
 }
 
+void MainWindow::enableRepair()
+{
+    const Nzb *nzb = currentJob();
+    ui->actionRepairAndUnpack->setEnabled(nzb && engine->canRepairAndUnpack(nzb));
+}
+
+void MainWindow::on_actionRepairAndUnpack_triggered()
+{
+    if (Nzb *nzb = currentJob())
+        engine->repairAndUnpack(nzb);
+}
+
 void MainWindow::on_actionSettings_triggered()
 {
     SettingsWindow dialog(engine, nullptr);
@@ -134,6 +149,7 @@ void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelInd
     ui->actionDelete->setEnabled(item);
     ui->actionPause->setEnabled(item);
     ui->actionPreview->setEnabled(isPreviewable(item));
+    enableRepair();
     if (item)
         ui->actionPause->setChecked(item->isPaused());
 }

@@ -20,14 +20,14 @@ namespace {
 
 constexpr int previewCheckMsec = 500;
 
+} // namespace
+
 /// The job of a row, which may be that of one of its files.
-Nzb *jobOf(INzbItem *item)
+Nzb *MainWindow::jobOf(INzbItem *item)
 {
     auto *nzb = qobject_cast<Nzb *>(item);
     return nzb || !item ? nzb : qobject_cast<Nzb *>(item->parent());
 }
-
-} // namespace
 
 bool MainWindow::isPreviewable(INzbItem *item)
 {

@@ -3,8 +3,10 @@
 #include "ui/queueview.h"
 
 #include <QAction>
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QIcon>
+#include <QMenu>
 #include <QMimeData>
 #include <QStyledItemDelegate>
 #include <QToolTip>
@@ -114,6 +116,12 @@ bool QueueView::viewportEvent(QEvent *event)
     const QString text = u"<p>"_s + index.data().toString().toHtmlEscaped() + u"</p>"_s;
     QToolTip::showText(help->globalPos(), fits ? QString() : text, viewport(), cell);
     return true;
+}
+
+void QueueView::contextMenuEvent(QContextMenuEvent *event)
+{
+    emit aboutToShowMenu();
+    QMenu::exec(actions(), event->globalPos(), nullptr, this);
 }
 
 void QueueView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,

@@ -27,8 +27,13 @@ public slots:
     /// Repaints the rows on the screen that no longer show what the model says.
     void repaintChanged();
 
+signals:
+    /// The menu of the actions, by mouse or key.
+    void aboutToShowMenu();
+
 protected:
     bool viewportEvent(QEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
     void drawRow(QPainter *painter, const QStyleOptionViewItem &option,
                  const QModelIndex &index) const override;
     void scrollContentsBy(int dx, int dy) override;

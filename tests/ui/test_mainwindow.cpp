@@ -4,10 +4,12 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QCommandLinkButton>
+#include <QContextMenuEvent>
 #include <QDialogButtonBox>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPaintEvent>
 #include <QPushButton>
@@ -54,6 +56,7 @@ private slots:
     void boxesComeOneAfterAnother();
     void opensNoConnectionUnderBox();
     void asksForPasswords();
+    void menuTakesJobAnew();
     void addsByDialog();
     void keysReachEverything();
     void keysMoveRows_data();
@@ -99,6 +102,46 @@ private:
             else
                 answerNext(button);
         });
+    }
+    /// A job on @p server that holds a film in an archive with a password. Returns the film's path.
+    [[nodiscard]] QString addLocked(NewsServer &server, const QString &name)
+    {
+        Post post(name);
+        for (const auto &[file, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
+            post.addYenc(file, data);
+        post.upload(server);
+        return engine->addNZB(post.writeNzb(dir->path()))->folder() + u"/film.avi"_s;
+    }
+    [[nodiscard]] static QInputDialog *passwordBox()
+    {
+        return qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+    }
+    static void givePassword()
+    {
+        QTest::keyClicks(passwordBox()->focusWidget(), u"secret"_s);
+        QTest::keyClick(passwordBox()->focusWidget(), Qt::Key_Return);
+    }
+    /// Chooses @p text from the menu of the current row. False if that is not enabled.
+    [[nodiscard]] bool takeFromMenu(const QString &text)
+    {
+        bool enabled = false;
+        QTimer whenOpen;
+        whenOpen.callOnTimeout([&] {
+            auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+            if (!menu)
+                return;
+            for (QAction *action : menu->actions()) {
+                if (action->text() == text && action->isEnabled()) {
+                    menu->setActiveAction(action);
+                    enabled = true;
+                }
+            }
+            QTest::keyClick(menu, enabled ? Qt::Key_Return : Qt::Key_Escape);
+        });
+        whenOpen.start(0);
+        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, view()->mapToGlobal(QPoint()));
+        QCoreApplication::sendEvent(view(), &byKey);
+        return enabled;
     }
     [[nodiscard]] QStringList savedJobs()
     {
@@ -168,14 +211,7 @@ void TestMainWindow::asksForPasswords()
     for (int i = 0; i < 20; ++i)
         addJob(u"job%1"_s.arg(i));
     engine->pauseAll();
-    QStringList films;
-    for (const QString &name : {u"locked1"_s, u"locked2"_s}) {
-        Post post(name);
-        for (const auto &[file, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
-            post.addYenc(file, data);
-        post.upload(server);
-        films << engine->addNZB(post.writeNzb(dir->path()))->folder() + u"/film.avi"_s;
-    }
+    const QString films[] = {addLocked(server, u"locked1"_s), addLocked(server, u"locked2"_s)};
     QStringList asking;
     connect(engine, &Marlowick::passwordNeeded, this,
             [&asking](Nzb *nzb) { asking << nzb->name(); });
@@ -187,22 +223,36 @@ void TestMainWindow::asksForPasswords()
     });
     QCOMPARE(DeleteDialog::ask(), int(QMessageBox::Cancel));
     for (const QString &name : std::as_const(asking)) {
-        QInputDialog *box = nullptr;
-        const auto isFor = [&](const QString &job) {
-            box = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
-            return box && view()->currentIndex().data() == job;
-        };
-        QTRY_VERIFY(isFor(name));
+        QTRY_VERIFY(passwordBox() && view()->currentIndex().data() == name);
+        const auto *box = passwordBox();
         QCOMPARE(std::ranges::count_if(window->findChildren<QDialog *>(), isVisible), 1);
         QVERIFY(view()->viewport()->rect().contains(view()->visualRect(view()->currentIndex())));
         QCOMPARE(box->windowTitle(), u"Password protected RAR file"_s);
         QCOMPARE(box->labelText(), u"Please enter the password of what you are downloading"_s);
         QCOMPARE(box->textEchoMode(), QLineEdit::Password);
-        QTest::keyClicks(box->focusWidget(), u"secret"_s);
-        QTest::keyClick(box->focusWidget(), Qt::Key_Return);
+        givePassword();
     }
     for (const QString &film : films)
         QTRY_COMPARE(contentsOf(film), "film");
+}
+
+/// After a password that was declined, and not while an article is under way.
+void TestMainWindow::menuTakesJobAnew()
+{
+    NewsServer server;
+    allowConnection(server.serverPort());
+    const QString film = addLocked(server, u"locked"_s);
+    server.holdAll();
+    select(rowAt(0));
+    QTRY_VERIFY(!server.waiting().isEmpty());
+    QVERIFY(!takeFromMenu(u"Repair and unpack"_s));
+    server.releaseAll();
+    QTRY_VERIFY(passwordBox());
+    passwordBox()->reject();
+    QVERIFY(takeFromMenu(u"Repair and unpack"_s));
+    QTRY_VERIFY(passwordBox());
+    givePassword();
+    QTRY_COMPARE(contentsOf(film), "film");
 }
 
 void TestMainWindow::addsByDialog()
