@@ -212,6 +212,10 @@
         <source>More</source>
         <translation>Mehr</translation>
     </message>
+    <message>
+        <source>Repair and unpack</source>
+        <translation>Reparieren und entpacken</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -665,6 +669,17 @@
     <message>
         <source>Error writing to file. Check disk space</source>
         <translation>Fehler beim Schreiben der Datei. Prüfen Sie den Speicherplatz</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>%1 does not exist</source>
+        <translation>%1 gibt es nicht</translation>
+    </message>
+    <message>
+        <source>The Marlowick that is running did not take %1</source>
+        <translation>Das laufende Marlowick hat %1 nicht angenommen</translation>
     </message>
 </context>
 </TS>

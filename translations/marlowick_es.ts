@@ -212,6 +212,10 @@
         <source>More</source>
         <translation>Más</translation>
     </message>
+    <message>
+        <source>Repair and unpack</source>
+        <translation>Reparar y descomprimir</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -665,6 +669,17 @@
     <message>
         <source>Error writing to file. Check disk space</source>
         <translation>Error al escribir en el archivo. Compruebe el espacio en disco</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>%1 does not exist</source>
+        <translation>%1 no existe</translation>
+    </message>
+    <message>
+        <source>The Marlowick that is running did not take %1</source>
+        <translation>El Marlowick en ejecución no ha aceptado %1</translation>
     </message>
 </context>
 </TS>

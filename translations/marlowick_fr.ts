@@ -212,6 +212,10 @@
         <source>More</source>
         <translation>Plus</translation>
     </message>
+    <message>
+        <source>Repair and unpack</source>
+        <translation>Réparer et décompresser</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -665,6 +669,17 @@
     <message>
         <source>Error writing to file. Check disk space</source>
         <translation>Erreur à l’écriture du fichier. Vérifiez l’espace disque</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>%1 does not exist</source>
+        <translation>%1 n’existe pas</translation>
+    </message>
+    <message>
+        <source>The Marlowick that is running did not take %1</source>
+        <translation>Le Marlowick en cours d’exécution n’a pas pris %1</translation>
     </message>
 </context>
 </TS>

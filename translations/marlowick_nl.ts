@@ -212,6 +212,10 @@
         <source>More</source>
         <translation>Meer</translation>
     </message>
+    <message>
+        <source>Repair and unpack</source>
+        <translation>Herstellen en uitpakken</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -665,6 +669,17 @@
     <message>
         <source>Error writing to file. Check disk space</source>
         <translation>Fout bij het schrijven naar bestand. Controleer de schijfruimte</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>%1 does not exist</source>
+        <translation>%1 bestaat niet</translation>
+    </message>
+    <message>
+        <source>The Marlowick that is running did not take %1</source>
+        <translation>De actieve Marlowick heeft %1 niet aangenomen</translation>
     </message>
 </context>
 </TS>
