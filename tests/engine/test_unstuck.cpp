@@ -11,7 +11,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray film = randomBytes(1, 100'000);
+/// Of half a byte's worth each, for archives that do not hold it as it is.
+const QByteArray film = [] {
+    QByteArray bytes = randomBytes(1, 100'000);
+    std::for_each(bytes.begin(), bytes.end(), [](char &byte) { byte &= 15; });
+    return bytes;
+}();
 
 /// Packed and with recovery volumes, once for all cases.
 const RarVolumes &set()
@@ -88,11 +93,13 @@ const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s},
     World t;
     t.set("rarHandling", row.rarHandling);
     const RarVolumes note{{row.note, randomBytes(2, 20'000)}};
+    // par2 would find stored volumes in the film.
+    const RarVolumes packed = packWithRar({{u"film.avi"_s, film}}, {u"-m5"_s, u"-v20k"_s});
     Post post;
-    add(post, set());
+    add(post, packed);
     add(post, note);
-    add(post, recoveryOf(set() + note, {u"-s2000"_s, u"-c12"_s}));
-    post.file(static_cast<int>(set().size())).segment(2).onServer = false;
+    add(post, recoveryOf(packed + note, {u"-s2000"_s, u"-c12"_s}));
+    post.file(static_cast<int>(packed.size())).segment(2).onServer = false;
     t.job = t.start(post);
     t.ends(u"Repaired"_s, {row.note});
 });
