@@ -145,7 +145,7 @@ void Marlowick::releaseRemoved(NzbFile *file)
 void Marlowick::processLater(Nzb *nzb)
 {
     QTimer::singleShot(0, nzb, [this, nzb] {
-        if (nzbs.contains(nzb) && nzb->fileCount() > 0 && nzb->isComplete())
+        if (nzbs.contains(nzb) && nzb->fileCount() > 0 && isReady(nzb))
             processNzb(nzb);
     });
 }
