@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 class FileCombiner;
 class Par2Process;
@@ -16,6 +16,7 @@ struct JobWork {
     bool lookAgain = false; ///< at the job, once the repair has ended
     bool repairWaits = false; ///< for the extraction to rest
     QString failure; ///< of the extraction, as the status tells it
+    QStringList restored; ///< files that a repair has made and the job does not list
 
     // The job is being taken anew, at the user's wish and whatever the settings say.
     bool anew = false;

@@ -43,6 +43,18 @@ bool isRepairable(const Nzb *nzb)
     });
 }
 
+/// Whether there is a volume "x.part2.rar" or "x.r00", but no file at all that an archive starts
+/// with.
+bool hasOrphan(const Nzb *nzb)
+{
+    const auto isThere = [](const NzbFile *file, bool first) {
+        return isVolumeName(file->name()) && isFirstVolume(file->name()) == first
+               && QFile::exists(pathOf(file));
+    };
+    return anyFile(nzb, [&](const NzbFile *file) { return isThere(file, false); })
+           && !anyFile(nzb, [&](const NzbFile *file) { return isThere(file, true); });
+}
+
 /// Nothing more of the file is fetched: it is whole on disk, or was.
 void settle(NzbFile *file)
 {
@@ -72,7 +84,7 @@ void Marlowick::repairAndUnpack(Nzb *nzb)
         return;
     }
     RarHandler *handler = old.rarHandler;
-    const bool wrong = nzb->hasIncompleteFiles() || !nzb->isComplete()
+    const bool wrong = nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb)
                        || (handler && (handler->hasFailed() || handler->isWaitingForVolume()));
     JobWork job;
     job.anew = true;

@@ -115,6 +115,7 @@ void Marlowick::keepVolumes(Nzb *nzb)
 bool Marlowick::unpack(Nzb *nzb)
 {
     RarHandler *handler = rarHandlerFor(nzb);
+    handler->setRestoredFiles(work.value(nzb).restored);
     if (!handler->hasFailed())
         handler->checkCompletedFiles();
     if (handler->isProcessing()) {

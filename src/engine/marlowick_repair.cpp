@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QFileInfo>
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 #include <optional>
@@ -157,6 +158,8 @@ void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumena
 {
     if (!nzbs.contains(nzb))
         return;
+    if (const Par2Process *pass = work.value(nzb).repair)
+        takeNames(nzb, pass); // of sets before this one
     showRepair(nzb, QString());
     if (!requestBlocks(nzb, std::max(number, 1), volumename))
         par2Failed(nzb);
@@ -184,6 +187,8 @@ void Marlowick::par2Failed(Nzb *nzb)
     if (!nzbs.contains(nzb))
         return;
     const JobWork job = work.value(nzb);
+    if (job.repair)
+        takeNames(nzb, job.repair);
     if (job.anew && job.repair && job.repair->isInOrder())
         settleRepair(nzb);
     else
@@ -208,19 +213,23 @@ void Marlowick::takeNames(Nzb *nzb, const Par2Process *pass)
     QHash<QString, NzbFile *> files;
     for (int i = 0; i < nzb->fileCount(); ++i)
         files.insert(nzb->fileAt(i)->name(), nzb->fileAt(i));
+    const QSet<QString> targets(pass->targets().cbegin(), pass->targets().cend());
     for (const QString &name : pass->targets()) {
         const QString path = nzb->folder() + u'/' + name;
         if (files.contains(name) || name.contains(u'/') || !QFileInfo(path).isFile()
             || !isInsideFolder(nzb->folder(), path))
             continue;
         const QString oldName = pass->foundIn().value(name);
-        NzbFile *file = files.take(oldName);
-        if (!file) {
+        NzbFile *file = targets.contains(oldName) ? nullptr : files.value(oldName);
+        const bool stays = file && !file->isIncomplete() && QFile::exists(pathOf(file));
+        if (!file || stays) { // parts of a file may be found in another one that is whole
             nzb->addExtractedFile(name, static_cast<quint64>(QFileInfo(path).size()));
+            work[nzb].restored << name;
             continue;
         }
         if (isInsideFolder(nzb->folder(), pathOf(file)))
             QFile::remove(pathOf(file));
+        files.remove(oldName);
         file->setFilename(name);
         emit downloadProgresses(file);
     }

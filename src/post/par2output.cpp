@@ -67,13 +67,15 @@ QStringList Par2Output::targets() const
 QMap<QString, QString> Par2Output::foundIn() const
 {
     static const QRegularExpression pattern(
-        u"^File: \"(.+)\" - (?:is a match for|found .* data blocks from) \"(.+)\"\\."_s);
+        u"^File: \"(.+)\" - (?:is a match for|found (\\d+) of (\\d+) data blocks from) \"(.+)\"\\."_s);
     QMap<QString, QString> names;
     const QStringList all = lines(text_);
     for (const QString &line : all) {
-        const QRegularExpressionMatch match = pattern.match(line);
-        if (match.hasMatch() && !names.contains(match.captured(2)))
-            names.insert(match.captured(2), match.captured(1));
+        const QRegularExpressionMatch found = pattern.match(line);
+        const bool most =
+            found.hasMatch() && found.captured(2).toInt() * 2 >= found.captured(3).toInt();
+        if (most && !names.contains(found.captured(4)))
+            names.insert(found.captured(4), found.captured(1));
     }
     return names;
 }

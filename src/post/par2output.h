@@ -26,7 +26,7 @@ public:
     [[nodiscard]] Verdict verdict() const;
     /// The files that the set is made for, by name.
     [[nodiscard]] QStringList targets() const;
-    /// By the name of a target, that of a file which its data was found in.
+    /// By the name of a target, that of a file which more than half of its data was found in.
     [[nodiscard]] QMap<QString, QString> foundIn() const;
 
 private:

@@ -63,8 +63,8 @@ void RarHandler::fileCompleted(NzbFile *file)
     if (file->parent() != nzb || (file->isIncomplete() && !trustsDisk))
         return;
     const QMutexLocker lock(&volumeMutex);
-    if (startsRun(file))
-        return startRun(file);
+    if (startsRun(file->name()))
+        return startRun(file->name());
     if (processing)
         noteArrivals();
     if (file->name() == waitingFor)
@@ -80,10 +80,14 @@ void RarHandler::checkCompletedFiles()
         const NzbFile *file = nzb->fileAt(i);
         if (!isWhole(file))
             continue;
-        if (startsRun(file))
-            startRun(file);
+        if (startsRun(file->name()))
+            startRun(file->name());
         else if (file->name() == waitingFor)
             volumeCondition.wakeOne();
+    }
+    for (const QString &name : std::as_const(restored)) {
+        if (startsRun(name))
+            startRun(name);
     }
 }
 
@@ -98,19 +102,19 @@ bool RarHandler::isWhole(const NzbFile *file) const
 }
 
 /// With volumeMutex held.
-bool RarHandler::startsRun(const NzbFile *file) const
+bool RarHandler::startsRun(const QString &name) const
 {
-    const QString path = pathOf(file);
-    return !processing && isFirstVolume(file->name()) && QFile::exists(path)
+    const QString path = nzb->folder() + u'/' + name;
+    return !processing && isFirstVolume(name) && QFile::exists(path)
            && isInsideFolder(nzb->folder(), path) && !keptVolumes.contains(path);
 }
 
 /// With volumeMutex held.
-void RarHandler::startRun(const NzbFile *file)
+void RarHandler::startRun(const QString &name)
 {
     awaitEnd(); // It has reported, but start() does nothing before the thread has ended.
     folder = nzb->folder();
-    rarFile = folder + u'/' + file->name();
+    rarFile = folder + u'/' + name;
     lost = false;
     noteArrivals();
     processing = true;

@@ -56,6 +56,8 @@ public:
     void giveUpLostVolume(bool evenDamaged);
     /// Takes each file that lies there for whole, whatever is known of its articles.
     void setTrustsDisk(bool trusts) { trustsDisk = trusts; }
+    /// Files that a repair has made and the job does not list: an archive may begin with one.
+    void setRestoredFiles(const QStringList &names) { restored = names; }
 
     /// Ends the run for good, and blocks until the thread has ended: at once if it sleeps, at the
     /// next volume that has not arrived otherwise, or at the end of the archive.
@@ -100,8 +102,8 @@ private:
     void awaitEnd();
     [[nodiscard]] QString pathOf(const NzbFile *file) const;
     [[nodiscard]] bool isWhole(const NzbFile *file) const;
-    [[nodiscard]] bool startsRun(const NzbFile *file) const;
-    void startRun(const NzbFile *file);
+    [[nodiscard]] bool startsRun(const QString &name) const;
+    void startRun(const QString &name);
     void noteArrivals();
     [[nodiscard]] bool isPlacedByHand(const QString &name) const;
     void reviewVolume();
@@ -152,6 +154,7 @@ private:
     bool failed = false;
     bool isSuspended = false;
     bool trustsDisk = false;
+    QStringList restored;
     std::unique_ptr<RarArchive> archive; ///< during a run
     RarArchive::Member member; ///< the one being handled
 };

@@ -268,6 +268,16 @@ const State states[] = {
          writeFile(t.job->folder() + u'/' + set().at(1).first, set().at(1).second);
      },
      u"Finished"_s},
+    {"the first volume is not in the NZB",
+     [](World &, Post &post) {
+         add(post, set().sliced(1));
+         add(post, recovery());
+     },
+     [](World &t) {
+         QTRY_COMPARE(t.completedJobs.size(), 1);
+         t.completedJobs.clear();
+     },
+     u"Repaired"_s},
     {"an article that never comes",
      [](World &t, Post &post) {
          t.set("networkRetry", 1);
