@@ -5,8 +5,10 @@
 #include <QDebug>
 #include <QSslCertificate>
 #include <QSslSocket>
+
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "queue/nzbfile.h"
 #include "transfer/abstractdecoder.h"
@@ -19,8 +21,9 @@ namespace {
 /// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
 constexpr qint64 maxLineLength = 1024 * 1024;
 
-/// What one connection decrypts before the others and the window get their turn. Without a limit
-/// eight connections decrypt eight whole articles first.
+/// What one connection takes from the network, and decrypts, before the others and the window get
+/// their turn: Qt's limit is for its buffer of encrypted bytes, which are decrypted all at once.
+/// Without it eight connections decrypt eight whole articles first.
 constexpr qint64 decryptedAtOnce = 256 * 1024;
 
 /// As it is sent: a message id out of an NZB must not smuggle in a command of its own.
@@ -188,12 +191,16 @@ void NNTP::onConnected()
 
 void NNTP::onError(QAbstractSocket::SocketError socketError)
 {
+    const QString text = socket->errorString();
+    const QPointer<NNTP> self(this);
+    readDecrypted(); // what came before the failure may end the article
+    if (!self || state == StateDisconnected)
+        return;
     if (socketError == QAbstractSocket::RemoteHostClosedError && state == StateQuitting) {
         qDebug() << "Disconnected";
         deleteLater();
         return;
     }
-    const QString text = socket->errorString();
     qDebug().nospace() << "Socket error: (" << static_cast<int>(socketError) << ") " << text;
     abortWithError(socketError, text);
 }
@@ -223,9 +230,25 @@ void NNTP::onSSLerror(const QSslError &sslError)
     abortWithError(0, message);
 }
 
+/// A TLS socket emits this for each 4096 bytes that it has decrypted of a network read. All of them
+/// are read at once, afterwards: a chunk then ends where a TLS record does, not within a line end.
 void NNTP::onReadyRead()
 {
     lastActivity.start();
+    if (!ssl)
+        readAvailable();
+    else if (!std::exchange(readQueued, true))
+        QMetaObject::invokeMethod(this, &NNTP::readDecrypted, Qt::QueuedConnection);
+}
+
+void NNTP::readDecrypted()
+{
+    if (std::exchange(readQueued, false) && state != StateDisconnected)
+        readAvailable();
+}
+
+void NNTP::readAvailable()
+{
     if (decoder)
         readChunk();
     else
@@ -259,6 +282,8 @@ QByteArray NNTP::takeLine()
 {
     QByteArray line = socket->readLine();
     bytesReceived_ += static_cast<quint64>(line.size());
+    if (ssl && socket->readBufferSize() != decryptedAtOnce)
+        socket->setReadBufferSize(decryptedAtOnce);
     return line;
 }
 
@@ -307,7 +332,7 @@ void NNTP::advance()
     case StateSentBody:
         terminatorMatch = 0;
         state = StateReadingBody;
-        onReadyRead();
+        readAvailable();
         break;
     case StateDisconnected:
     case StateReady:

@@ -95,6 +95,8 @@ private:
     void requestBody();
     void finishLogin();
 
+    void readDecrypted();
+    void readAvailable();
     void readReply();
     [[nodiscard]] QByteArray takeLine();
     [[nodiscard]] QString withoutPassword(const QByteArray &reply) const;
@@ -124,6 +126,7 @@ private:
     QElapsedTimer lastActivity;
     quint64 bytesReceived_ = 0;
     QTimer retryTimer;
+    bool readQueued = false; ///< of what a TLS socket has decrypted
     bool retryPending = false;
     bool deletePending = false;
     int terminatorMatch = 0;

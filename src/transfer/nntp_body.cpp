@@ -79,9 +79,10 @@ void NNTP::startDecoder(AbstractDecoder *newDecoder, QByteArray &line)
 {
     const QPointer<NNTP> self(this);
     decoder = newDecoder;
+    terminatorMatch = terminatorBegun(line);
     decode(line);
     if (self)
-        onReadyRead();
+        readAvailable();
 }
 
 void NNTP::finishUnknownArticle()
@@ -97,6 +98,8 @@ void NNTP::readChunk()
     const QPointer<NNTP> self(this);
     // Unlike readAll(), this hands over the socket's own block without a copy.
     QByteArray chunk = socket->read(socket->bytesAvailable());
+    if (chunk.isEmpty()) // it would hide a terminator that has begun
+        return;
     bytesReceived_ += static_cast<quint64>(chunk.size());
     const bool finished = endsArticle(chunk, terminatorMatch);
     if (!finished)

@@ -224,6 +224,8 @@ void TestNntp::findsEncoding_data()
     QTest::newRow("full uuencode line in a later article")
         << QByteArray(full + "\r\n" + full + "\r\n") << 2 << 3 << u"film.bin.uu000002"_s
         << quint64(90) << true;
+    QTest::newRow("full uuencode line as the only one of a later article")
+        << QByteArray(full + "\r\n") << 2 << 3 << u"film.bin.uu000002"_s << quint64(45) << true;
     QTest::newRow("full uuencode line in a first article")
         << QByteArray(full + "\r\n") << 1 << 3 << QString() << quint64(0) << false;
     QTest::newRow("short last line of the last article")
