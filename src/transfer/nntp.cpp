@@ -107,6 +107,7 @@ void NNTP::getArticle(const QString &messageId, const QString &jobFolder, NzbFil
 void NNTP::requestBody()
 {
     state = StateSentBody;
+    bytesBeforeArticle = bytesReceived_;
     dropDecoder();
     sendCommand("BODY <"_L1 + msgid.trimmed() + u'>');
 }

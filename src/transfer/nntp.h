@@ -109,6 +109,7 @@ private:
     void finishUnknownArticle();
 
     void readChunk();
+    [[nodiscard]] bool abortedForEndlessArticle();
     void decode(QByteArray &data);
     void finishArticle();
 
@@ -125,6 +126,7 @@ private:
     QPointer<NzbFile> nzbfile;
     QElapsedTimer lastActivity;
     quint64 bytesReceived_ = 0;
+    quint64 bytesBeforeArticle = 0; ///< of bytesReceived_
     QTimer retryTimer;
     bool readQueued = false; ///< of what a TLS socket has decrypted
     bool retryPending = false;

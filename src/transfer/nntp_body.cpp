@@ -17,6 +17,9 @@ namespace {
 /// The end of a multi-line reply, with the line end before it (RFC 3977 3.1.1).
 constexpr QByteArrayView terminator = "\r\n.\r\n";
 
+/// Far above any article: most have less than one megabyte, and servers take no more than a few.
+constexpr quint64 maxArticleLength = 32 * 1024 * 1024;
+
 /// How many bytes of the terminator @p chunk ends with, 0 to 4.
 int terminatorBegun(const QByteArray &chunk)
 {
@@ -46,7 +49,7 @@ void NNTP::readBodyLines(QByteArray line)
 {
     const QPointer<NNTP> self(this);
     examineBodyLine(line);
-    while (self && socket->canReadLine()) {
+    while (self && !abortedForEndlessArticle() && socket->canReadLine()) {
         line = takeLine();
         examineBodyLine(line);
     }
@@ -101,12 +104,22 @@ void NNTP::readChunk()
     if (chunk.isEmpty()) // it would hide a terminator that has begun
         return;
     bytesReceived_ += static_cast<quint64>(chunk.size());
+    if (abortedForEndlessArticle())
+        return;
     const bool finished = endsArticle(chunk, terminatorMatch);
     if (!finished)
         terminatorMatch = terminatorBegun(chunk);
     decode(chunk);
     if (finished && self && decoder)
         finishArticle();
+}
+
+bool NNTP::abortedForEndlessArticle()
+{
+    if (bytesReceived_ - bytesBeforeArticle <= maxArticleLength)
+        return false;
+    abortWithError(0, tr("The server sent an article without an end"));
+    return true;
 }
 
 /// A decoder that fails ends the connection and is gone when this returns.
