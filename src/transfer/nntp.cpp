@@ -219,7 +219,9 @@ void NNTP::onSSLerror(const QSslError &sslError)
         break;
     case QSslError::HostNameMismatch: {
         const QSslCertificate certificate = sslError.certificate();
-        const QStringList names = certificate.subjectInfo(QSslCertificate::CommonName);
+        QStringList names = certificate.subjectInfo(QSslCertificate::CommonName);
+        if (names.isEmpty())
+            names = certificate.subjectAlternativeNames().values();
         message += tr(": You entered hostname '%1' but the server's SSL certificate is only valid "
                       "for '%2'")
                        .arg(host, names.join(", "_L1));

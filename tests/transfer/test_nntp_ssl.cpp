@@ -56,6 +56,8 @@ const struct {
     {"other host", true, u"news.example"_s, u"DNS:news.example"_s,
      u": You entered hostname '127.0.0.1' but the server's SSL certificate is only valid for "
      "'news.example'"_s},
+    {"no common name", true, QString(), u"DNS:other.example"_s,
+     u"is only valid for 'other.example'"_s},
 };
 const Case refused("a certificate that is refused", certificates, [](const auto &row) {
     const Session session(row.commonName, row.altName, row.ownAuthority);
