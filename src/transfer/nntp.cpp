@@ -12,6 +12,7 @@
 
 #include "queue/nzbfile.h"
 #include "transfer/abstractdecoder.h"
+#include "transfer/addressfamily.h"
 
 using namespace Qt::StringLiterals;
 
@@ -84,12 +85,13 @@ void NNTP::login()
         return;
 
     state = StateConnecting;
+    family = AddressFamily::of(host);
     qDebug().nospace() << "Connecting to server: " << host << " port: " << port << " SSL: " << ssl;
     lastActivity.start(); // first: a connect may fail at once, which stops the clock
     if (auto *sslSocket = qobject_cast<QSslSocket *>(socket))
-        sslSocket->connectToHostEncrypted(host, static_cast<quint16>(port));
+        sslSocket->connectToHostEncrypted(host, quint16(port), QIODevice::ReadWrite, family);
     else
-        socket->connectToHost(host, static_cast<quint16>(port));
+        socket->connectToHost(host, quint16(port), QIODevice::ReadWrite, family);
 }
 
 void NNTP::getArticle(const QString &messageId, const QString &jobFolder, NzbFile *file, int number)
@@ -148,6 +150,10 @@ int NNTP::idleSeconds() const
 void NNTP::abortWithError(int code, const QString &msg)
 {
     const QPointer<NNTP> self(this);
+    const bool connecting =
+        state == StateConnecting && socket->state() < QTcpSocket::ConnectedState;
+    if (connecting && (code == NetworkTimeout || family != QTcpSocket::AnyIPProtocol))
+        AddressFamily::avoid(host, family);
     resetConnection();
     emit error(code, msg, nzbfile, seqnr);
     if (self)

@@ -119,6 +119,7 @@ private:
     QString password;
     bool ssl;
     QAbstractSocket *socket = nullptr;
+    QAbstractSocket::NetworkLayerProtocol family = QAbstractSocket::AnyIPProtocol; ///< tried last
     QString msgid;
     QString folder;
     int seqnr = 0;
