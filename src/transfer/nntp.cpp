@@ -6,6 +6,8 @@
 #include <QSslCertificate>
 #include <QSslSocket>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -25,7 +27,18 @@ constexpr qint64 maxLineLength = 1024 * 1024;
 /// What one connection takes from the network, and decrypts, before the others and the window get
 /// their turn: Qt's limit is for its buffer of encrypted bytes, which are decrypted all at once.
 /// Without it eight connections decrypt eight whole articles first.
-constexpr qint64 decryptedAtOnce = 256 * 1024;
+constexpr qint64 decryptedAtOnce = 128 * 1024;
+
+/// A network read takes blocks of up to decryptedAtOnce bytes, which come and go. By default the C
+/// library hands each of them back to the system, only to be given zeroed pages for the next one:
+/// over TLS, that takes a third of the processor time.
+void keepFreedMemory()
+{
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 4 * 1024 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 8 * 1024 * 1024);
+#endif
+}
 
 /// As it is sent: a message id out of an NZB must not smuggle in a command of its own.
 QString withoutControlCharacters(const QString &text)
@@ -46,6 +59,7 @@ NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const Q
     , password(pass)
     , ssl(useSsl)
 {
+    keepFreedMemory();
     if (ssl) {
         auto *sslSocket = new QSslSocket(this);
         connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
