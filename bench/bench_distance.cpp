@@ -26,8 +26,7 @@ constexpr double encoding = 1.033;
 
 QList<double> measure(const QString &client, const DownloadJob &job)
 {
-    const DownloadCost cost =
-        client == "engine"_L1 ? downloadWithEngine(job) : downloadBarePlain(job);
+    const DownloadCost cost = client == "engine"_L1 ? downloadWithEngine(job) : downloadBare(job);
     return {cost.seconds, cost.processorSeconds};
 }
 

@@ -3,7 +3,7 @@
 
 // The throughput of a whole download beside the least that receiving the same bytes costs.
 //
-//     bench_download [bytes] [rounds]
+//     bench_download [bytes] [rounds] [connections]
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -21,8 +21,7 @@ QList<double> measure(const QString &client, const DownloadJob &job)
 {
     const auto download = client == "engine"_L1    ? downloadWithEngine
                           : client == "watched"_L1 ? downloadWatched
-                          : job.ssl                ? downloadBareSsl
-                                                   : downloadBarePlain;
+                                                   : downloadBare;
     const DownloadCost cost = download(job);
     QList<double> numbers{cost.seconds, cost.processorSeconds};
     for (const qint64 kib : cost.resident)
@@ -74,12 +73,13 @@ int main(int argc, char **argv)
     const qint64 bytes = arguments.value(1, u"2000000000"_s).toLongLong();
     const int rounds = std::max(1, arguments.value(2, u"3"_s).toInt());
     const qint64 articles = std::max<qint64>(1, bytes / DownloadJob::articleSize);
+    const int connections = arguments.value(3, u"8"_s).toInt();
     const Measurements measurements;
     std::printf("%lld bytes in %lld articles, %d connections, median of %d\n"
                 "link   client      throughput    processor   resident at the beginning and end\n",
-                articles * DownloadJob::articleSize, articles, Line().connections, rounds);
+                articles * DownloadJob::articleSize, articles, connections, rounds);
     std::fflush(stdout);
     for (const bool ssl : {false, true})
-        compare(measurements, {.ssl = ssl}, articles, rounds);
+        compare(measurements, {.ssl = ssl, .connections = connections}, articles, rounds);
     return 0;
 }

@@ -1,9 +1,6 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include "download_job.h"
-
-#include <QCoreApplication>
-#include <QSslSocket>
+#include <openssl/ssl.h>
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -12,8 +9,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <memory>
+#include <deque>
 #include <vector>
+
+#include "download_job.h"
 
 using namespace Qt::StringLiterals;
 
@@ -101,66 +100,78 @@ int connectTo(quint16 port)
         qFatal("No connection to the server");
     const int on = 1;
     setsockopt(link, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    fcntl(link, F_SETFL, O_NONBLOCK);
     return link;
 }
 
-void sendCommand(int link, const QByteArray &command)
-{
-    if (send(link, command.constData(), static_cast<size_t>(command.size()), 0) != command.size())
-        qFatal("A command was not sent");
-}
+/// A connection's descriptor, with OpenSSL upon it if there is a context.
+class Link final {
+public:
+    Link(quint16 port, SSL_CTX *context)
+        : descriptor(connectTo(port))
+        , ssl(context ? SSL_new(context) : nullptr)
+    {
+        if (ssl && (SSL_set_fd(ssl, descriptor) != 1 || SSL_connect(ssl) != 1))
+            qFatal("No TLS connection to the server");
+        fcntl(descriptor, F_SETFL, O_NONBLOCK);
+    }
+    ~Link()
+    {
+        SSL_free(ssl);
+        close(descriptor);
+    }
+    Q_DISABLE_COPY_MOVE(Link)
+
+    /// Takes what is there, with TLS a record at a time, and answers it.
+    void serve(Transfer &transfer)
+    {
+        static std::vector<char> buffer(64 * 1024);
+        int size = 0;
+        do {
+            size = ssl ? SSL_read(ssl, buffer.data(), static_cast<int>(buffer.size()))
+                       : static_cast<int>(recv(descriptor, buffer.data(), buffer.size(), 0));
+            if (size > 0)
+                sendCommand(transfer.take(buffer.data(), size));
+        } while (ssl && size > 0);
+        if (ssl ? SSL_get_error(ssl, size) != SSL_ERROR_WANT_READ : size <= 0)
+            qFatal("A connection was lost");
+    }
+
+    const int descriptor;
+
+private:
+    void sendCommand(const QByteArray &command)
+    {
+        const auto size = static_cast<int>(command.size());
+        if (size > 0
+            && (ssl ? SSL_write(ssl, command.constData(), size)
+                    : send(descriptor, command.constData(), command.size(), 0))
+                   != size)
+            qFatal("A command was not sent");
+    }
+
+    SSL *const ssl;
+};
 
 } // namespace
 
-DownloadCost downloadBarePlain(const DownloadJob &job)
+DownloadCost downloadBare(const DownloadJob &job)
 {
     Progress progress(job);
-    std::vector<pollfd> links;
-    std::vector<Transfer> transfers;
+    SSL_CTX *context = job.ssl ? SSL_CTX_new(TLS_client_method()) : nullptr;
+    std::deque<Link> links;
+    std::vector<pollfd> polled;
+    std::vector<Transfer> transfers(static_cast<std::size_t>(job.connections), Transfer(progress));
     for (int i = 0; i < job.connections; ++i) {
-        links.push_back({.fd = connectTo(job.port), .events = POLLIN, .revents = 0});
-        transfers.emplace_back(progress);
+        const Link &link = links.emplace_back(job.port, context);
+        polled.push_back({.fd = link.descriptor, .events = POLLIN, .revents = 0});
     }
-    std::vector<char> buffer(64 * 1024);
-    while (!progress.complete() && poll(links.data(), links.size(), -1) > 0) {
+    while (!progress.complete() && poll(polled.data(), polled.size(), -1) > 0) {
         for (std::size_t i = 0; i < links.size(); ++i) {
-            if (!links[i].revents)
-                continue;
-            const ssize_t size = recv(links[i].fd, buffer.data(), buffer.size(), 0);
-            if (size <= 0)
-                qFatal("A connection was lost");
-            sendCommand(links[i].fd, transfers[i].take(buffer.data(), size));
+            if (polled[i].revents)
+                links[i].serve(transfers[i]);
         }
     }
     const DownloadCost cost = progress.meter.cost();
-    for (const pollfd &link : links)
-        close(link.fd);
-    return cost;
-}
-
-DownloadCost downloadBareSsl(const DownloadJob &job)
-{
-    Progress progress(job);
-    std::vector<Transfer> transfers(static_cast<std::size_t>(job.connections), Transfer(progress));
-    std::vector<std::unique_ptr<QSslSocket>> sockets;
-    for (Transfer &transfer : transfers) {
-        auto *socket = sockets.emplace_back(std::make_unique<QSslSocket>()).get();
-        QObject::connect(socket, &QSslSocket::readyRead, socket, [socket, &transfer, &progress] {
-            const QByteArray data = socket->read(socket->bytesAvailable());
-            socket->write(transfer.take(data.constData(), data.size()));
-            if (progress.complete())
-                QCoreApplication::quit();
-        });
-        socket->setReadBufferSize(256 * 1024); // as the program does
-        QObject::connect(socket, &QSslSocket::errorOccurred, socket, [socket] {
-            qFatal("A connection was lost: %s", qPrintable(socket->errorString()));
-        });
-        socket->connectToHostEncrypted(u"127.0.0.1"_s, job.port);
-    }
-    QCoreApplication::exec();
-    const DownloadCost cost = progress.meter.cost();
-    for (const auto &socket : sockets)
-        socket->disconnect();
+    SSL_CTX_free(context);
     return cost;
 }

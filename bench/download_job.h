@@ -78,7 +78,7 @@ private:
     std::size_t marks = 0;
 };
 
-/// The download as the program does it, decoding included. Each of these five ends the process
+/// The download as the program does it, decoding included. Each of these four ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
 /// The same while a player takes a film of the job at 1 MiB/s.
@@ -86,7 +86,5 @@ private:
 /// The same for a job larger than the memory: each file is emptied when it is complete, its size
 /// left as it was.
 [[nodiscard]] DownloadCost downloadDiscarded(const DownloadJob &job);
-/// The least that a client can do: poll(), recv(), and pwrite() of the raw bytes.
-[[nodiscard]] DownloadCost downloadBarePlain(const DownloadJob &job);
-/// The same with nothing but a QSslSocket for each connection.
-[[nodiscard]] DownloadCost downloadBareSsl(const DownloadJob &job);
+/// The least that a client can do: poll(), recv() or SSL_read(), and pwrite() of the raw bytes.
+[[nodiscard]] DownloadCost downloadBare(const DownloadJob &job);
