@@ -20,12 +20,13 @@ QByteArray nzbOf(const DownloadJob &job)
     QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<nzb>\n";
     for (qint64 file = 0; file < job.files(); ++file) {
         const qint64 parts = job.parts(file);
-        xml += "<file poster=\"p\" date=\"1\" subject=\"&quot;" + DownloadJob::fileName(file)
+        xml += "<file poster=\"p\" date=\"1\" subject=\"&quot;"
+               + (job.set.isEmpty() ? DownloadJob::fileName(file) : DownloadJob::volumeName(file))
                + "&quot; yEnc (1/" + QByteArray::number(parts) + ")\"><segments>\n";
         for (qint64 part = 1; part <= parts; ++part)
             xml += "<segment bytes=\"" + QByteArray::number(DownloadJob::articleSize)
-                   + "\" number=\"" + QByteArray::number(part) + "\">" + job.messageId(file, part)
-                   + "</segment>\n";
+                   + "\" number=\"" + QByteArray::number(part) + "\">"
+                   + job.messageId(file * job.articlesPerFile + part - 1) + "</segment>\n";
         xml += "</segments></file>\n";
     }
     return xml + "</nzb>\n";
@@ -59,7 +60,7 @@ void discard(const NzbFile *file)
         qFatal("%s cannot be emptied", qPrintable(content.fileName()));
 }
 
-enum class Meanwhile { Nothing, Watching, Discarding };
+enum class Meanwhile { Nothing, Unpacking, Watching, Discarding };
 
 DownloadCost download(const DownloadJob &job, Meanwhile meanwhile)
 {
@@ -88,7 +89,7 @@ DownloadCost download(const DownloadJob &job, Meanwhile meanwhile)
                      [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
     static_cast<void>(engine.addNZB(nzbFile));
     QCoreApplication::exec();
-    if (meanwhile != Meanwhile::Discarding)
+    if (meanwhile == Meanwhile::Nothing || meanwhile == Meanwhile::Watching)
         job.verify(folder);
     return cost;
 }
@@ -99,6 +100,8 @@ DownloadCost downloadWithEngine(const DownloadJob &job)
 {
     return download(job, Meanwhile::Nothing);
 }
+
+DownloadCost downloadSet(const DownloadJob &job) { return download(job, Meanwhile::Unpacking); }
 
 DownloadCost downloadWatched(const DownloadJob &job) { return download(job, Meanwhile::Watching); }
 

@@ -44,6 +44,14 @@ qint64 residentKib()
 
 QByteArray DownloadJob::articleData() { return randomBytes(1, articleSize); }
 
+void DownloadJob::readSet(const QString &name)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("%s cannot be read", qPrintable(name));
+    set = file.readAll().split('\n');
+}
+
 void DownloadJob::configure(QSettings &settings) const
 {
     settings.setValue("hostname"_L1, u"127.0.0.1"_s);
@@ -52,6 +60,7 @@ void DownloadJob::configure(QSettings &settings) const
     settings.setValue("threads"_L1, connections);
     settings.setValue("networkTimeout"_L1, 30);
     settings.setValue("downloadFolder"_L1, folder);
+    settings.setValue("rarHandling"_L1, u"during"_s);
 }
 
 void DownloadJob::verify(const QString &downloads) const

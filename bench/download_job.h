@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <array>
@@ -33,13 +34,22 @@ struct DownloadJob {
     }
     [[nodiscard]] QByteArray messageId(qint64 article) const
     {
+        if (!set.isEmpty())
+            return set.at(article);
         return messageId(article / articlesPerFile, article % articlesPerFile + 1);
     }
     [[nodiscard]] static QByteArray fileName(qint64 file)
     {
         return "film" + QByteArray::number(file) + ".mkv";
     }
+    [[nodiscard]] static QByteArray volumeName(qint64 file)
+    {
+        return "film.part" + QByteArray::number(101 + file).sliced(1) + ".rar";
+    }
     [[nodiscard]] static QByteArray articleData();
+    /// Makes it the post whose message ids, a line each, are in @p file: "offset.size@bench" of
+    /// what the server is to send out of a file of its own.
+    void readSet(const QString &file);
 
     /// Tells the engine where to download from and to.
     void configure(QSettings &settings) const;
@@ -51,6 +61,7 @@ struct DownloadJob {
     int connections = 8;
     quint16 port = 0;
     bool ssl = false;
+    QList<QByteArray> set;
     QString folder; ///< on a file system in memory
 };
 
@@ -78,9 +89,11 @@ private:
     std::size_t marks = 0;
 };
 
-/// The download as the program does it, decoding included. Each of these four ends the process
+/// The download as the program does it, decoding included. Each of these five ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
+/// Ends when all is unpacked, too. Verifies nothing.
+[[nodiscard]] DownloadCost downloadSet(const DownloadJob &job);
 /// The same while a player takes a film of the job at 1 MiB/s.
 [[nodiscard]] DownloadCost downloadWatched(const DownloadJob &job);
 /// The same for a job larger than the memory: each file is emptied when it is complete, its size

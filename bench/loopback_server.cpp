@@ -4,13 +4,15 @@
 // A news server that costs its clients as little as possible: one prepared article, sent from
 // memory by one thread a connection. It writes its port to stdout and ends when stdin is closed.
 //
-//     loopback_server <delay> <rate> [certificate.pem key.pem]
+//     loopback_server <delay> <rate> <file> [certificate.pem key.pem]
 //
 // waits for so many milliseconds before it sends an article, and sends no more bytes a second over
-// one connection than that; 0 is no limit.
+// one connection than that; 0 is no limit. With a file, the message ids tell which of its bytes are
+// the article.
 #include <openssl/ssl.h>
 
 #include <QByteArray>
+#include <QFile>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -99,8 +101,11 @@ private:
 };
 
 struct PreparedArticle {
-    PreparedArticle()
+    explicit PreparedArticle(const char *fileName)
+        : file(QFile::decodeName(fileName))
     {
+        if (file.open(QIODevice::ReadOnly))
+            mapped = reinterpret_cast<const char *>(file.map(0, file.size()));
         const QByteArray data = DownloadJob::articleData();
         YencOptions options;
         options.beginLine = "=ybegin";
@@ -112,6 +117,8 @@ struct PreparedArticle {
 
     QByteArray lines;
     QByteArray checksum;
+    QFile file;
+    const char *mapped = nullptr;
 };
 
 QByteArray headOf(const QByteArray &id, qint64 file, qint64 part, qint64 total)
@@ -127,6 +134,10 @@ QByteArray headOf(const QByteArray &id, qint64 file, qint64 part, qint64 total)
 bool sendArticle(Link &link, const QByteArray &id, const PreparedArticle &article)
 {
     const QList<QByteArray> fields = id.left(id.indexOf('@')).split('.');
+    if (fields.size() == 2 && article.mapped)
+        return link.sendAll("222 0 <" + id + ">\r\n")
+               && link.sendAll(QByteArray::fromRawData(article.mapped + fields[0].toLongLong(),
+                                                       fields[1].toLongLong()));
     if (fields.size() != 3)
         return link.sendAll("430 no such article\r\n");
     const QByteArray head =
@@ -194,11 +205,11 @@ SSL_CTX *contextOf(const char *certificate, const char *key)
 int main(int argc, char **argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
-    if (argc < 3)
-        qFatal("How long is the delay, and how fast the line?");
+    if (argc < 4)
+        qFatal("How long is the delay, how fast the line, and which file?");
     const Line line{std::chrono::milliseconds(std::atoi(argv[1])), std::atoi(argv[2])};
-    SSL_CTX *context = argc == 5 ? contextOf(argv[3], argv[4]) : nullptr;
-    const PreparedArticle article;
+    SSL_CTX *context = argc == 6 ? contextOf(argv[4], argv[5]) : nullptr;
+    const PreparedArticle article(argv[3]);
     quint16 port = 0;
     const int listener = listenOnLoopback(port);
     std::thread([&] {

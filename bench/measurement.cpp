@@ -29,7 +29,7 @@ public:
     Server(const QTemporaryDir &certificates, const Line &line)
     {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        QStringList arguments{QString::number(line.delay), QString::number(line.rate)};
+        QStringList arguments{QString::number(line.delay), QString::number(line.rate), line.set};
         if (line.ssl)
             arguments << certificates.filePath(u"server.pem"_s)
                       << certificates.filePath(u"key.pem"_s);
@@ -75,7 +75,7 @@ QList<double> Measurements::run(const QString &client, const Line &line, qint64 
                 {u"--measure"_s, client, line.ssl ? u"ssl"_s : u"plain"_s,
                  QString::fromLatin1(server.port), QString::number(articles),
                  certificates.filePath(u"authority.pem"_s), scratch.path(),
-                 QString::number(line.connections)});
+                 QString::number(line.connections), line.set});
     if (!child.waitForFinished(-1) || child.exitStatus() != QProcess::NormalExit
         || child.exitCode() != 0) {
         scratch.remove();
@@ -99,6 +99,8 @@ int runClient(Measure measure)
     job.articles = arguments.at(5).toLongLong();
     job.folder = arguments.at(7);
     job.connections = arguments.at(8).toInt();
+    if (!arguments.at(9).isEmpty())
+        job.readSet(arguments.at(9) + ".ids"_L1);
     const TrustedAuthority trusted(QSslCertificate::fromPath(arguments.at(6)).constFirst());
     // What the program logs on stderr is formatted, but would only be in the table's way.
     qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {

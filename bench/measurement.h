@@ -14,6 +14,7 @@ struct Line {
     int connections = 8;
     int delay = 0; ///< of the server before each article, in milliseconds
     int rate = 0; ///< bytes a second of each connection, 0 for no limit
+    QString set = {}; ///< a file of articles; their message ids are in "<set>.ids"
 };
 
 /// Downloads by clients that are a process of their own each, and so is the server, so that
