@@ -341,6 +341,10 @@
         <source>The server sent more than it was asked for</source>
         <translation>Der Server hat mehr gesendet, als angefordert war</translation>
     </message>
+    <message>
+        <source>The server sent an article without an end</source>
+        <translation>Der Server hat einen Artikel ohne Ende gesendet</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

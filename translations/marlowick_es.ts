@@ -341,6 +341,10 @@
         <source>The server sent more than it was asked for</source>
         <translation>El servidor envió más de lo que se le pidió</translation>
     </message>
+    <message>
+        <source>The server sent an article without an end</source>
+        <translation>El servidor envió un artículo sin fin</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

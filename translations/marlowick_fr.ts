@@ -341,6 +341,10 @@
         <source>The server sent more than it was asked for</source>
         <translation>Le serveur a envoyé plus que ce qui lui était demandé</translation>
     </message>
+    <message>
+        <source>The server sent an article without an end</source>
+        <translation>Le serveur a envoyé un article sans fin</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>

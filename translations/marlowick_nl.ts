@@ -341,6 +341,10 @@
         <source>The server sent more than it was asked for</source>
         <translation>De server stuurde meer dan er gevraagd was</translation>
     </message>
+    <message>
+        <source>The server sent an article without an end</source>
+        <translation>De server stuurde een artikel zonder einde</translation>
+    </message>
 </context>
 <context>
     <name>Nzb</name>
