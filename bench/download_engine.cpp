@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QSettings>
+#include <QTimer>
 
 #include "engine/marlowick.h"
 #include "preview/preview.h"
@@ -81,13 +82,23 @@ DownloadCost download(const DownloadJob &job, Meanwhile meanwhile)
         meter.reached(static_cast<double>(++files) / static_cast<double>(job.files()));
     });
     QObject::connect(&engine, &Marlowick::nzbComplete, &engine, [&](const Nzb *nzb) {
-        cost = meter.cost();
+        if (cost.seconds == 0)
+            cost = meter.cost();
         folder = nzb->folder();
         QCoreApplication::quit();
     });
     QObject::connect(&engine, &Marlowick::error, &engine,
                      [](int, const QString &text) { qFatal("%s", qPrintable(text)); });
-    static_cast<void>(engine.addNZB(nzbFile));
+    const Nzb *nzb = engine.addNZB(nzbFile);
+    // The film is whole when the first of its volumes goes.
+    const QString first = nzb->folder() + u'/' + QString::fromLatin1(job.volumeName(0));
+    QTimer tick;
+    QObject::connect(&tick, &QTimer::timeout, &engine, [&] {
+        if (files > 0 && cost.seconds == 0 && !QFile::exists(first))
+            cost = meter.cost();
+    });
+    if (meanwhile == Meanwhile::Unpacking)
+        tick.start(2);
     QCoreApplication::exec();
     if (meanwhile == Meanwhile::Nothing || meanwhile == Meanwhile::Watching)
         job.verify(folder);

@@ -92,7 +92,7 @@ private:
 /// The download as the program does it, decoding included. Each of these five ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
-/// Ends when all is unpacked, too. Verifies nothing.
+/// Takes the time until all is unpacked. Verifies nothing.
 [[nodiscard]] DownloadCost downloadSet(const DownloadJob &job);
 /// The same while a player takes a film of the job at 1 MiB/s.
 [[nodiscard]] DownloadCost downloadWatched(const DownloadJob &job);

@@ -104,7 +104,7 @@ struct PreparedArticle {
     explicit PreparedArticle(const char *fileName)
         : file(QFile::decodeName(fileName))
     {
-        if (file.open(QIODevice::ReadOnly))
+        if (*fileName && file.open(QIODevice::ReadOnly))
             mapped = reinterpret_cast<const char *>(file.map(0, file.size()));
         const QByteArray data = DownloadJob::articleData();
         YencOptions options;
