@@ -20,7 +20,7 @@ namespace {
 enum Column { Seconds, ProcessorSeconds };
 
 /// A line of 2 Gbit/s, shared by all connections.
-constexpr Line line{.connections = 50, .delay = 20, .rate = 5'000'000};
+const Line line{.connections = 50, .delay = 20, .rate = 5'000'000};
 /// A yEnc article is so much longer than what it holds: escapes, line ends, headers.
 constexpr double encoding = 1.033;
 
