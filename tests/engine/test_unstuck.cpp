@@ -314,4 +314,25 @@ const State states[] = {
     t.ends(row.end, note ? QStringList(u"film.txt"_s) : QStringList());
 });
 
+[[maybe_unused]] const Case midst("repair and unpack in the midst of unpacking", [] {
+    for (int round = 0; round < 20 && !QTest::currentTestFailed(); ++round) {
+        World t;
+        bool again = true;
+        QObject::connect(
+            t.engine.get(), &Marlowick::notice, t.engine.get(), [&](int, const QString &msg) {
+                if (msg == "Download complete, starting unrar"_L1 && std::exchange(again, false))
+                    QTimer::singleShot(round / 2, t.engine.get(), [&] {
+                        t.completedJobs.clear();
+                        t.engine->repairAndUnpack(t.job);
+                    });
+            });
+        t.set("rarHandling", u"after"_s);
+        Post post;
+        add(post, set());
+        t.job = t.start(post);
+        QTRY_VERIFY(!again);
+        t.ends(u"Finished"_s);
+    }
+});
+
 } // namespace
