@@ -163,7 +163,7 @@ struct Life {
         }
         program.start(QStringLiteral(MARLOWICK_PROGRAM));
         clears = 0;
-        ask('s');
+        ask('t');
     }
     /// By a second start, which hands them on.
     void give(int count)
