@@ -194,7 +194,7 @@ struct Life {
         const int enough = requests + random.bounded(100);
         faultPercent = random.bounded(2, 10);
         program.putChar('w');
-        static_cast<void>(QTest::qWaitFor([&] { return requests >= enough; }, 1'000));
+        static_cast<void>(QTest::qWaitFor([&] { return requests >= enough; }, 500));
         faultPercent = 0;
     }
     /// The queue as the next start will find it.
@@ -234,7 +234,7 @@ struct Life {
             const int signal = kind == 1 ? SIGKILL : 0;
             ask('s');
             work();
-            signal ? program.kill() : static_cast<void>(program.putChar('q'));
+            signal == 0 ? program.terminate() : program.kill();
             demandEnd(program, signal);
             judgeQueue(true);
             start(random.bounded(1, 6));
