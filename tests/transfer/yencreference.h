@@ -2,32 +2,66 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "transfer/yenckernel.h"
+#include <algorithm>
+#include <vector>
 
-/// What walkYenc() must do, one byte at a time.
+#include "transfer/kernels.h"
+
+// The plain way to do what the kernels do, a byte at a time. Without Qt, so that it can be compiled
+// for another processor and run in an emulator.
+
+/// What walkYenc() must do.
 inline YencProgress referenceWalk(std::span<const std::uint8_t> in, std::span<std::uint8_t> out)
 {
     std::size_t produced = 0;
     std::size_t at = 0;
     for (; at < in.size(); ++at) {
-        const std::size_t behind = in.size() - at - 1;
-        switch (in[at]) {
-        case '\r':
-            break;
-        case '\n':
-            if (behind < 2 || (in[at + 1] == '=' && in[at + 2] == 'y'))
-                return {at, produced};
-            if (in[at + 1] == '.' && in[at + 2] == '.')
-                ++at;
-            break;
-        case '=':
-            if (behind < 1 || in[at + 1] == 0)
-                return {at, produced};
+        const auto behind = in.subspan(at + 1);
+        if (in[at] == '\n') {
+            if (behind.size() < 2 || (behind[0] == '=' && behind[1] == 'y'))
+                break;
+            at += behind[0] == '.' && behind[1] == '.';
+        } else if (in[at] == '=') {
+            if (behind.empty() || behind[0] == 0)
+                break;
             out[produced++] = static_cast<std::uint8_t>(in[++at] - 106);
-            break;
-        default:
+        } else if (in[at] != '\r') {
             out[produced++] = static_cast<std::uint8_t>(in[at] - 42);
         }
     }
     return {at, produced};
+}
+
+inline std::uint32_t referenceCrc32(std::uint32_t crc, std::span<const std::uint8_t> data)
+{
+    for (const std::uint8_t byte : data) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (crc & 1 ? 0xEDB88320 : 0);
+    }
+    return crc;
+}
+
+/// Walks over all of @p data with each kernel: where a walk stops, the next one starts a byte
+/// later. The input ends where its memory does, for the address sanitizer; the output has a guard
+/// behind it. Returns the name of a kernel that is wrong, null if none is.
+inline const char *wrongKernel(std::span<const std::uint8_t> data)
+{
+    const std::vector<std::uint8_t> copy(data.begin(), data.end());
+    const std::vector<std::uint8_t> guard(64, 0xa5);
+    std::vector<std::uint8_t> expected(copy.size());
+    for (std::size_t at = 0; at < copy.size(); ++at) {
+        const auto in = std::span(copy).subspan(at);
+        const YencProgress wanted = referenceWalk(in, expected);
+        for (const auto &kernel : yencKernels()) {
+            std::vector<std::uint8_t> out(in.size() + guard.size(), guard[0]);
+            const YencProgress done = kernel.run(in, std::span(out).first(in.size()));
+            if (done.consumed != wanted.consumed || done.produced != wanted.produced
+                || !std::equal(out.data(), out.data() + done.produced, expected.data())
+                || !std::equal(guard.begin(), guard.end(), out.data() + in.size()))
+                return kernel.name;
+        }
+        at += wanted.consumed;
+    }
+    return nullptr;
 }
