@@ -1,68 +1,39 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QXmlAttributes>
+#include "support/case.h"
 
-#include <functional>
-#include <optional>
+#include <QXmlAttributes>
 
 #include <sys/stat.h>
 
+#include "engine/enginefixture.h"
 #include "player.h"
-#include "post/filecombiner.h"
+#include "preview/isofile.h"
 #include "preview/preview.h"
-#include "queue/nzb.h"
-#include "support/articles.h"
 #include "support/dvdimage.h"
-#include "support/rows.h"
+#include "support/programs.h"
 
 using namespace Qt::StringLiterals;
 
-/// A job without an engine, its files as the test makes them, and a client in the player's place.
-class TestPreview final : public QObject {
-    Q_OBJECT
+namespace {
 
-private slots:
-    void init()
+/// A job without an engine, its files as the test makes them, and a client in the player's place.
+struct World {
+    World()
     {
-        dir.emplace();
-        player.emplace(dir->path());
-        nzb = std::make_unique<Nzb>(nullptr, dir->path(), QString());
         nzb->setName(u"job"_s);
-        QVERIFY(QDir(dir->path()).mkdir(u"job"_s));
-        finished.clear();
-        preview = std::make_unique<Preview>(nzb.get(), nullptr);
-        connect(preview.get(), &Preview::previewFinished, this,
-                [this](Nzb *job) { finished << job; });
+        QDir(nzb->folder()).mkpath(u"sub/folder.avi"_s);
+        QObject::connect(preview.get(), &Preview::previewFinished,
+                         [this](Nzb *job) { finished << job; });
     }
-    void cleanup()
+    ~World() // the player goes with the preview, which says nothing of it
     {
         const qsizetype before = finished.size();
         preview.reset();
-        QVERIFY(!player->isRunning());
+        QVERIFY(!player.isRunning());
         QCOMPARE(finished.size(), before);
     }
 
-    void previewableFiles_data();
-    void previewableFiles();
-    void loopbackAlone();
-    void streamsFilesInOrder();
-    void streamsPiecesJoinedMeanwhile();
-    void streamsDvdImage_data();
-    void streamsDvdImage();
-    void answersFirstRequest_data();
-    void answersFirstRequest();
-    void endlessLineEndsConnection();
-    void holdsOneChunk();
-    void lastsUntilPlayerEnds_data();
-    void lastsUntilPlayerEnds();
-    void replaced_data();
-    void replaced();
-    void nothingToPlay();
-
-private:
     [[nodiscard]] QString path(const QString &name) const { return nzb->folder() + u'/' + name; }
     /// A file of the download as an earlier run left it.
     void addPosted(const QString &subject, bool begun = true)
@@ -77,294 +48,325 @@ private:
         addPosted(u'"' + name + u'"');
         writeFile(path(name), data);
     }
-    void start()
+    void start(const QByteArray &request = "GET /marlowick HTTP/1.1\r\nRange: bytes=9-\r\n\r\n")
     {
-        preview->start(player->program, {u"-quiet"_s});
-        QTRY_VERIFY(player->isThere());
+        preview->start(player.program, {u"-quiet"_s});
+        QTRY_VERIFY(player.isThere());
+        if (!request.isNull())
+            player.request(request);
     }
     /// Does it once as soon as the client has got more than @p bytes.
-    void whenReceived(qsizetype bytes, const std::function<void()> &action)
+    void whenReceived(qsizetype bytes, std::function<void()> action)
     {
-        connect(&player->client, &QTcpSocket::readyRead, this,
-                [this, bytes, action, done = false]() mutable {
-                    if (!done && player->received().size() > bytes) {
-                        done = true;
-                        action();
-                    }
-                });
+        QObject::connect(&player.client, &QTcpSocket::readyRead, [this, bytes, action]() mutable {
+            if (action && player.received().size() > bytes)
+                std::exchange(action, nullptr)();
+        });
     }
     [[nodiscard]] QTcpSocket *socket() const { return preview->findChild<QTcpSocket *>(); }
 
-    std::optional<QTemporaryDir> dir;
-    std::optional<Player> player;
-    std::unique_ptr<Nzb> nzb;
-    std::unique_ptr<Preview> preview;
+    QTemporaryDir dir;
+    Player player{dir.path()};
+    std::unique_ptr<Nzb> nzb = std::make_unique<Nzb>(nullptr, dir.path(), QString());
     QList<Nzb *> finished;
+    std::unique_ptr<Preview> preview = std::make_unique<Preview>(nzb.get(), nullptr);
 };
 
-void TestPreview::previewableFiles_data()
+QByteArray vob(const QByteArray &name, quint32 sector, quint32 size = leastTitle)
 {
-    // The subject of a file in the download, or nothing for an unpacked one; the name on disk; the
-    // size on record, or in the download whether it has begun; the size found, -1 if it is not.
-    const auto row = rows<QString, QString, quint64, qint64>();
-    const auto posted = [&](const QString &subject, const QString &name, qint64 found,
-                            bool begun = true) {
-        row(qPrintable(u"posted %1, %2"_s.arg(subject).arg(begun)), {subject, name, begun, found});
-    };
-    posted(u"\"film.mkv\""_s, u"film.mkv"_s, 4);
-    posted(u"\"film.mkv\""_s, u"film.mkv"_s, -1, false);
-    posted(u"\"film.mkv\""_s, u"not yet there"_s, 0);
-    posted(u"\"film.MKV\""_s, u"film.MKV"_s, 4); // in lower case if the subject quotes the name
-    posted(u"a film.MKV"_s, u"film.MKV"_s, -1);
-    posted(u"\"film.vob\""_s, u"film.vob"_s, 4);
-    posted(u"\"film.iso\""_s, u"film.iso"_s, -1);
-    posted(u"\"film.001\""_s, u"film.001"_s, 4);
-    posted(u"\"film.0001\""_s, u"film.0001"_s, -1);
-    posted(u"\"film.r01\""_s, u"film.r01"_s, -1);
-    posted(u"\"../film.mkv\""_s, u"../film.mkv"_s, -1);
-    const auto unpacked = [&](const QString &name, quint64 recorded, bool found,
-                              const QString &onDisk) {
-        row(qPrintable(u"unpacked %1 %2 in %3"_s.arg(name).arg(recorded).arg(onDisk)),
-            {QString(), onDisk, recorded, found ? qint64(recorded) : -1});
-    };
-    for (const QString &name : {u"film.DVR-ms"_s, u"mkv"_s, u"sub/film.3gp"_s})
-        unpacked(name, 9, true, name);
-    for (const QString &name :
-         {u".mkv"_s, u"film.001"_s, u"film.iso"_s, u"../film.mkv"_s, u"sub/folder.avi"_s})
-        unpacked(name, 9, false, name);
-    unpacked(u"film.mkv"_s, 9, false, u"elsewhere.mkv"_s);
-    unpacked(u"film.vob"_s, leastTitle, false, u"film.vob"_s);
-    unpacked(u"film.vob"_s, leastTitle + 1, true, u"film.vob"_s);
+    return dvdRecord("VTS_" + name, sector, size);
 }
 
-void TestPreview::previewableFiles()
-{
-    const auto [subject, name, recorded, found] = thisRow<QString, QString, quint64, qint64>();
-    QDir(nzb->folder()).mkpath(u"sub/folder.avi"_s);
-    if (!QFileInfo(path(name)).isDir())
-        writeFile(path(name), "data");
-    if (subject.isEmpty())
-        nzb->addExtractedFile(name == "elsewhere.mkv"_L1 ? u"film.mkv"_s : name, recorded);
-    else
-        addPosted(subject, recorded != 0);
-    const QMap<QString, quint64> films = Preview::previewableFiles(nzb.get());
-    QCOMPARE(films.isEmpty() ? -1 : qint64(films.first()), found);
-    if (found > 0)
-        QCOMPARE(films.firstKey(), path(name));
-}
+const QByteArray a = vob("01_1.VOB;1", 1000);
+const QByteArray b = vob("02_1.VOB;1", 14000);
+constexpr quint32 atA = 1000 * 2048, atB = 14000 * 2048;
+QByteArray spoiltA(qsizetype at, char value) { return QByteArray(a).replace(at, 1, &value, 1); }
 
-void TestPreview::loopbackAlone()
-{
-    addFile(u"a.avi"_s, "film");
-    start();
-    QCOMPARE(player->arguments(), u"-quiet http://127.0.0.1:%1/marlowick"_s.arg(player->port()));
-    QTcpSocket other;
+/// @p starts: in the order of the names. What is wrong stands ahead of what must be found all the
+/// same.
+const struct Titles {
+    const char *name;
+    QByteArray records;
+    QList<quint32> starts;
+    qsizetype ahead = 33;
+} images[] = {
+    {"by name, wherever they stand", b + "VTS_" + a, {atA, atB}, 100'001},
+    {"a byte too small", vob("01_1.VOB;1", 1000, leastTitle - 1) + b, {atB}},
+    {"the later of one name", a + vob("01_1.VOB;9", 14000), {atB}},
+    {"no place", vob("01_1.VOB;1", 0) + b, {atB}},
+    {"past 4 GiB", vob("01_1.VOB;1", 0x200000 + 1000), {atA}},
+    {"another file", vob("01_0.IFO;1", 1000) + b, {atB}},
+    {"a short name", vob("1.VOB;1", 1000) + b, {atB}},
+    {"the shortest name", vob("11.VOB;1", 1000), {atA}},
+    {"places differ", spoiltA(9, 1) + b, {atB}},
+    {"lengths differ", spoiltA(17, 1) + b, {atB}},
+    {"interleaved", spoiltA(27, 1) + b, {atB}},
+    {"record as long as its name", spoiltA(0, 14 + 32) + b, {atB}},
+    {"name at the start of the stretch", a, {atA}, 0},
+    {"name a byte ahead of that", a.sliced(1), {}, 0},
+    {"name cut by the end", a + b.chopped(1), {atA}},
+};
+const Case titles("the titles of a DVD image are found", images, [](const Titles &row) {
+    QList<quint32> starts;
+    for (const DvdTitle &title : dvdTitles(QByteArray(row.ahead, '\0') + row.records))
+        starts << title.start();
+    QCOMPARE(starts, row.starts);
+});
+
+const Case smallest("an image is watched from its first byte of film on", [] {
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(u"film.iso"_s);
+    writeAt(path, scannedFrom + 0x100000 - a.size(), vob("01_1.VOB;1", 12800));
+    writeAt(path, leastTitle - 2, "-");
+    QVERIFY(!IsoFile(path).open(QIODevice::ReadOnly)); // a byte too small
+    writeAt(path, leastTitle - 1, "-");
+    QVERIFY(!IsoFile::containsVideo(path)); // its first byte is the next one to come
+    IsoFile image(path);
+    QVERIFY(image.open(QIODevice::ReadOnly));
+    QCOMPARE(image.read(10), QByteArray());
+    writeAt(path, leastTitle, "film");
+    QVERIFY(IsoFile::containsVideo(path));
+    QCOMPARE(image.read(10), "film");
+    QCOMPARE(image.pos(), leastTitle + 4);
+    writeAt(path, 2 * leastTitle, "more"); // than belongs to the title
+    QCOMPARE(image.read(2 * leastTitle).size(), leastTitle - 4);
+    QCOMPARE(image.pos(), QFileInfo(path).size());
+});
+
+/// @p size: on record for an unpacked file; 0 for a posted one of which nothing has come.
+const struct Film {
+    const char *name;
+    QString file; ///< the subject if it is posted
+    bool posted, found;
+    QString onDisk = QString(file).remove(u'"');
+    quint64 size = 4;
+} films[] = {
+    {"posted", u"\"film.mkv\""_s, true, true},
+    {"posted, not begun", u"\"film.mkv\""_s, true, false, u"film.mkv"_s, 0},
+    {"posted in capitals, which a quoted name loses", u"\"film.MKV\""_s, true, true},
+    {"posted in capitals, not quoted", u"film.MKV"_s, true, false},
+    {"posted, vob", u"\"film.vob\""_s, true, true},
+    {"posted, iso", u"\"film.iso\""_s, true, false},
+    {"posted piece", u"\"film.001\""_s, true, true},
+    {"posted, four digits", u"\"film.0001\""_s, true, false},
+    {"posted volume", u"\"film.r01\""_s, true, false},
+    {"posted out of the folder", u"\"../film.mkv\""_s, true, false},
+    {"unpacked", u"film.DVR-ms"_s, false, true},
+    {"unpacked, all extension", u"mkv"_s, false, true},
+    {"unpacked in a folder", u"sub/film.3gp"_s, false, true},
+    {"unpacked, hidden", u".mkv"_s, false, false},
+    {"unpacked piece", u"film.001"_s, false, false},
+    {"unpacked image without film", u"film.iso"_s, false, false},
+    {"unpacked out of the folder", u"../film.mkv"_s, false, false},
+    {"unpacked folder", u"sub/folder.avi"_s, false, false, u"other"_s},
+    {"unpacked, not there", u"film.mkv"_s, false, false, u"other"_s},
+    {"unpacked menu", u"film.vob"_s, false, false, u"film.vob"_s, leastTitle},
+    {"unpacked, more than a menu", u"film.vob"_s, false, true, u"film.vob"_s, leastTitle + 1},
+};
+const Case found("what can be watched", films, [](const Film &row) {
+    World t;
+    writeFile(t.path(row.onDisk), "film");
+    row.posted ? t.addPosted(row.file, row.size != 0) : t.nzb->addExtractedFile(row.file, row.size);
+    QMap<QString, quint64> expected;
+    if (row.found)
+        expected[t.path(row.onDisk)] = row.size;
+    QCOMPARE(Preview::previewableFiles(t.nzb.get()), expected);
+});
+
+const Case loopback("one client is served, of this machine alone", [] {
+    World t;
+    t.preview->start(t.player.program, {});
+    QCOMPARE(t.finished, QList<Nzb *>{t.nzb.get()}); // for nothing is there to play
+    t.addFile(u"a.avi"_s, "film");
+    t.start({});
+    const quint16 port = t.player.port();
+    QCOMPARE(t.player.arguments(), u"-quiet http://127.0.0.1:%1/marlowick"_s.arg(port));
     const auto isRefused = [&](const QString &address) {
-        other.connectToHost(address, player->port());
+        QTcpSocket other;
+        other.connectToHost(address, port);
         return !other.waitForConnected() && other.error() == QTcpSocket::ConnectionRefusedError;
     };
     QVERIFY(isRefused(u"127.0.0.2"_s));
-    player->request({});
-    QTRY_VERIFY(socket());
+    t.player.request({});
+    QTRY_VERIFY(t.socket());
     QVERIFY(isRefused(u"127.0.0.1"_s));
-}
+});
 
-void TestPreview::streamsFilesInOrder()
-{
+const Case order("films are streamed in order, new ones too", [] {
+    World t;
     const QByteArray film = randomBytes(1, 100'000);
-    addFile(u"b.avi"_s, film);
-    addFile(u"a.avi"_s, "first");
-    addPosted(u"\"b1.avi\""_s); // not on disk yet
-    start();
-    addFile(u"c.avi"_s, "new");
-    addFile(u"0.avi"_s, "new, but its turn is over");
+    t.addFile(u"b.avi"_s, film);
+    t.addFile(u"a.avi"_s, "first");
+    t.addPosted(u"\"b1.avi\""_s); // not on disk yet
+    t.start({});
+    t.addFile(u"c.avi"_s, "new");
+    t.addFile(u"0.avi"_s, "new, but its turn is over");
     // Each leads to the other.
-    addPosted(u"\"d.avi.001\""_s);
-    addFile(u"d.avi"_s, QByteArray());
-    player->request();
-    QTRY_VERIFY(player->hasEnded());
-    QCOMPARE(player->film(), "first" + film + "new");
-}
+    t.addPosted(u"\"d.avi.001\""_s);
+    t.addFile(u"d.avi"_s, QByteArray());
+    t.player.request();
+    QTRY_VERIFY(t.player.hasEnded());
+    QCOMPARE(t.player.film(), "first" + film + "new");
+});
 
-void TestPreview::streamsPiecesJoinedMeanwhile()
-{
+const Case joined("pieces are joined meanwhile", [] {
+    World t;
     constexpr qsizetype size = 1'000'000;
     const QByteArray film = randomBytes(1, 3 * size);
-    FileCombiner combiner(nullptr, nullptr);
-    for (int i = 0; i < 3; ++i) {
-        const QString name = u"film.avi.00%1"_s.arg(i + 1);
-        addFile(name, film.sliced(i * size, size));
-        combiner.addFile(path(name));
-    }
-    start();
-    player->request();
-    whenReceived(size + 100'000, [&] { combiner.run(); }); // in the midst of the second
+    const QStringList pieces{u"film.avi.001"_s, u"film.avi.002"_s, u"film.avi.003"_s};
+    for (int i = 0; i < 3; ++i)
+        t.addFile(pieces[i], film.sliced(i * size, size));
+    t.whenReceived(size + 100'000, [&] { // in the midst of the second
+        writeFile(t.path(u"film.avi"_s), film);
+        for (const QString &piece : pieces)
+            QFile::remove(t.path(piece));
+    });
+    t.start();
     // The first piece is not counted, so that the third begins one piece too early.
-    QTRY_COMPARE(player->film().size(), 4 * size);
-    QVERIFY(player->film() == film.first(2 * size) + film.sliced(size));
-    QVERIFY(!player->hasEnded());
-}
+    QTRY_COMPARE(t.player.film().size(), 4 * size);
+    QVERIFY(t.player.film() == film.first(2 * size) + film.sliced(size));
+    QVERIFY(!t.player.hasEnded());
+});
 
-void TestPreview::streamsDvdImage_data()
-{
-    const auto row = rows<bool>();
-    row("while it is unpacked", {true});
-    row("whole: the first title alone", {false});
-}
-
-void TestPreview::streamsDvdImage()
-{
-    const auto [growing] = thisRow<bool>();
-    const QString image = path(u"film.ISO"_s);
+const struct Dvd {
+    const char *name;
+    bool isGrowing;
+} dvds[] = {{"while it is unpacked", true}, {"whole: the first title alone", false}};
+const Case dvd("a DVD image is streamed", dvds, [](const Dvd &row) {
+    World t;
+    const QString image = t.path(u"film.ISO"_s);
     const QByteArray one = randomBytes(1, leastTitle + 5000);
     const QByteArray two = randomBytes(2, leastTitle);
-    const QByteArray records = dvdRecord("VTS_01_2.VOB;1", 30000, leastTitle)
-                               + dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle + 5000);
-    writeAt(image, scannedFrom, records);
-    const auto finish = [&] { writeAt(image, 30000 * 2048, two); };
-    writeAt(image, 1000 * 2048, growing ? one.first(leastTitle) : one);
-    if (!growing)
-        finish();
-    nzb->addExtractedFile(u"film.ISO"_s, 30000 * 2048 + leastTitle);
-    start();
-    player->request();
-    if (growing) {
-        QTRY_COMPARE_WITH_TIMEOUT(player->film().size(), leastTitle, 20'000);
+    writeAt(image, scannedFrom,
+            vob("01_2.VOB;1", 30000) + vob("01_1.VOB;1", 1000, leastTitle + 5000));
+    writeAt(image, 1000 * 2048, row.isGrowing ? one.first(leastTitle) : one);
+    if (!row.isGrowing)
+        writeAt(image, 30000 * 2048, two);
+    t.nzb->addExtractedFile(u"film.ISO"_s, 30000 * 2048 + leastTitle);
+    t.start();
+    if (row.isGrowing) {
+        QTRY_COMPARE_WITH_TIMEOUT(t.player.film().size(), leastTitle, 20'000);
         writeAt(image, 1000 * 2048 + leastTitle, one.sliced(leastTitle));
-        QTRY_COMPARE_WITH_TIMEOUT(player->film().size(), one.size(), 20'000);
-        finish();
+        QTRY_COMPARE_WITH_TIMEOUT(t.player.film().size(), one.size(), 20'000);
+        writeAt(image, 30000 * 2048, two);
     }
-    QTRY_VERIFY_WITH_TIMEOUT(player->hasEnded(), 20'000);
-    QVERIFY(player->film() == (growing ? one + two : one));
-}
+    QTRY_VERIFY_WITH_TIMEOUT(t.player.hasEnded(), 20'000);
+    QVERIFY(t.player.film() == (row.isGrowing ? one + two : one));
+});
 
-void TestPreview::answersFirstRequest_data()
-{
-    // pieces: the last one makes the request complete
-    const auto row = rows<QByteArrayList>();
-    const QByteArray get = "GET /marlowick HTTP/1.1\r\n";
-    row("nothing, then a longer path", {QByteArrayList{"GET /marlowick/../../x\n"}});
-    row("half a line", {QByteArrayList{"GET /marlow", "ick\n"}});
-    row("another path", {QByteArrayList{"GET /x HTTP/1.1\r\n", get}});
-    row("another method", {QByteArrayList{"HEAD /marlowick HTTP/1.1\r\n", get}});
-    row("again and again", {QByteArrayList{get.repeated(9000), get}});
-}
-
-void TestPreview::answersFirstRequest()
-{
-    auto [pieces] = thisRow<QByteArrayList>();
-    addFile(u"a.avi"_s, QByteArray(1'000'000, 'a'));
-    start();
-    player->request({});
-    QTRY_VERIFY(socket());
-    const QByteArray last = pieces.takeLast();
-    for (const QByteArray &piece : std::as_const(pieces)) {
-        const QSignalSpy arrival(socket(), &QTcpSocket::readyRead);
-        QVERIFY(player->received().isEmpty());
-        player->client.write(piece);
+const QByteArray get = "GET /marlowick HTTP/1.1\r\n";
+const struct Request {
+    const char *name;
+    QByteArrayList pieces; ///< of which the last one makes the request complete
+    bool isAnswered = true;
+} requests[] = {
+    {"a longer path", {"GET /marlowick/../../x\n"}},
+    {"half a line", {"GET /marlow", "ick\n"}},
+    {"another path", {"GET /x HTTP/1.1\r\n", get}},
+    {"another method", {"HEAD /marlowick HTTP/1.1\r\n", get}},
+    {"again and again", {get.repeated(9000)}},
+    {"an endless line", {QByteArray(10'000'000, 'x')}, false},
+};
+const Case answered("the first request is answered", requests, [](const Request &row) {
+    World t;
+    t.addFile(u"a.avi"_s, QByteArray(1'000'000, 'a'));
+    t.start("");
+    QTRY_VERIFY(t.socket());
+    for (const QByteArray &piece : row.pieces) {
+        const QSignalSpy arrival(t.socket(), &QTcpSocket::readyRead);
+        QVERIFY(t.player.received().isEmpty());
+        t.player.client.write(piece);
         QTRY_VERIFY(!arrival.isEmpty());
-        QVERIFY(socket()->bytesAvailable() <= 65536);
+        QVERIFY(t.socket()->bytesAvailable() <= 65536);
     }
-    player->client.write(last);
-    QTRY_VERIFY(player->hasEnded());
-    QVERIFY(player->film() == QByteArray(1'000'000, 'a'));
-}
+    QTRY_VERIFY(t.player.hasEnded());
+    QVERIFY(row.isAnswered ? t.player.film() == QByteArray(1'000'000, 'a')
+                           : t.player.received().isEmpty());
+});
 
-void TestPreview::endlessLineEndsConnection()
-{
-    addFile(u"a.avi"_s, "film");
-    start();
-    player->request(QByteArray(10'000'000, 'x'));
-    QTRY_VERIFY(player->hasEnded());
-    QVERIFY(player->received().isEmpty());
-}
-
-void TestPreview::holdsOneChunk()
-{
-    addFile(u"a.avi"_s, QByteArray());
-    QVERIFY(QFile::resize(path(u"a.avi"_s), qint64(2) << 30));
-    start();
-    player->client.setReadBufferSize(10'000);
-    player->request();
+const Case chunk("one chunk is held in memory", [] {
+    World t;
+    t.addFile(u"a.avi"_s, QByteArray());
+    QVERIFY(QFile::resize(t.path(u"a.avi"_s), qint64(2) << 30));
+    t.player.client.setReadBufferSize(10'000);
+    t.start();
     qint64 most = 0;
     for (qint64 taken = 0; taken < 20'000'000;) {
         QCoreApplication::processEvents();
-        taken += player->client.read(3'000).size();
-        most = std::max(most, socket() ? socket()->bytesToWrite() : 0);
+        taken += t.player.client.read(3'000).size();
+        most = std::max(most, t.socket() ? t.socket()->bytesToWrite() : 0);
     }
     QCOMPARE(most, 32768);
-}
+});
 
-void TestPreview::lastsUntilPlayerEnds_data()
-{
-    // name: of the film
-    const auto row = rows<QString>();
-    for (const char *event : {"client leaves", "film goes", "film shrinks", "job goes"})
-        row(event, {u"film.avi"_s});
-    row("image shrinks", {u"film.iso"_s});
-}
-
-void TestPreview::lastsUntilPlayerEnds()
-{
-    const QString name = std::get<0>(thisRow<QString>());
-    const QByteArray event = QTest::currentDataTag();
-    writeAt(path(name), scannedFrom, dvdRecord("VTS_01_1.VOB;1", 1000, leastTitle));
-    writeAt(path(name), 1000 * 2048 + leastTitle, "-");
-    const quint64 size = static_cast<quint64>(QFileInfo(path(name)).size());
-    nzb->addExtractedFile(name, event == "film goes" ? size + 1 : size);
-    start();
-    player->request();
+/// What happens in the midst of the film, or, where nothing of it comes, ahead of it.
+const struct Event {
+    const char *name;
+    void (*happens)(World &t, const QString &film);
+    bool ahead = false;
+    QString film = u"film.avi"_s;
+} events[] = {
+    {"client leaves", [](World &t, const QString &) { t.player.client.abort(); }},
+    {"film goes", [](World &, const QString &film) { QFile::remove(film); }},
+    {"film shrinks", [](World &, const QString &film) { QFile::resize(film, 1000); }},
+    {"image shrinks", [](World &, const QString &film) { QFile::resize(film, 1000); }, false,
+     u"film.iso"_s},
+    {"job goes", [](World &t, const QString &) { t.nzb.reset(); }},
+    {"a folder in its place", [](World &, const QString &film) { QDir().mkdir(film); }, true},
+    {"a pipe in its place",
+     [](World &, const QString &film) { mkfifo(QFile::encodeName(film).constData(), 0600); }, true},
+    {"a link to another folder in its place",
+     [](World &t, const QString &film) {
+         QFile::link(writeFile(t.dir.filePath(u"other"_s), "else"), film);
+     },
+     true},
+};
+const Case lasts("it lasts until the player ends", events, [](const Event &row) {
+    World t;
+    const QString film = t.path(row.film);
+    writeAt(film, scannedFrom, a);
+    writeAt(film, 1000 * 2048 + leastTitle, "-");
+    const bool isGrowing = QByteArray(row.name) == "film goes";
+    t.nzb->addExtractedFile(row.film, quint64(QFileInfo(film).size() + isGrowing));
     bool happened = false;
-    whenReceived(1'000'000, [&] {
+    const auto happen = [&] {
         happened = true;
-        if (event == "client leaves")
-            player->client.abort();
-        else if (event == "job goes")
-            nzb.reset();
-        else if (event == "film goes")
-            QFile::remove(path(name));
-        else
-            QFile::resize(path(name), 1000);
-    });
-    QTRY_VERIFY(happened && socket()->bytesToWrite() == 0);
-    QVERIFY(finished.isEmpty());
-    player->end();
-    QTRY_COMPARE(finished, QList<Nzb *>{nzb.get()});
-}
+        row.happens(t, film);
+    };
+    t.whenReceived(row.ahead ? 1 << 30 : 1'000'000, happen);
+    t.start({});
+    if (row.ahead && QFile::remove(film))
+        happen();
+    t.player.request();
+    QTRY_VERIFY(happened && t.socket() && t.socket()->bytesToWrite() == 0);
+    QTRY_VERIFY(!row.ahead || t.player.received().endsWith("\r\n\r\n"));
+    QVERIFY(t.finished.isEmpty() && (!row.ahead || t.player.film().isEmpty()));
+    t.player.end();
+    QTRY_COMPARE(t.finished, QList<Nzb *>{t.nzb.get()});
+});
 
-void TestPreview::replaced_data()
-{
-    const auto row = rows<QString>();
-    for (const char *what : {"a pipe", "a link to another folder", "a folder"})
-        row(what, {QString::fromLatin1(what)});
-}
+const Case unpacked("a film is streamed before its last volume has come", [] {
+    EngineFixture t;
+    t.set("rarHandling", u"during"_s);
+    const QByteArray film = randomBytes(1, 2'000'000);
+    Post post;
+    for (const auto &[name, data] :
+         packWithRar({{u"film.avi"_s, film}}, {u"-m0"_s, u"-v600000b"_s}))
+        post.addYenc(name, data, 50'000);
+    for (const PostedSegment &segment : post.file(post.fileCount() - 1).segments)
+        t.server->hold(segment.id);
+    Nzb *nzb = t.start(post);
+    QTRY_VERIFY(!Preview::previewableFiles(nzb).isEmpty());
+    Player player(t.dir.path());
+    Preview preview(nzb, nullptr);
+    preview.start(player.program, {});
+    QTRY_VERIFY(player.isThere());
+    player.request();
+    QTRY_VERIFY(player.film().size() > 1'000'000);
+    QVERIFY(!player.hasEnded());
+    t.server->releaseAll();
+    QTRY_VERIFY(player.hasEnded());
+    QVERIFY(player.film() == film);
+});
 
-// After it was found, and before it is opened.
-void TestPreview::replaced()
-{
-    const auto [by] = thisRow<QString>();
-    addFile(u"a.avi"_s, "film");
-    start();
-    QVERIFY(QFile::remove(path(u"a.avi"_s)));
-    if (by == "a pipe"_L1)
-        QCOMPARE(mkfifo(QFile::encodeName(path(u"a.avi"_s)).constData(), 0600), 0);
-    else if (by == "a folder"_L1)
-        QVERIFY(QDir().mkdir(path(u"a.avi"_s)));
-    else
-        QVERIFY(QFile::link(writeFile(dir->filePath(u"other"_s), "else"), path(u"a.avi"_s)));
-    player->request();
-    QTRY_VERIFY(player->received().endsWith("\r\n\r\n"));
-    QTest::qWait(50); // for more that might come
-    QCOMPARE(player->film(), "");
-    player->end();
-    QTRY_COMPARE(finished.size(), 1);
-}
-
-void TestPreview::nothingToPlay()
-{
-    preview->start(player->program, {u"-quiet"_s});
-    QCOMPARE(finished, QList<Nzb *>{nzb.get()});
-}
-
-QTEST_GUILESS_MAIN(TestPreview)
-#include "test_preview.moc"
+} // namespace
