@@ -50,7 +50,8 @@ void walkThroughOddData(std::mt19937 &random)
     Bytes data;
     const auto longestPlain = 1 + random() % 150;
     while (data.size() < 400) {
-        data.push_back(std::uint8_t(odd[random() % odd.size()]));
+        data.insert(data.end(), random() % 8 ? 1 : random() % 40,
+                    std::uint8_t(odd[random() % odd.size()]));
         if (random() % 3 == 0)
             std::generate_n(std::back_inserter(data), random() % longestPlain, std::ref(random));
     }
