@@ -13,10 +13,7 @@ Par2Output::Verdict plainVerdict(const QByteArray &text)
 {
     using Answer = Par2Output::Answer;
     Par2Output::Verdict result;
-    for (qsizetype at = 0; at <= text.size();) {
-        qsizetype end = text.indexOf('\n', at);
-        end = end < 0 ? text.size() : end;
-        const QByteArrayView line = QByteArrayView(text).sliced(at, end - at);
+    for (const QByteArray &line : text.split('\n')) {
         if (line.startsWith("Repair complete"))
             result = {.answer = Answer::Repaired};
         else if (line.startsWith("All files are correct"))
@@ -25,20 +22,15 @@ Par2Output::Verdict plainVerdict(const QByteArray &text)
             result = {.answer = Answer::CorruptVolume};
         else if (line.startsWith("You need "))
             result = {.answer = Answer::NeedsBlocks,
-                      .blocks = line.sliced(9).toByteArray().split(' ').first().toInt()};
-        at = end + 1;
+                      .blocks = line.sliced(9).split(' ').first().toInt()};
     }
     return result;
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
-{
+const Target target("par2output", [](const QByteArray &input) {
     Par2Output output;
     QByteArray whole;
-    for (const QByteArray &piece :
-         pieces(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)))) {
+    for (const QByteArray &piece : pieces(input)) {
         const bool fill = piece.startsWith('*') && whole.size() < Par2Output::maxSize;
         const QByteArray text = fill ? QByteArray(Par2Output::maxSize - piece.size(), 'x') : piece;
         output.append(text);
@@ -51,5 +43,6 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const Par2Output::Verdict verdict = output.verdict();
     require(verdict.answer == expected.answer && verdict.blocks == expected.blocks,
             "the verdict of the plain search");
-    return 0;
-}
+});
+
+} // namespace

@@ -3,32 +3,35 @@
 #include "support.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
-namespace {
-
-void dropMessage(QtMsgType, const QMessageLogContext &, const QString &) { }
-
-std::filesystem::path pathOf(const QString &folder)
+void prepare(int &argc, char **argv)
 {
-    return QFile::encodeName(folder).toStdString();
+    qputenv("QT_NO_GLIB", "1"); // its event loop is slower
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    static const QCoreApplication application(argc, argv);
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(scratchFolder()));
 }
 
-} // namespace
-
+// What libFuzzer calls.
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    qputenv("QT_NO_GLIB", "1"); // its event loop is slower
-    qInstallMessageHandler(dropMessage);
-    static const QCoreApplication application(*argc, *argv);
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(scratchFolder()));
+    prepare(*argc, *argv);
+    return 0;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    Target::all().front().run(
+        QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
     return 0;
 }
 
@@ -37,6 +40,14 @@ const QString &scratchFolder()
     static const QTemporaryDir folder;
     static const QString path = folder.path();
     return path;
+}
+
+QString writeScratch(const QString &name, const QByteArray &content)
+{
+    QFile file(scratchFolder() + u'/' + name);
+    require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(),
+            "room for the input");
+    return file.fileName();
 }
 
 QByteArrayList pieces(const QByteArray &input) { return input.split('|'); }
@@ -51,22 +62,15 @@ void require(bool holds, const char *otherwise)
 
 void requireOnly(const QByteArrayList &expected, const QString &folder)
 {
-    for (const auto &entry : std::filesystem::directory_iterator(pathOf(folder))) {
-        const std::string name = entry.path().filename();
-        require(expected.contains(QByteArrayView(name)), "nothing else in the folder");
-    }
+    constexpr auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QString &name : QDir(folder).entryList(all))
+        require(expected.contains(name.toUtf8()), "nothing else in the folder");
 }
 
 void clearFiles(const QString &folder)
 {
-    for (const auto &entry : std::filesystem::directory_iterator(pathOf(folder))) {
-        if (entry.is_regular_file() && !entry.is_symlink())
-            std::filesystem::remove(entry.path());
+    for (const QFileInfo &entry : QDir(folder).entryInfoList(QDir::Files | QDir::Hidden)) {
+        if (!entry.isSymLink())
+            QFile::remove(entry.filePath());
     }
-}
-
-void runEvents()
-{
-    QCoreApplication::processEvents();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
