@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 #include "support/reply.h"
 
@@ -28,10 +29,9 @@ public:
         QByteArray text; ///< without the line end
     };
 
-    /// Listens at once, on a port that the system chooses.
-    explicit NewsServer(QObject *parent = nullptr);
-    /// The same with implicit TLS; see TestCertificate::serverConfiguration().
-    explicit NewsServer(const QSslConfiguration &ssl, QObject *parent = nullptr);
+    /// Listens at once, on a port that the system chooses; with a configuration by implicit TLS,
+    /// see TestCertificate::serverConfiguration().
+    explicit NewsServer(std::optional<QSslConfiguration> configuration = {});
     ~NewsServer() override;
 
     /// @param id    without angle brackets
@@ -42,11 +42,19 @@ public:
 
     /// Demands this login: BODY is answered with 480 without it, another one with 481. Without a
     /// demand every login is accepted.
-    void requireLogin(const QByteArray &user, const QByteArray &password);
+    void requireLogin(const QByteArray &name, const QByteArray &secret)
+    {
+        user = name;
+        password = secret;
+        loginNeeded = true;
+    }
 
     /// Adds a rule. Of the rules that match an event the first added with uses left is carried
     /// out and loses one use. @p uses below 0 is without end.
-    void script(const When &when, const Reply &reply, int uses = -1);
+    void script(const When &when, const Reply &reply, int uses = -1)
+    {
+        rules.append({when, reply, uses});
+    }
     void clearScript() { rules.clear(); }
     /// Asks @p chooser at each event that no rule is for, with a text that starts as When's does.
     void chooseReplies(const std::function<Reply(const QByteArray &)> &chooser)
@@ -59,21 +67,33 @@ public:
     /// A held article's reply waits for release() or releaseAll(); other rules still apply to it.
     void hold(const QByteArray &id) { held.insert(id); }
     /// Holds every article that the server has now.
-    void holdAll();
-    void release(const QByteArray &id);
-    void releaseAll();
+    void holdAll() { held = {articles.keyBegin(), articles.keyEnd()}; }
+    void release(const QByteArray &id)
+    {
+        held.remove(id);
+        emit released();
+    }
+    void releaseAll()
+    {
+        held.clear();
+        emit released();
+    }
     /// The held articles that a connection waits for at present.
     [[nodiscard]] QList<QByteArray> waiting() const;
 
     /// Closes the port and every connection, until listen() is called.
-    void takeOffline();
+    void takeOffline()
+    {
+        close();
+        dropConnections();
+    }
     /// Closes every open connection, as a server does that goes down.
     void dropConnections();
 
     [[nodiscard]] const QList<Command> &log() const { return log_; }
     /// What connection @p number sent, in order, without line ends; 0 stands for all connections.
     [[nodiscard]] QList<QByteArray> commands(int number = 0) const;
-    [[nodiscard]] int bodyCount(const QByteArray &id) const { return bodyCounts.value(id); }
+    [[nodiscard]] int bodyCount(const QByteArray &id) const;
     [[nodiscard]] int openConnections() const { return static_cast<int>(connections.size()); }
     [[nodiscard]] int mostConnections() const { return most; }
     /// Connections since the start, refused ones included.
@@ -98,12 +118,11 @@ private:
         int usesLeft;
     };
 
-    void start();
-    void record(int connection, const QByteArray &command);
-    /// The id that a BODY command names; empty for other commands.
-    [[nodiscard]] static QByteArray articleOf(const QByteArray &command);
     [[nodiscard]] Reply takeReply(int connection, const QByteArray &event);
-    void forget(NewsConnection *connection) { connections.removeOne(connection); }
+    [[nodiscard]] bool knows(const QByteArray &name, const QByteArray &secret) const
+    {
+        return !loginNeeded || (name == user && secret == password);
+    }
 
     std::optional<QSslConfiguration> ssl;
     QHash<QByteArray, QByteArray> articles;
@@ -117,7 +136,6 @@ private:
     QElapsedTimer clock;
     QList<Command> log_;
     QList<qint64> acceptTimes_;
-    QHash<QByteArray, int> bodyCounts;
     int most = 0;
     qint64 sent = 0;
 };

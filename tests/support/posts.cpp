@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QXmlStreamWriter>
 
 #include "support/newsserver.h"
 
@@ -80,39 +79,21 @@ QString Post::subjectOf(std::size_t index) const
 
 QByteArray Post::nzb() const
 {
-    QByteArray text;
-    QXmlStreamWriter xml(&text);
-    xml.setAutoFormatting(true);
-    xml.writeStartDocument();
-    xml.writeStartElement(u"nzb"_s);
-    xml.writeDefaultNamespace(u"http://nzb.example/DTD/2003/nzb"_s);
-    for (std::size_t index = 0; index < files.size(); ++index)
-        writeFile(xml, index);
-    xml.writeEndDocument();
-    return text;
-}
-
-void Post::writeFile(QXmlStreamWriter &xml, std::size_t index) const
-{
-    xml.writeStartElement(u"file"_s);
-    xml.writeAttribute(u"poster"_s, u"poster@post.test"_s);
-    xml.writeAttribute(u"date"_s, u"1200000000"_s);
-    xml.writeAttribute(u"subject"_s, subjectOf(index));
-    xml.writeStartElement(u"groups"_s);
-    xml.writeTextElement(u"group"_s, u"alt.binaries.test"_s);
-    xml.writeEndElement();
-    xml.writeStartElement(u"segments"_s);
-    for (const PostedSegment &segment : files.at(index).segments) {
-        if (!segment.inNzb)
-            continue;
-        xml.writeStartElement(u"segment"_s);
-        xml.writeAttribute(u"bytes"_s, QString::number(segment.body.size()));
-        xml.writeAttribute(u"number"_s, QString::number(segment.number));
-        xml.writeCharacters(QString::fromUtf8(segment.id));
-        xml.writeEndElement();
+    QString xml = u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                  "<nzb xmlns=\"http://nzb.example/DTD/2003/nzb\">\n"_s;
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        xml += u"<file poster=\"poster@post.test\" date=\"1200000000\" subject=\"%1\">\n"
+               "<groups><group>alt.binaries.test</group></groups>\n<segments>\n"_s.arg(
+                   subjectOf(index).toHtmlEscaped());
+        for (const PostedSegment &segment : files.at(index).segments) {
+            if (segment.inNzb)
+                xml += u"<segment bytes=\"%1\" number=\"%2\">%3</segment>\n"_s.arg(
+                    QString::number(segment.body.size()), QString::number(segment.number),
+                    QString::fromUtf8(segment.id).toHtmlEscaped());
+        }
+        xml += u"</segments>\n</file>\n"_s;
     }
-    xml.writeEndElement();
-    xml.writeEndElement();
+    return (xml + u"</nzb>\n"_s).toUtf8();
 }
 
 QString Post::nzbPath(const QString &folder, const QString &fileName) const

@@ -11,7 +11,6 @@
 #include "support/articles.h"
 
 class NewsServer;
-class QXmlStreamWriter;
 
 /// One article of a posted file. Change the fields before Post::upload() and Post::writeNzb().
 struct PostedSegment {
@@ -69,7 +68,6 @@ public:
 private:
     PostedFile &add(const QString &name, const QByteArray &data, const QList<QByteArray> &bodies);
     [[nodiscard]] QString subjectOf(std::size_t index) const;
-    void writeFile(QXmlStreamWriter &xml, std::size_t index) const;
     [[nodiscard]] QString nzbPath(const QString &folder, const QString &fileName) const;
 
     QString title;

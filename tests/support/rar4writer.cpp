@@ -4,9 +4,9 @@
 
 #include <QtEndian>
 
-#include <zlib.h>
-
 #include <algorithm>
+
+#include "support/articles.h"
 
 using namespace Qt::StringLiterals;
 
@@ -35,18 +35,12 @@ template <typename T> QByteArray little(T value)
     return bytes;
 }
 
-quint32 crcOf(const QByteArray &bytes)
-{
-    return static_cast<quint32>(crc32(0, reinterpret_cast<const Bytef *>(bytes.constData()),
-                                      static_cast<uInt>(bytes.size())));
-}
-
 QByteArray block(BlockType type, int flags, const QByteArray &fields)
 {
     constexpr int headBytes = 7;
     const QByteArray rest = little<quint8>(type) + little(static_cast<quint16>(flags))
                             + little(static_cast<quint16>(headBytes + fields.size())) + fields;
-    return little(static_cast<quint16>(crcOf(rest))) + rest;
+    return little(static_cast<quint16>(crc32Of(rest))) + rest;
 }
 
 /// The data of @p member from @p from on, @p length bytes of it, with their header.
@@ -57,7 +51,7 @@ QByteArray piece(const Rar4Member &member, qsizetype from, qsizetype length)
     const quint64 size = member.claimedSize.value_or(static_cast<quint64>(member.data.size()));
     const QByteArray fields =
         little(static_cast<quint32>(packed.size())) + little(static_cast<quint32>(size)) + unixHost
-        + little(crcOf(splitAfter ? packed : member.data)) + little<quint32>(0) + unpackVersion
+        + little(crc32Of(splitAfter ? packed : member.data)) + little<quint32>(0) + unpackVersion
         + storeMethod + little(static_cast<quint16>(member.name.size())) + little(member.attributes)
         + little<quint32>(0) + little(static_cast<quint32>(size >> 32)) + member.name;
     const int flags = HasData | LargeSizes | (from > 0 ? SplitBefore : 0)

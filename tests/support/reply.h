@@ -29,7 +29,10 @@ struct Reply {
     /// @p line such as "400 too many connections", sent with CR LF instead of the ordinary answer.
     static Reply code(const QByteArray &line) { return bytes(line + "\r\n"); }
     /// Exactly @p raw instead of the ordinary answer.
-    static Reply bytes(const QByteArray &raw);
+    static Reply bytes(const QByteArray &raw)
+    {
+        return Reply().with([&](Reply &reply) { reply.replacement = raw; });
+    }
     /// No answer at all: the link stays open.
     static Reply silence() { return Reply().stallAfter(0); }
     static Reply drop() { return Reply().cutAfter(0); }
@@ -41,9 +44,15 @@ struct Reply {
     [[nodiscard]] Reply resetAfter(qsizetype count) const { return ended(End::Reset, count); }
     /// The reply leaves in pieces that the peer gets in separate reads, as long as each piece fits
     /// into one read of it.
-    [[nodiscard]] Reply splitAt(const QList<qsizetype> &offsets) const;
+    [[nodiscard]] Reply splitAt(const QList<qsizetype> &offsets) const
+    {
+        return with([&](Reply &reply) { reply.splits = offsets; });
+    }
     /// The first byte leaves @p milliseconds after the command came.
-    [[nodiscard]] Reply delayed(int milliseconds) const;
+    [[nodiscard]] Reply delayed(int milliseconds) const
+    {
+        return with([&](Reply &reply) { reply.delay = milliseconds; });
+    }
 
     /// What leaves of @p reply, piece by piece.
     [[nodiscard]] QList<QByteArray> pieces(const QByteArray &reply) const;
@@ -55,7 +64,19 @@ struct Reply {
     int delay = 0;
 
 private:
-    [[nodiscard]] Reply ended(End how, qsizetype count) const;
+    [[nodiscard]] Reply with(auto change) const
+    {
+        Reply result = *this;
+        change(result);
+        return result;
+    }
+    [[nodiscard]] Reply ended(End how, qsizetype count) const
+    {
+        return with([&](Reply &reply) {
+            reply.end = how;
+            reply.endAt = count;
+        });
+    }
 };
 
 /// The events that a rule of the server's script is for. Empty and 0 stand for "any".
@@ -67,8 +88,15 @@ struct When {
     static When body(const QByteArray &id = {}) { return {.event = "BODY", .article = id}; }
 
     /// The same events, on the @p number -th connection alone (from 1, in order of accept).
-    [[nodiscard]] When onConnection(int number) const;
-    [[nodiscard]] bool matches(const QByteArray &happened, int onNumber) const;
+    [[nodiscard]] When onConnection(int number) const
+    {
+        return {.event = event, .article = article, .connection = number};
+    }
+    [[nodiscard]] bool matches(const QByteArray &happened, int onNumber) const
+    {
+        return happened.startsWith(event) && (connection == 0 || connection == onNumber)
+               && (article.isEmpty() || happened == "BODY <" + article + ">");
+    }
 
     QByteArray event;
     QByteArray article;

@@ -2,70 +2,49 @@
 // SPDX-License-Identifier: MIT
 #include "support/testcertificate.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 
-#include "support/files.h"
+#include "support/programs.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A folder that keys and certificates are made in, and the last failure there.
-class Workshop final {
-public:
-    Workshop()
-    {
-        // The system's own OpenSSL settings would add extensions to the ones asked for.
-        writeFile(path(u"openssl.cnf"_s), "[req]\ndistinguished_name = name\n[name]\n");
-    }
-
-    [[nodiscard]] QString path(const QString &name) const { return folder.filePath(name); }
-
-    /// Makes "<name>.key" and "<name>.pem"; self-signed unless @p more says otherwise.
-    [[nodiscard]] bool make(const QString &name, const QString &commonName, const QStringList &more)
-    {
-        QProcess openssl;
-        openssl.setProcessChannelMode(QProcess::MergedChannels);
-        openssl.start(u"openssl"_s,
-                      QStringList{u"req"_s, u"-x509"_s, u"-config"_s, path(u"openssl.cnf"_s),
-                                  u"-newkey"_s, u"rsa:2048"_s, u"-nodes"_s, u"-days"_s, u"2"_s,
-                                  u"-subj"_s, u"/CN="_s + commonName, u"-keyout"_s,
-                                  path(name + u".key"_s), u"-out"_s, path(name + u".pem"_s)}
-                          + more);
-        if (!openssl.waitForStarted() || !openssl.waitForFinished())
-            failure = u"openssl: "_s + openssl.errorString();
-        else if (openssl.exitStatus() != QProcess::NormalExit || openssl.exitCode() != 0)
-            failure = QString::fromLocal8Bit(openssl.readAll());
-        return failure.isEmpty();
-    }
-
-    [[nodiscard]] TestCertificate load(const QString &name, const QString &authority) const
-    {
-        return {.certificate = QSslCertificate(contentsOf(path(name + u".pem"_s))),
-                .key = QSslKey(contentsOf(path(name + u".key"_s)), QSsl::Rsa),
-                .authority = QSslCertificate(contentsOf(path(authority + u".pem"_s)))};
-    }
-
-    QString failure;
-
-private:
-    QTemporaryDir folder;
-};
-
-QStringList serverExtensions(const QStringList &altNames)
+/// Makes "<name>.key" and "<name>.pem" in @p folder.
+void make(const QTemporaryDir &folder, const QString &name, const QString &commonName,
+          const QStringList &more)
 {
-    QStringList extensions{u"-addext"_s, u"basicConstraints=CA:FALSE"_s};
-    if (!altNames.isEmpty())
-        extensions << u"-addext"_s << u"subjectAltName="_s + altNames.join(u',');
-    return extensions;
+    // The system's own OpenSSL settings would add extensions to the ones asked for.
+    writeFile(folder.filePath(u"openssl.cnf"_s), "[req]\ndistinguished_name = name\n[name]\n");
+    const QString line =
+        u"openssl req -x509 -config openssl.cnf -newkey rsa:2048 -nodes -days 2 -keyout %1.key "
+        "-out %1.pem -subj"_s.arg(name);
+    runInFolder(folder.path(), line.split(u' ') + QStringList{u"/CN="_s + commonName} + more);
 }
 
-std::nullopt_t failed(const Workshop &workshop, QString *reason)
+std::optional<TestCertificate> made(const QString &commonName, const QStringList &altNames,
+                                    const QString &authority, QString *reason)
 {
-    if (reason)
-        *reason = workshop.failure;
-    return std::nullopt;
+    const QTemporaryDir folder;
+    QStringList more{u"-addext"_s, u"basicConstraints=CA:FALSE"_s};
+    if (!altNames.isEmpty())
+        more << u"-addext"_s << u"subjectAltName="_s + altNames.join(u',');
+    try {
+        if (authority != "server"_L1) {
+            make(folder, authority, u"Test authority"_s,
+                 {u"-addext"_s, u"basicConstraints=critical,CA:TRUE"_s});
+            more << u"-CA"_s << authority + u".pem"_s << u"-CAkey"_s << authority + u".key"_s;
+        }
+        make(folder, u"server"_s, commonName, more);
+    } catch (const std::runtime_error &failure) {
+        if (reason)
+            *reason = QString::fromUtf8(failure.what());
+        return {};
+    }
+    const auto pem = [&](const QString &name) { return contentsOf(folder.filePath(name)); };
+    return TestCertificate{.certificate = QSslCertificate(pem(u"server.pem"_s)),
+                           .key = QSslKey(pem(u"server.key"_s), QSsl::Rsa),
+                           .authority = QSslCertificate(pem(authority + u".pem"_s))};
 }
 
 } // namespace
@@ -73,24 +52,14 @@ std::nullopt_t failed(const Workshop &workshop, QString *reason)
 std::optional<TestCertificate>
 TestCertificate::selfSigned(const QString &commonName, const QStringList &altNames, QString *reason)
 {
-    Workshop workshop;
-    if (!workshop.make(u"server"_s, commonName, serverExtensions(altNames)))
-        return failed(workshop, reason);
-    return workshop.load(u"server"_s, u"server"_s);
+    return made(commonName, altNames, u"server"_s, reason);
 }
 
 std::optional<TestCertificate> TestCertificate::signedByAuthority(const QString &commonName,
                                                                   const QStringList &altNames,
                                                                   QString *reason)
 {
-    Workshop workshop;
-    const QStringList ofAuthority{u"-addext"_s, u"basicConstraints=critical,CA:TRUE"_s};
-    const QStringList byAuthority{u"-CA"_s, workshop.path(u"authority.pem"_s), u"-CAkey"_s,
-                                  workshop.path(u"authority.key"_s)};
-    if (!workshop.make(u"authority"_s, u"Test authority"_s, ofAuthority)
-        || !workshop.make(u"server"_s, commonName, serverExtensions(altNames) + byAuthority))
-        return failed(workshop, reason);
-    return workshop.load(u"server"_s, u"authority"_s);
+    return made(commonName, altNames, u"authority"_s, reason);
 }
 
 QSslConfiguration TestCertificate::serverConfiguration() const
