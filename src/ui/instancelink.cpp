@@ -33,9 +33,9 @@ bool send(QLocalSocket *first, const QByteArray &text, const QDeadlineTimer &dea
 
 } // namespace
 
-InstanceLink::InstanceLink(const QString &folder, const QString &id, QObject *parent)
-    : QObject(parent)
-    , socketPath_(folder + u'/' + id + u".socket"_s)
+InstanceLink::InstanceLink(const QString &folder, const QString &id, int limit)
+    : socketPath_(folder + u'/' + id + u".socket"_s)
+    , silenceLimit(limit)
     , lock(folder + u'/' + id + u".lock"_s)
     , server(this)
 {

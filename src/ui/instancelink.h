@@ -20,12 +20,12 @@ class InstanceLink final : public QObject {
 
 public:
     static constexpr quint32 maxMessageBytes = 1024 * 1024;
-    static constexpr int silenceLimit = 3000; ///< milliseconds until a silent sender is dropped
     static constexpr int maxSenders = 20; ///< at once; another one drops the oldest
 
     /// Tries to become the first instance of @p id. Without a usable @p folder the process runs
     /// as if it were alone: better two windows than none.
-    InstanceLink(const QString &folder, const QString &id, QObject *parent = nullptr);
+    /// @param silenceLimit  milliseconds until a silent sender is dropped
+    InstanceLink(const QString &folder, const QString &id, int silenceLimit = 3000);
 
     /// True if another process is the first instance.
     [[nodiscard]] bool isRunning() const { return running; }
@@ -52,6 +52,7 @@ private:
     [[nodiscard]] bool connectTo(QLocalSocket *first, const QDeadlineTimer &deadline) const;
 
     QString socketPath_;
+    int silenceLimit;
     QLockFile lock;
     QLocalServer server; // after the lock: the socket goes before the lock is given back
     bool running = false;
