@@ -1,0 +1,580 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+
+// The main window, used by key and click.
+#include <QAction>
+#include <QApplication>
+#include <QCommandLinkButton>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QHelpEvent>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QScreen>
+#include <QScrollBar>
+#include <QStatusBar>
+#include <QStyleOptionViewItem>
+#include <QTextDocumentFragment>
+#include <QTimer>
+#include <QToolTip>
+
+#include <algorithm>
+#include <sys/statvfs.h>
+
+#include "engine/enginefixture.h"
+#include "preview/player.h"
+#include "preview/preview.h"
+#include "support/case.h"
+#include "support/programs.h"
+#include "ui/deletedialog.h"
+#include "ui/mainwindow.h"
+#include "ui/queueview.h"
+#include "ui/statusdelegate.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What the disk says that is asked for its free bytes; less than nothing is a failure.
+double freeOnDisk = 1e12;
+
+} // namespace
+
+extern "C" int statvfs(const char * /*path*/, struct statvfs *info) noexcept
+{
+    info->f_bsize = 4096;
+    info->f_frsize = 1;
+    info->f_bavail = static_cast<fsblkcnt_t>(std::max(freeOnDisk, 0.0));
+    return freeOnDisk < 0 ? -1 : 0;
+}
+
+namespace {
+
+/// The fixture's own engine only sets things and looks at what the window's has saved.
+struct World : EngineFixture {
+    using Answer = std::function<void(QWidget *)>;
+
+    World()
+    {
+        QDir().mkpath(downloads());
+        set("threads", 0);
+        QObject::connect(&user, &QTimer::timeout, &user, [this] {
+            QWidget *popup = QApplication::activePopupWidget();
+            QWidget *asking = popup ? popup : QApplication::activeModalWidget();
+            if (!asking || answers.isEmpty())
+                return;
+            if (const auto *box = qobject_cast<QMessageBox *>(asking))
+                told << QString(box->windowTitle() + u": "_s + box->text());
+            answers.takeFirst()(asking);
+        });
+        user.start(1);
+        open();
+    }
+    void open()
+    {
+        window.reset();
+        window = std::make_unique<MainWindow>();
+        live = window->findChild<Marlowick *>();
+        view = window->findChild<QueueView *>();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+    static Answer press(Qt::Key key)
+    {
+        return [key](QWidget *asking) { QTest::keyClick(asking, key); };
+    }
+    static Answer click(const QString &button)
+    {
+        return [button](QWidget *asking) {
+            QTest::mouseClick(asking->findChild<QAbstractButton *>(button), Qt::LeftButton);
+        };
+    }
+    /// A job of a film, a PAR2 volume and a text, with their files on disk.
+    Nzb *addJob(const QString &name) const
+    {
+        const QString path = writeFile(dir.filePath(name + u".nzb"_s), R"xml(<nzb>
+    <file subject='"film.mkv" (1/1)'><segment number='1' bytes='1000'>a@b</segment></file>
+    <file subject='"film.par2" (1/1)'><segment number='1' bytes='1000'>c@d</segment></file>
+    <file subject='"read.txt" (1/1)'><segment number='1' bytes='1000'>e@f</segment></file></nzb>)xml");
+        Nzb *nzb = live->addNZB(path);
+        for (int i = 0; i < nzb->fileCount(); ++i)
+            writeFile(nzb->folder() + u'/' + nzb->fileAt(i)->name(), "data");
+        return nzb;
+    }
+    /// Of a job, or of a file of the first job.
+    [[nodiscard]] QModelIndex row(int job, int file = -1) const
+    {
+        const QModelIndex index = view->model()->index(job, 0);
+        return file < 0 ? index : view->model()->index(file, 0, index);
+    }
+    void select(int job, int file = -1) const { view->setCurrentIndex(row(job, file)); }
+    [[nodiscard]] QString names(const QModelIndex &level = {}) const
+    {
+        QStringList all;
+        for (int i = 0; i < view->model()->rowCount(level); ++i)
+            all << view->model()->index(i, 0, level).data().toString();
+        return all.join(u' ');
+    }
+    [[nodiscard]] static QString savedJobs()
+    {
+        Marlowick reader(nullptr);
+        reader.loadQueue(QString());
+        QStringList all;
+        for (const Nzb *nzb : *reader.queue())
+            all << nzb->name();
+        return all.join(u' ');
+    }
+    [[nodiscard]] QAction *action(const QString &name) const
+    {
+        return window->findChild<QAction *>(u"action"_s + name);
+    }
+    [[nodiscard]] QString message() const { return window->statusBar()->currentMessage(); }
+    [[nodiscard]] qsizetype dialogs() const
+    {
+        return std::ranges::count_if(window->findChildren<QDialog *>(), &QWidget::isVisible);
+    }
+
+    QTimer user;
+    QList<Answer> answers; ///< what the user does with the next dialogs and menus
+    QStringList told; ///< title and text of each message box that was answered
+    std::unique_ptr<MainWindow> window;
+    Marlowick *live = nullptr;
+    QueueView *view = nullptr;
+};
+
+const Case boxes("boxes come one after another, and no connection under them", [] {
+    World t;
+    t.server->requireLogin("joe", "secret");
+    t.set("threads", 1);
+    t.addJob(u"job"_s);
+    QTRY_COMPARE(t.dialogs(), 1); // it asks for the password
+    t.select(0);
+    t.live->pauseAll(); // as for a file that cannot be written
+    emit t.live->error(0, QString(2000, u'x'));
+    QVERIFY(t.action(u"Pause"_s)->isChecked());
+    t.window->handleMessage(writeFile(t.dir.filePath(u"bad.nzb"_s), "no NZB"));
+    t.live->queue()->first()->setPaused(false);
+    const World::Answer read = [&](QWidget *box) {
+        QCOMPARE(t.dialogs(), 1);
+        t.live->startToDownloadQueue();
+        QCOMPARE(t.live->connectionCount(), 0);
+        QTest::keyClick(box, Qt::Key_Return);
+    };
+    t.setLogin("joe", "secret");
+    t.answers = {read, read, read};
+    QTRY_COMPARE(t.told.size(), 3);
+    QCOMPARE(t.told.sliced(1), (QStringList{u"Error: "_s + QString(1000, u'x'),
+                                            u"Error processing NZB: Error parsing NZB"_s}));
+    QTRY_VERIFY((t.live->startToDownloadQueue(), !t.requested().isEmpty()));
+    emit t.live->notice(0, QString(2000, u'x'));
+    QCOMPARE(t.message().size(), 1000);
+});
+
+// For one job after the other, whose row is shown selected, and not above another question. What
+// was declined can be taken up from the menu, unless an article is under way.
+const Case passwords("asks for passwords", [] {
+    World t;
+    t.set("threads", 1);
+    for (int i = 0; i < 20; ++i)
+        t.addJob(u"job%1"_s.arg(i));
+    t.live->pauseAll();
+    for (const QString &name : {u"locked1"_s, u"locked2"_s}) {
+        Post post(name);
+        for (const auto &[file, data] : packWithRar({{u"film.avi"_s, "film"}}, {u"-hpsecret"_s}))
+            post.addYenc(file, data);
+        post.upload(*t.server);
+        t.live->addNZB(post.writeNzb(t.dir.path()));
+    }
+    bool enabled = false;
+    const auto takeFromMenu = [&] {
+        t.answers << [&](QWidget *menu) {
+            enabled = t.action(u"RepairAndUnpack"_s)->isEnabled();
+            qobject_cast<QMenu *>(menu)->setActiveAction(t.action(u"RepairAndUnpack"_s));
+            QTest::keyClick(menu, enabled ? Qt::Key_Return : Qt::Key_Escape);
+        };
+        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, t.view->mapToGlobal(QPoint()));
+        QCoreApplication::sendEvent(t.view, &byKey);
+    };
+    t.server->holdAll();
+    t.select(20);
+    QTRY_VERIFY(!t.server->waiting().isEmpty());
+    takeFromMenu();
+    QVERIFY(!enabled);
+    t.server->releaseAll();
+    QStringList asking;
+    QObject::connect(t.live, &Marlowick::passwordNeeded,
+                     [&](const Nzb *nzb) { asking << nzb->name(); });
+    t.answers << [&](QWidget *question) {
+        QTRY_COMPARE(asking.size(), 2);
+        QCoreApplication::processEvents();
+        QCOMPARE(QApplication::activeModalWidget(), question);
+        QTest::keyClick(question, Qt::Key_Escape);
+    };
+    QCOMPARE(DeleteDialog::ask(), int(QMessageBox::Cancel));
+    const auto answer = [&](const QString &password) {
+        QTRY_VERIFY(qobject_cast<QInputDialog *>(QApplication::activeModalWidget()));
+        auto *box = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
+        QCOMPARE(box->windowTitle(), u"Password protected RAR file"_s);
+        QCOMPARE(box->textEchoMode(), QLineEdit::Password);
+        QCOMPARE(t.dialogs(), 1);
+        QCOMPARE(t.view->currentIndex().data(), asking.takeFirst());
+        QVERIFY(t.view->viewport()->rect().contains(t.view->visualRect(t.view->currentIndex())));
+        QTest::keyClicks(box->focusWidget(), password);
+        QTest::keyClick(box, password.isEmpty() ? Qt::Key_Escape : Qt::Key_Return);
+    };
+    const QString declined = asking.value(0);
+    answer({});
+    answer(u"secret"_s);
+    t.select(declined.endsWith(u'1') ? 20 : 21);
+    takeFromMenu();
+    QVERIFY(enabled);
+    answer(u"secret"_s);
+    for (const QString &name : {u"locked1/film.avi"_s, u"locked2/film.avi"_s})
+        QTRY_COMPARE(t.saved(name), "film");
+});
+
+const Case imports("imports by dialog, and what comes from outside", [] {
+    World t;
+    const QString nzb = writeFile(t.dir.filePath(u"a.NZB"_s), "<nzb/>");
+    for (const QString &path :
+         {nzb, t.dir.filePath(u"none.nzb"_s), writeFile(t.dir.filePath(u"a.txt"_s), "<nzb/>")})
+        t.window->handleMessage(path);
+    QCOMPARE(t.savedJobs(), QString());
+    t.answers << [&](QWidget *dialog) {
+        dialog->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(nzb);
+        QTest::keyClick(dialog, Qt::Key_Return);
+    } << World::press(Qt::Key_Escape);
+    for (int i = 0; i < 2; ++i)
+        t.action(u"Add_NZB"_s)->trigger();
+    QCOMPARE(t.savedJobs(), u"a a2"_s);
+    QCOMPARE(t.names(), u"a a2"_s);
+    QCOMPARE(t.dialogs(), 0);
+});
+
+const Case moves("keys move rows within their level", [] {
+    World t;
+    const auto move = [&](const QModelIndex &row, Qt::Key key) {
+        t.view->setCurrentIndex(row.siblingAtColumn(2)); // as after a click on its status
+        QTest::keyClick(t.view, key, Qt::AltModifier);
+        return QString(t.names(row.parent()) + u": "_s
+                       + t.view->currentIndex().siblingAtColumn(0).data().toString());
+    };
+    QCOMPARE(move({}, Qt::Key_Up), u": "_s);
+    for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
+        t.addJob(name);
+    t.view->expand(t.row(1));
+    QCOMPARE(move(t.row(0), Qt::Key_Up), u"a b c: a"_s);
+    QCOMPARE(move(t.row(0), Qt::Key_Down), u"b a c: a"_s);
+    QCOMPARE(move(t.row(2), Qt::Key_Up), u"b c a: c"_s);
+    QCOMPARE(move(t.row(2), Qt::Key_Down), u"b c a: a"_s);
+    QCOMPARE(move(t.row(0, 1), Qt::Key_Up), u"film.par2 film.mkv read.txt: film.par2"_s);
+    QCOMPARE(move(t.row(0, 1), Qt::Key_Down), u"film.par2 read.txt film.mkv: film.mkv"_s);
+    QVERIFY(t.view->isExpanded(t.row(0)) && !t.view->isExpanded(t.row(1)));
+});
+
+struct Pause {
+    const char *name;
+    int file;
+    QList<bool> paused; // film.mkv, film.par2, read.txt
+    QList<bool> resumed;
+    bool holdsBack = true;
+    bool ordered = false;
+};
+const Pause pauses[] = {
+    {"file", 2, {false, true, true}, {false, true, false}},
+    {"volume by hand", 1, {false, true, false}, {false, false, false}},
+    {"job holds volumes back", -1, {true, true, true}, {false, true, false}},
+    {"volume was asked for", -1, {true, true, true}, {false, false, false}, true, true},
+    {"job", -1, {true, true, true}, {false, false, false}, false},
+};
+const Case pause("pauses and resumes", pauses, [](const Pause &row) {
+    World t;
+    t.set("pausePAR2", row.holdsBack);
+    const Nzb *nzb = t.addJob(u"job"_s);
+    if (row.ordered) {
+        nzb->fileAt(1)->setOrdered(true);
+        nzb->fileAt(1)->setPaused(false);
+    }
+    const auto flags = [nzb] {
+        return QList{nzb->fileAt(0)->isPaused(), nzb->fileAt(1)->isPaused(),
+                     nzb->fileAt(2)->isPaused()};
+    };
+    QAction *action = t.action(u"Pause"_s);
+    QVERIFY(!action->isEnabled());
+    t.select(0, row.file);
+    QVERIFY(action->isEnabled());
+    if (!action->isChecked()) {
+        action->trigger();
+        QCOMPARE(t.message(), u"Paused file"_s);
+    }
+    QCOMPARE(flags(), row.paused);
+    t.select(0, 0); // the film, which is paused with the job alone
+    QCOMPARE(action->isChecked(), row.paused[0]);
+    t.select(0, row.file);
+    QVERIFY(action->isChecked());
+    t.set("threads", 1);
+    const QSignalSpy messages(t.window->statusBar(), &QStatusBar::messageChanged);
+    action->trigger();
+    QCOMPARE(flags(), row.resumed);
+    QCOMPARE(nzb->fileAt(1)->isOrdered(), row.ordered || row.file == 1);
+    QCOMPARE(t.live->connectionCount(), 1);
+    QCOMPARE(messages.value(0), QVariantList{u"Resuming download"_s});
+});
+
+struct Deletion {
+    const char *name;
+    World::Answer answer;
+    bool removed = false;
+    bool onDisk = true;
+    bool hasGone = false; ///< while the question about it stood
+};
+const Deletion deletions[] = {
+    {"from the list", World::click(u"commandLinkButton"_s), true},
+    {"from the disk", World::click(u"commandLinkButton_2"_s), true, false},
+    {"not", World::click(u"commandLinkButton_3"_s)},
+    {"not, by the return key", World::press(Qt::Key_Return)},
+    {"what has gone", World::click(u"commandLinkButton_2"_s), true, true, true},
+};
+const Case deletion("deletes", deletions, [](const Deletion &row) {
+    World t;
+    t.set("clearOnCompletion", true);
+    t.addJob(u"a"_s);
+    Nzb *nzb = t.addJob(u"b"_s);
+    const QString folder = nzb->folder();
+    t.live->saveQueue();
+    QTest::keyClick(t.view, Qt::Key_Delete); // no row: nothing is asked
+    t.select(1);
+    t.answers << [&](QWidget *dialog) {
+        if (row.hasGone)
+            emit t.live->nzbComplete(nzb);
+        row.answer(dialog);
+    };
+    QTest::keyClick(t.view, Qt::Key_Delete);
+    QCOMPARE(t.names(), row.removed ? u"a"_s : u"a b"_s);
+    QCOMPARE(t.savedJobs(), row.hasGone ? u"a b"_s : t.names());
+    QCOMPARE(t.message(), row.removed && !row.hasGone ? u"Deleted item"_s : QString());
+    QCOMPARE(QFile::exists(folder), row.onDisk);
+});
+
+struct Damage {
+    const char *name; // what is left
+    Qt::Key answer;
+    bool backupIsGood = true;
+    QStringList told = {};
+};
+const Damage damages[] = {
+    {"a", Qt::Key_Return},
+    {"x", Qt::Key_Escape},
+    {"y",
+     Qt::Key_Return,
+     false,
+     {u"Loading backup failed: Loading the backup failed as well :-( Error parsing queue file"_s}},
+};
+const Case damage("of a damaged queue", damages, [](const Damage &row) {
+    World t;
+    t.addJob(u"a"_s);
+    t.live->saveQueue();
+    t.live->saveQueue();
+    const QString queue = t.dir.filePath(u"Marlowick/queue.qzb"_s);
+    writeFile(queue, "<qzb><nzb name='x'/>");
+    if (!row.backupIsGood)
+        writeFile(queue + ".old"_L1, "<qzb><nzb name='y'/>");
+    t.answers = {World::press(row.answer), World::press(Qt::Key_Return)};
+    t.open();
+    QCOMPARE(t.told.takeFirst(), u"Loading queue failed: There was an error loading the queue. Do "
+                                 "you want to load the backup file?"_s);
+    QCOMPARE(t.told, row.told);
+    QCOMPARE(t.names(), QString::fromLatin1(row.name));
+    t.window->close();
+    QCOMPARE(t.savedJobs(), t.names());
+});
+
+const Case closing("saves at the end, and tells of a failure", [] {
+    World t;
+    t.addJob(u"a"_s);
+    // The session's manager, of which only Qt can make one, is not looked at.
+    emit qGuiApp->commitDataRequest(*reinterpret_cast<QSessionManager *>(qGuiApp));
+    QCOMPARE(t.savedJobs(), u"a"_s);
+    t.addJob(u"b"_s);
+    QTest::keyClick(t.view, Qt::Key_Q, Qt::ControlModifier);
+    QCOMPARE(t.savedJobs(), u"a b"_s);
+    t.window->show();
+    QVERIFY(QDir(t.dir.filePath(u"Marlowick"_s)).removeRecursively());
+    // For what the first box asked for may have been done.
+    t.answers = {World::press(Qt::Key_Return), World::press(Qt::Key_Return)};
+    t.window->close();
+    QCOMPARE(t.told, QStringList(2, u"Error: Error saving queue file"_s));
+});
+
+const Case watching("watches a film once, as long as its job is there", [] {
+    World t;
+    Player player(t.dir.path());
+    t.set("mediaPlayer", player.program);
+    t.set("mediaPlayerArgs", u" -really  -quiet "_s);
+    t.set("clearOnCompletion", true);
+    Nzb *nzb = t.addJob(u"a"_s);
+    QAction *preview = t.action(u"Preview"_s);
+    t.select(0, 2);
+    QVERIFY(!preview->isEnabled());
+    int number = 0;
+    nzb->fileAt(0)->nextSegment(&number);
+    nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
+    emit t.live->fileComplete(nzb->fileAt(0));
+    QVERIFY(!preview->isEnabled());
+    QTRY_VERIFY(preview->isEnabled());
+    t.view->setCurrentIndex({});
+    QVERIFY(!preview->isEnabled());
+    t.select(0);
+    QVERIFY(preview->isEnabled());
+    for (int run = 0; run < 2; ++run) {
+        preview->trigger();
+        QTRY_VERIFY(player.isThere());
+        QVERIFY(player.arguments().startsWith("-really -quiet http://127.0.0.1:"_L1));
+        t.told.clear();
+        t.answers << World::press(Qt::Key_Return);
+        preview->trigger();
+        QCOMPARE(t.told, QStringList{u"Preview: File is already being previewed"_s});
+        emit t.live->nzbComplete(nzb);
+        QCOMPARE(t.names(), u"a"_s); // nobody takes it from who is watching
+        if (run == 0) {
+            player.end();
+            QTRY_VERIFY(!t.window->findChild<Preview *>());
+            player.forget();
+        }
+    }
+    t.live->deleteItem(nzb->fileAt(1));
+    QVERIFY(player.isRunning());
+    t.live->deleteItem(nzb);
+    QVERIFY(!player.isRunning() && !preview->isEnabled());
+    emit t.live->nzbComplete(t.addJob(u"b"_s));
+    QCOMPARE(t.names(), QString());
+    QCOMPARE(t.savedJobs(), u"b"_s); // as it stood
+});
+
+struct Field {
+    const char *name; // speed and time left
+    int speed;
+    quint64 left;
+    int seconds;
+};
+const Field fieldRows[] = {
+    {"1.0 Mbit/s 0d 0h 60m left", 131072, 1, 3599},
+    {"15258.8 Mbit/s 2d 1h 0m left", 2'000'000'000, 1, 2 * 86400 + 3600 + 29},
+    {"0.0 Mbit/s **d **h **m left", 0, 1, 0},
+    {"0.0 Mbit/s 0d 0h 0m left", 0, 0, 0},
+};
+QString shown(const World &t)
+{
+    QString text;
+    for (const QLabel *label :
+         t.window->statusBar()->findChildren<QLabel *>(Qt::FindDirectChildrenOnly))
+        text += label->text();
+    return text.simplified();
+}
+const Case statistics("statistics", fieldRows, [](const Field &row) {
+    const World t;
+    emit t.live->downloadStatistics(row.speed, row.left, row.seconds);
+    QCOMPARE(shown(t), u"931 GB free "_s + QString::fromLatin1(row.name));
+});
+
+struct Disk {
+    const char *name; // the field
+    double free;
+    bool pausedBefore = false;
+    QStringList told = {};
+};
+const Disk disks[] = {
+    {"5 GB free", 5.99 * 1024 * 1024 * 1024},
+    {"0 GB free", 100.0 * 1024 * 1024}, // just enough
+    {"0 GB free",
+     99.5 * 1024 * 1024,
+     false,
+     {u"Low disk space: Only 99.5 MB of disk space left. Suspending all downloads."_s}},
+    {"0 GB free", 0, true},
+    {"0 GB free", -1}, // cannot be told
+};
+const Case disk("the disk", disks, [](const Disk &row) {
+    World t;
+    const Nzb *nzb = t.addJob(u"a"_s);
+    if (row.pausedBefore)
+        t.live->pauseAll();
+    t.select(0);
+    t.answers << World::press(Qt::Key_Return);
+    freeOnDisk = row.free;
+    t.window->checkDiskspace();
+    freeOnDisk = 1e12;
+    QVERIFY(shown(t).startsWith(QLatin1StringView(row.name) + " 0.0"_L1));
+    QCOMPARE(nzb->isPaused(), row.pausedBefore || !row.told.isEmpty());
+    QCOMPARE(t.action(u"Pause"_s)->isChecked(), nzb->isPaused());
+    for (int i = 0; i < 3; ++i)
+        QCoreApplication::processEvents();
+    QTRY_COMPARE(t.told, row.told);
+});
+
+const Case repaints("nothing on the screen stays out of date", [] {
+    World t;
+    for (int i = 0; i < 30; ++i)
+        t.addJob(u"job%1"_s.arg(i));
+    QWidget *port = t.view->viewport();
+    const auto isCurrent = [&] {
+        QCoreApplication::processEvents();
+        const QRect place(port->mapTo(t.window.get(), QPoint()), port->size());
+        return t.window->screen()->grabWindow(t.window->winId()).copy(place).toImage()
+               == port->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    };
+    t.view->expand(t.row(0));
+    QTRY_VERIFY(isCurrent());
+    t.live->queue()->first()->fileAt(2)->setPaused(true);
+    t.live->queue()->first()->setStatus(u"90 %"_s);
+    QVERIFY(!isCurrent());
+    emit t.live->downloadProgresses(t.live->queue()->first()->fileAt(2));
+    QTRY_VERIFY(isCurrent()); // both rows
+    const QModelIndex last = t.view->indexAt(QPoint(1, port->height() - 1));
+    const QRect place = t.view->visualRect(last);
+    const auto become = [&](const QString &status, bool repaint) {
+        t.live->queue()->at(last.row())->setStatus(status);
+        if (repaint)
+            t.view->repaintChanged();
+        return !repaint || isCurrent();
+    };
+    for (const int percent : {0, 50, 100}) { // is painted meanwhile for another reason
+        QVERIFY(become(u"90 %"_s, false));
+        port->repaint(0, place.top(), port->width(), place.height() * percent / 100);
+        QVERIFY(become(percent == 100 ? u"10 %"_s : u"90 %"_s, true));
+        QVERIFY(become(u"10 %"_s, true));
+    }
+    QVERIFY(become(u"90 %"_s, true));
+    t.view->verticalScrollBar()->setValue(1); // to where the like was
+    QVERIFY(isCurrent());
+    QVERIFY(become(u"10 %"_s, true));
+});
+
+const Case toolTips("a tool tip holds what is cut, in colours that can be read", [] {
+    World t;
+    const QString name = u"<i>name</i> & more "_s.repeated(20).trimmed();
+    t.addJob(u"a"_s)->setName(name);
+    const auto hoverOver = [&](int column) {
+        const QPoint place = t.view->visualRect(t.row(0).siblingAtColumn(column)).center();
+        QHelpEvent event(QEvent::ToolTip, place, t.view->viewport()->mapToGlobal(place));
+        QCoreApplication::sendEvent(t.view->viewport(), &event);
+    };
+    hoverOver(0);
+    QCOMPARE(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), name);
+    hoverOver(1);
+    QTRY_VERIFY(!QToolTip::isVisible());
+    for (const auto &[ground, shownAs] : {std::pair{Qt::black, 200}, {Qt::white, 128}}) {
+        QStyleOptionViewItem cell;
+        cell.widget = t.view;
+        cell.palette.setColor(QPalette::Base, ground);
+        cell.palette.setColor(QPalette::Text, Qt::red);
+        brightenOnDark(&cell);
+        const QColor text = cell.palette.color(QPalette::Text);
+        QCOMPARE(text.lightness(), shownAs);
+        QCOMPARE(text.hslHue(), 0);
+    }
+});
+
+} // namespace
