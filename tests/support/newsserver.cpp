@@ -233,12 +233,6 @@ QList<QByteArray> NewsServer::waiting() const
     return ids;
 }
 
-void NewsServer::dropConnections()
-{
-    for (NewsConnection *connection : QList(connections))
-        connection->cut();
-}
-
 QList<QByteArray> NewsServer::commands(int number) const
 {
     QList<QByteArray> texts;

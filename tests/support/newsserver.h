@@ -61,8 +61,6 @@ public:
     {
         choose = chooser;
     }
-    /// From the next connection on.
-    void setCertificate(const QSslConfiguration &configuration) { ssl = configuration; }
 
     /// A held article's reply waits for release() or releaseAll(); other rules still apply to it.
     void hold(const QByteArray &id) { held.insert(id); }
@@ -80,15 +78,6 @@ public:
     }
     /// The held articles that a connection waits for at present.
     [[nodiscard]] QList<QByteArray> waiting() const;
-
-    /// Closes the port and every connection, until listen() is called.
-    void takeOffline()
-    {
-        close();
-        dropConnections();
-    }
-    /// Closes every open connection, as a server does that goes down.
-    void dropConnections();
 
     [[nodiscard]] const QList<Command> &log() const { return log_; }
     /// What connection @p number sent, in order, without line ends; 0 stands for all connections.

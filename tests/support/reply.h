@@ -36,7 +36,6 @@ struct Reply {
     /// No answer at all: the link stays open.
     static Reply silence() { return Reply().stallAfter(0); }
     static Reply drop() { return Reply().cutAfter(0); }
-    static Reply reset() { return Reply().resetAfter(0); }
 
     [[nodiscard]] Reply cutAfter(qsizetype count) const { return ended(End::Cut, count); }
     [[nodiscard]] Reply closeAfter(qsizetype count) const { return ended(End::Close, count); }
