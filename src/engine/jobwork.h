@@ -15,6 +15,7 @@ struct JobWork {
     FileCombiner *join = nullptr; ///< while it runs
     bool lookAgain = false; ///< at the job, once the repair has ended
     bool repairWaits = false; ///< for the extraction to rest
+    bool repairFailed = false; ///< the last one, or there could be none
     QString failure; ///< of the extraction, as the status tells it
     QStringList restored; ///< files that a repair has made and the job does not list
 
@@ -22,6 +23,5 @@ struct JobWork {
     bool anew = false;
     bool anewAfterJoin = false; ///< it will be, for a join cannot be ended
     bool repairWanted = false;
-    bool repairFailed = false;
     bool trustsDisk = false; ///< nothing but the archives themselves can tell what is whole
 };

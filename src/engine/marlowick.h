@@ -174,6 +174,7 @@ private:
     void completeNzb(Nzb *nzb);
     [[nodiscard]] bool mayUnpack(const Nzb *nzb) const;
     [[nodiscard]] bool unpack(Nzb *nzb);
+    [[nodiscard]] bool mayNeedVolumes(const Nzb *nzb) const;
     void keepVolumes(Nzb *nzb);
     [[nodiscard]] bool extractionFailed(const Nzb *nzb) const;
     [[nodiscard]] bool isStale(const Nzb *nzb) const;

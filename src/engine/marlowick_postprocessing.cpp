@@ -31,6 +31,16 @@ bool hasPar2(const Nzb *nzb)
     return false;
 }
 
+/// Whether a volume that a repair has asked for is still to come, be it paused meanwhile.
+bool awaitsOrdered(const Nzb *nzb)
+{
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (nzb->fileAt(i)->isOrdered() && !nzb->fileAt(i)->isFinished())
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 void Marlowick::feedExtraction(NzbFile *nzbfile)
@@ -96,19 +106,27 @@ bool Marlowick::mayUnpack(const Nzb *nzb) const
            && settings_->value("rarHandling"_L1).toString() != "disabled"_L1;
 }
 
-/// As long as a repair may want them, the volumes of an unpacked archive stay. If it fails they are
-/// kept for another one.
-void Marlowick::keepVolumes(Nzb *nzb)
+/// Whether a repair may still read the volumes of an archive that is unpacked: it runs, or is to
+/// come, or a file is on its way that may be damaged or that it has asked for.
+bool Marlowick::mayNeedVolumes(const Nzb *nzb) const
 {
     const JobWork job = work.value(nzb);
-    if (!job.rarHandler)
+    if (!hasPar2(nzb) || !(job.anew || settings_->value("autoPAR2"_L1).toBool()))
+        return false;
+    return job.repair || !nzb->isComplete()
+           || (nzb->hasIncompleteFiles() && (!job.repairFailed || awaitsOrdered(nzb)));
+}
+
+/// The volumes of an unpacked archive stay until the repair has ended, well or badly.
+void Marlowick::keepVolumes(Nzb *nzb)
+{
+    RarHandler *handler = work.value(nzb).rarHandler;
+    if (!handler)
         return;
-    const bool wouldRepair = job.anew || settings_->value("autoPAR2"_L1).toBool();
-    const bool keeps =
-        wouldRepair && hasPar2(nzb) && (nzb->hasIncompleteFiles() || !nzb->isComplete());
-    job.rarHandler->setKeepsVolumes(keeps);
+    const bool keeps = mayNeedVolumes(nzb);
+    handler->setKeepsVolumes(keeps);
     if (!keeps)
-        job.rarHandler->removeKeptVolumes();
+        handler->removeKeptVolumes();
 }
 
 /// Returns true as long as an archive is being unpacked or split files are being joined.

@@ -94,6 +94,7 @@ void Marlowick::showRepair(Nzb *nzb, const QString &status)
 
 void Marlowick::startRepair(Nzb *nzb)
 {
+    work[nzb].repairFailed = false;
     const QStringList paths = par2Volumes(nzb);
     if (paths.isEmpty()) {
         requestFirstBlocks(nzb);
@@ -199,10 +200,10 @@ void Marlowick::repairFailed(Nzb *nzb, const QString &status)
 {
     showRepair(nzb, status);
     JobWork &job = work[nzb];
-    if (!job.anew)
-        return;
-    job.repairWanted = false;
     job.repairFailed = true;
+    if (!job.anew)
+        return keepVolumes(nzb);
+    job.repairWanted = false;
     processNzb(nzb);
 }
 
@@ -246,6 +247,10 @@ void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
     const bool again = std::exchange(job.lookAgain, false);
     if (!answered)
         repairFailed(nzb, tr("Damaged: repair failed"));
-    if (again && nzbs.contains(nzb) && isReady(nzb))
+    if (!nzbs.contains(nzb))
+        return;
+    if (again && isReady(nzb))
         processNzb(nzb);
+    else
+        keepVolumes(nzb);
 }

@@ -46,6 +46,10 @@ struct World : EngineFixture {
     {
         QTRY_COMPARE_WITH_TIMEOUT(completedJobs, QStringList(job->name()), 20'000);
         QCOMPARE(job->status(), status);
+        leaves(files);
+    }
+    void leaves(QStringList files)
+    {
         QCOMPARE(contentsOf(job->folder() + u"/film.avi"_s), film);
         files << u"film.avi"_s;
         files.sort();
@@ -83,10 +87,12 @@ struct Note {
     const char *name;
     QString note; ///< before or after the volumes
     QString rarHandling;
+    QString blocks; ///< of 2000 bytes for recovery; the damage takes three
 };
-const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s},
-                      {"behind it", u"z.nfo"_s, u"during"_s},
-                      {"unpacked after", u"a.nfo"_s, u"after"_s}};
+const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s, u"-c12"_s},
+                      {"behind it", u"z.nfo"_s, u"during"_s, u"-c12"_s},
+                      {"unpacked after", u"a.nfo"_s, u"after"_s, u"-c12"_s},
+                      {"too few blocks", u"z.nfo"_s, u"during"_s, u"-c2"_s}};
 
 // The set is whole, and unpacked before the repair, which wants its volumes.
 [[maybe_unused]] const Case race("a damaged note with a whole set", notes, [](const Note &row) {
@@ -98,10 +104,22 @@ const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s},
     Post post;
     add(post, packed);
     add(post, note);
-    add(post, recoveryOf(packed + note, {u"-s2000"_s, u"-c12"_s}));
+    add(post, recoveryOf(packed + note, {u"-s2000"_s, row.blocks}));
     post.file(static_cast<int>(packed.size())).segment(2).onServer = false;
+    if (row.blocks == "-c12"_L1) {
+        t.job = t.start(post);
+        return t.ends(u"Repaired"_s, {row.note});
+    }
+    const QByteArray last = post.file(post.fileCount() - 1).id(1);
+    t.server->hold(last);
     t.job = t.start(post);
-    t.ends(u"Repaired"_s, {row.note});
+    QTRY_COMPARE(t.server->waiting(), QList{last}); // it has been asked for, so all is open yet
+    QTRY_COMPARE(t.job->status(), u"Damaged beyond repair"_s);
+    QCOMPARE(filesIn(t.job->folder(), u"*.rar"_s), packed);
+    t.server->releaseAll();
+    QTRY_VERIFY(filesIn(t.job->folder(), u"*.rar"_s).isEmpty());
+    t.fails(u"Damaged beyond repair"_s);
+    t.leaves({row.note});
 });
 
 [[maybe_unused]] const Case lost("a volume that the NZB lacks", [] {
