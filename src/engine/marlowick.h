@@ -198,6 +198,7 @@ private:
     void resumeLater(const QList<Nzb *> &jobs);
     void resumeNext();
     [[nodiscard]] bool isBusy(const Nzb *nzb) const;
+    [[nodiscard]] bool unpacksDamaged(const Nzb *nzb) const;
     [[nodiscard]] bool hasWorkLeft(Nzb *nzb);
 
     void releaseRemoved(NzbFile *file);

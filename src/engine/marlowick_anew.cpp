@@ -55,6 +55,22 @@ bool hasOrphan(const Nzb *nzb)
            && !anyFile(nzb, [&](const NzbFile *file) { return isThere(file, true); });
 }
 
+/// Whether a volume has not come whole.
+bool hasDamagedVolume(const Nzb *nzb)
+{
+    return anyFile(nzb, [](const NzbFile *file) {
+        return isVolumeName(file->name()) && (file->isIncomplete() || !file->isFinished());
+    });
+}
+
+/// Whether an archive can be begun.
+bool hasFirstVolume(const Nzb *nzb)
+{
+    return anyFile(nzb, [](const NzbFile *file) {
+        return isFirstVolume(file->name()) && QFile::exists(pathOf(file));
+    });
+}
+
 /// Nothing more of the file is fetched: it is whole on disk, or was.
 void settle(NzbFile *file)
 {
@@ -126,9 +142,7 @@ void Marlowick::settleRepair(Nzb *nzb)
 bool Marlowick::mayUnpackAnew(const Nzb *nzb) const
 {
     const JobWork job = work.value(nzb);
-    return !job.repairFailed || job.trustsDisk || !anyFile(nzb, [](const NzbFile *file) {
-        return isVolumeName(file->name()) && (file->isIncomplete() || !file->isFinished());
-    });
+    return !job.repairFailed || job.trustsDisk || !hasDamagedVolume(nzb);
 }
 
 /// The archive has proved that its volumes were whole.
@@ -175,6 +189,8 @@ void Marlowick::resumeNext()
     if (!nzb || !nzbs.contains(nzb) || !nzb->isComplete() || isBusy(nzb) || !hasWorkLeft(nzb))
         return;
     resumed = nzb;
+    if (unpacksDamaged(nzb))
+        rarHandlerFor(nzb)->checkCompletedFiles();
     processNzb(nzb);
 }
 
@@ -184,13 +200,21 @@ bool Marlowick::isBusy(const Nzb *nzb) const
     return job.repair || job.join || (job.rarHandler && job.rarHandler->isAtWork());
 }
 
+/// Whether there is an archive to be unpacked although something beside it is damaged, as happens
+/// while a job arrives.
+bool Marlowick::unpacksDamaged(const Nzb *nzb) const
+{
+    return nzb->hasIncompleteFiles() && !hasDamagedVolume(nzb) && hasFirstVolume(nzb)
+           && settings_->value("rarHandling"_L1).toString() == "during"_L1;
+}
+
 /// Whether a repair can be tried, or there is an archive to be unpacked or a series to be joined.
 bool Marlowick::hasWorkLeft(Nzb *nzb)
 {
-    const auto isThere = [](const NzbFile *file) { return QFile::exists(pathOf(file)); };
+    if (unpacksDamaged(nzb))
+        return true;
     if (wantsRepair(nzb))
-        return isRepairable(nzb) && anyFile(nzb, isThere);
-    return mayUnpack(nzb) && (nextJoin(nzb) || anyFile(nzb, [&](const NzbFile *file) {
-                                  return isFirstVolume(file->name()) && isThere(file);
-                              }));
+        return isRepairable(nzb)
+               && anyFile(nzb, [](const NzbFile *file) { return QFile::exists(pathOf(file)); });
+    return mayUnpack(nzb) && (nextJoin(nzb) || hasFirstVolume(nzb));
 }

@@ -181,12 +181,14 @@ const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s, u"-c12"_s},
 
 struct Rest {
     const char *name;
-    bool damaged;
+    int damaged; ///< which file is, if any
     bool pieces;
+    QString status;
 };
-const Rest rests[] = {{"to be unpacked", false, false},
-                      {"to be joined", false, true},
-                      {"to be repaired", true, false}};
+const Rest rests[] = {{"to be unpacked", -1, false, u"Finished"_s},
+                      {"to be joined", -1, true, u"Finished"_s},
+                      {"to be repaired", 1, false, u"Repaired"_s},
+                      {"to be unpacked, with a damaged note", 0, false, u"Finished incomplete"_s}};
 
 // What an interrupted run of the program leaves looks like that of one that was told to do nothing.
 [[maybe_unused]] const Case resumed("a new start finds a job", rests, [](const Rest &row) {
@@ -194,13 +196,17 @@ const Rest rests[] = {{"to be unpacked", false, false},
     t.set("rarHandling", u"disabled"_s);
     t.set("autoPAR2", false);
     Post post;
+    const QStringList note = row.damaged == 0 ? QStringList(u"a.nfo"_s) : QStringList();
+    for (const QString &name : note)
+        post.addYenc(name, randomBytes(2, 20'000), 5000);
     if (row.pieces)
         add(post,
             {{u"film.avi.001"_s, film.first(60'000)}, {u"film.avi.002"_s, film.sliced(60'000)}});
     else
         add(post, set());
-    post.file(1).segment(3).onServer = !row.damaged;
-    if (row.damaged)
+    if (row.damaged >= 0)
+        post.file(row.damaged).segment(3).onServer = false;
+    if (row.damaged > 0)
         add(post, recovery());
     Post done(u"done"_s);
     done.addYenc(u"text.txt"_s, "text");
@@ -211,12 +217,12 @@ const Rest rests[] = {{"to be unpacked", false, false},
     t.engine->saveQueue();
     t.engine = std::make_unique<Marlowick>(nullptr);
     t.set("rarHandling", u"during"_s);
-    t.set("autoPAR2", true);
+    t.set("autoPAR2", note.isEmpty());
     QObject::connect(t.engine.get(), &Marlowick::nzbComplete,
                      [&t](Nzb *nzb) { t.completedJobs << nzb->name(); });
     t.engine->loadQueue(QString());
     t.job = t.engine->queue()->last();
-    t.ends(row.damaged ? u"Repaired"_s : u"Finished"_s);
+    t.ends(row.status, note);
 });
 
 struct State {
