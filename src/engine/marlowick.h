@@ -106,6 +106,8 @@ signals:
     void downloadProgresses(NzbFile *file);
     void fileComplete(NzbFile *file);
     void nzbComplete(Nzb *nzb);
+    /// Post-processing has given the job another status text, and nothing else has changed.
+    void statusChanged(Nzb *nzb);
     /// For a message box. @p code is always 0.
     void error(int code, QString msg);
     /// For the status bar. @p code is always 0.
@@ -176,6 +178,7 @@ private:
     [[nodiscard]] bool unpack(Nzb *nzb);
     [[nodiscard]] bool mayNeedVolumes(const Nzb *nzb) const;
     void keepVolumes(Nzb *nzb);
+    void setStatus(Nzb *nzb, const QString &status);
     [[nodiscard]] bool extractionFailed(const Nzb *nzb) const;
     [[nodiscard]] bool isStale(const Nzb *nzb) const;
     [[nodiscard]] bool wantsRepair(const Nzb *nzb) const;

@@ -116,7 +116,7 @@ void Marlowick::repairAndUnpack(Nzb *nzb)
         if (!file->isFinished() && !isPar2(file))
             file->setPaused(true);
     }
-    nzb->setStatus(QString());
+    setStatus(nzb, QString());
     processNzb(nzb);
 }
 
@@ -133,7 +133,7 @@ void Marlowick::settleRepair(Nzb *nzb)
             settle(nzb->fileAt(i));
     }
     removeLeftovers(nzb); // perhaps of an earlier pass
-    nzb->setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
+    setStatus(nzb, pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
     processNzb(nzb);
 }
 
@@ -162,11 +162,11 @@ bool Marlowick::endAnew(Nzb *nzb)
     job.anew = false;
     if (job.repairFailed && nzb->hasIncompleteFiles()) {
         if (job.trustsDisk)
-            nzb->setStatus(tr("Damaged beyond repair"));
+            setStatus(nzb, tr("Damaged beyond repair"));
         return false;
     }
     if (job.repairFailed)
-        nzb->setStatus(QString());
+        setStatus(nzb, QString());
     return nzb->isComplete();
 }
 

@@ -168,6 +168,12 @@ RarHandler *Marlowick::rarHandlerFor(Nzb *nzb)
     return handler;
 }
 
+void Marlowick::setStatus(Nzb *nzb, const QString &status)
+{
+    nzb->setStatus(status);
+    emit statusChanged(nzb);
+}
+
 /// For what a handler says: the job is gone, or has been given another handler.
 bool Marlowick::isStale(const Nzb *nzb) const
 {
@@ -182,7 +188,7 @@ void Marlowick::rarErrorProcessing(Nzb *nzb, const QString &rarfile)
     JobWork &job = work[nzb];
     job.anew = false;
     job.failure = tr("Error extracting RAR: %1").arg(rarfile);
-    nzb->setStatus(job.failure);
+    setStatus(nzb, job.failure);
     if (job.repairWaits)
         processNzb(nzb);
 }

@@ -89,7 +89,7 @@ bool Marlowick::wantsRepair(const Nzb *nzb) const
 /// The status that tells of a failed extraction comes back, whatever becomes of the repair.
 void Marlowick::showRepair(Nzb *nzb, const QString &status)
 {
-    nzb->setStatus(extractionFailed(nzb) ? work.value(nzb).failure : status);
+    setStatus(nzb, extractionFailed(nzb) ? work.value(nzb).failure : status);
 }
 
 void Marlowick::startRepair(Nzb *nzb)
@@ -104,7 +104,7 @@ void Marlowick::startRepair(Nzb *nzb)
     work[nzb].repairWaits = handler && handler->isAtWork();
     if (work[nzb].repairWaits)
         return; // it writes and deletes what the repair would read
-    nzb->setStatus(tr("Repairing"));
+    setStatus(nzb, tr("Repairing"));
     try {
         auto *repair = new Par2Process(nzb, paths, this);
         work[nzb].repair = repair;

@@ -74,6 +74,7 @@ NzbModel::NzbModel(QObject *parent, Marlowick *engine)
     connect(engine, &Marlowick::NzbItemDeleted, this, &NzbModel::onNzbItemDeleted);
     connect(engine, &Marlowick::downloadProgresses, this, &NzbModel::onNzbFileUpdate);
     connect(engine, &Marlowick::nzbComplete, this, &NzbModel::onNzbComplete);
+    connect(engine, &Marlowick::statusChanged, this, &NzbModel::onNzbComplete); // as much is new
     connect(engine, &Marlowick::beforeQueueReset, this, [this] { beginResetModel(); });
     connect(engine, &Marlowick::queueReset, this, [this] { endResetModel(); });
 }

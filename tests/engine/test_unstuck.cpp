@@ -4,6 +4,7 @@
 // Jobs that meet with a mishap after their download, and what the user finds in the end. With the
 // real programs and the real library.
 #include "enginefixture.h"
+#include "queue/nzbmodel.h"
 #include "support/case.h"
 #include "support/programs.h"
 
@@ -148,11 +149,15 @@ const Note notes[] = {{"ahead of the set", u"a.nfo"_s, u"during"_s, u"-c12"_s},
     post.upload(*t.server);
     t.server->hold(held);
     t.job = t.engine->addNZB(post.writeNzb(t.dir.path()));
-    QTRY_COMPARE(t.job->status(), t.failureOf(bad.at(1).first));
+    const NzbModel model(nullptr, t.engine.get());
+    QStringList shown{QString()};
+    QObject::connect(&model, &NzbModel::dataChanged, [&] { shown << t.job->status(); });
+    QTRY_COMPARE(shown.last(), t.failureOf(bad.at(1).first));
     t.server->releaseAll();
-    QTRY_COMPARE(t.job->status(), u"Repairing"_s);
+    QTRY_VERIFY(shown.contains(u"Repairing"_s));
     QTRY_VERIFY(!t.job->hasIncompleteFiles());
     t.fails(t.failureOf(bad.at(1).first));
+    QCOMPARE(shown.last(), t.job->status());
 });
 
 // One of them is damaged, too, so that par2 makes it anew.
