@@ -95,6 +95,7 @@ void Marlowick::showRepair(Nzb *nzb, const QString &status)
 void Marlowick::startRepair(Nzb *nzb)
 {
     work[nzb].repairFailed = false;
+    keepVolumes(nzb);
     const QStringList paths = par2Volumes(nzb);
     if (paths.isEmpty()) {
         requestFirstBlocks(nzb);
