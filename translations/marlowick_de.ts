@@ -318,6 +318,14 @@
         <source>File download complete: </source>
         <translation>Datei vollständig heruntergeladen: </translation>
     </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Nicht entpackt: kein Passwort</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Nicht entpackt: nicht genug Speicherplatz</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>

@@ -318,6 +318,14 @@
         <source>File download complete: </source>
         <translation>Descarga del archivo completa: </translation>
     </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Sin descomprimir: falta la contraseña</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Sin descomprimir: no hay suficiente espacio en disco</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>

@@ -318,6 +318,14 @@
         <source>File download complete: </source>
         <translation>Fichier téléchargé&#xa0;: </translation>
     </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Non décompressé&#xa0;: pas de mot de passe</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Non décompressé&#xa0;: espace disque insuffisant</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>

@@ -318,6 +318,14 @@
         <source>File download complete: </source>
         <translation>Bestand gedownload: </translation>
     </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Niet uitgepakt: geen wachtwoord</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Niet uitgepakt: onvoldoende schijfruimte</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>

@@ -16,7 +16,7 @@ struct JobWork {
     bool lookAgain = false; ///< at the job, once the repair has ended
     bool repairWaits = false; ///< for the extraction to rest
     bool repairFailed = false; ///< the last one, or there could be none
-    QString failure; ///< of the extraction, as the status tells it
+    QString failure; ///< or suspension of the extraction, as the status tells it
     QStringList restored; ///< files that a repair has made and the job does not list
 
     // The job is being taken anew, at the user's wish and whatever the settings say.

@@ -179,6 +179,7 @@ private:
     [[nodiscard]] bool mayNeedVolumes(const Nzb *nzb) const;
     void keepVolumes(Nzb *nzb);
     void setStatus(Nzb *nzb, const QString &status);
+    void showSuspended(Nzb *nzb, const QString &reason);
     [[nodiscard]] bool extractionFailed(const Nzb *nzb) const;
     [[nodiscard]] bool isStale(const Nzb *nzb) const;
     [[nodiscard]] bool wantsRepair(const Nzb *nzb) const;

@@ -75,10 +75,10 @@ bool hasFirstVolume(const Nzb *nzb)
 void settle(NzbFile *file)
 {
     int number = 0;
-    while (file->hasPendingSegments()) {
+    do { // once at least: a file whose last article is missing never got to its full size
         static_cast<void>(file->nextSegment(&number));
         file->segmentDecoded(number, QString(), 0, true, false);
-    }
+    } while (file->hasPendingSegments());
     file->markRepaired();
     file->setPaused(false);
 }

@@ -225,12 +225,26 @@ void Marlowick::rarPasswordNeeded(Nzb *nzb, const QString &rarfile)
 
 void Marlowick::setRarPassword(Nzb *nzb, const QString &password)
 {
-    if (nzbs.contains(nzb))
-        rarHandlerFor(nzb)->setRarPassword(password);
+    if (!nzbs.contains(nzb))
+        return;
+    if (password.isEmpty())
+        showSuspended(nzb, tr("Not unpacked: no password"));
+    rarHandlerFor(nzb)->setRarPassword(password);
+}
+
+/// Without a word the job would read as finished, and its film not be there.
+void Marlowick::showSuspended(Nzb *nzb, const QString &reason)
+{
+    work[nzb].failure = reason;
+    setStatus(nzb, reason);
 }
 
 void Marlowick::rarLowDiskspace(quint64 needed)
 {
+    const auto *handler = qobject_cast<RarHandler *>(sender());
+    auto *nzb = handler ? qobject_cast<Nzb *>(handler->parent()) : nullptr;
+    if (nzb && !isStale(nzb))
+        showSuspended(nzb, tr("Not unpacked: not enough disk space"));
     emit error(0, tr("RAR processing suspended. Not enough disk space to extract %1 MB file")
                       .arg(needed >> 20));
 }

@@ -86,10 +86,14 @@ bool Marlowick::wantsRepair(const Nzb *nzb) const
                     : nzb->hasIncompleteFiles() && settings_->value("autoPAR2"_L1).toBool();
 }
 
-/// The status that tells of a failed extraction comes back, whatever becomes of the repair.
+/// The status that tells of a failed or suspended extraction comes back, whatever becomes of the
+/// repair.
 void Marlowick::showRepair(Nzb *nzb, const QString &status)
 {
-    setStatus(nzb, extractionFailed(nzb) ? work.value(nzb).failure : status);
+    const JobWork job = work.value(nzb);
+    const bool stays =
+        job.rarHandler && (job.rarHandler->hasFailed() || job.rarHandler->isSuspended());
+    setStatus(nzb, stays ? job.failure : status);
 }
 
 void Marlowick::startRepair(Nzb *nzb)
@@ -201,7 +205,8 @@ void Marlowick::repairFailed(Nzb *nzb, const QString &status)
 {
     showRepair(nzb, status);
     JobWork &job = work[nzb];
-    job.repairFailed = true;
+    // A set that is in order has failed by the rule alone: taken anew, the job will read it again.
+    job.repairFailed = job.anew || !(job.repair && job.repair->isInOrder());
     if (!job.anew)
         return keepVolumes(nzb);
     job.repairWanted = false;

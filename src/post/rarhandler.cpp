@@ -183,7 +183,7 @@ void RarHandler::giveUpLostVolume(bool evenDamaged)
 
 bool RarHandler::isAtWork()
 {
-    if (!processing || isSuspended)
+    if (!processing || suspended_)
         return false;
     const bool asks = [this] {
         const QMutexLocker lock(&passwordMutex);
@@ -231,7 +231,7 @@ void RarHandler::noteFailure()
 
 void RarHandler::noteSuspension()
 {
-    isSuspended = true;
+    suspended_ = true;
     emit resting(nzb);
 }
 

@@ -69,6 +69,8 @@ public:
     /// so is delivered, not before: whoever asks meanwhile would take the job for complete.
     [[nodiscard]] bool isProcessing() const { return processing; }
     [[nodiscard]] bool hasFailed() const { return failed; }
+    /// Given up for good, for want of space or of a password.
+    [[nodiscard]] bool isSuspended() const { return suspended_; }
     /// It reads or writes files: it is processing, and neither asleep nor suspended.
     [[nodiscard]] bool isAtWork();
     /// It sleeps for a volume.
@@ -152,7 +154,7 @@ private:
     std::atomic<bool> abortRequested = false;
     bool processing = false; ///< like the next ones for the main thread alone
     bool failed = false;
-    bool isSuspended = false;
+    bool suspended_ = false;
     bool trustsDisk = false;
     QStringList restored;
     std::unique_ptr<RarArchive> archive; ///< during a run

@@ -155,6 +155,7 @@ const Case lowSpace("low disk space", [] {
     QTRY_COMPARE(t.errors,
                  QStringList{u"RAR processing suspended. Not enough disk space to extract "
                              "1099511627776 MB file"_s});
+    QCOMPARE(t.nzb->status(), u"Not unpacked: not enough disk space"_s);
     QVERIFY(t.completedJobs.isEmpty());
 });
 

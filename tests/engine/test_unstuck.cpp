@@ -263,6 +263,7 @@ const State states[] = {
      [](World &t) {
          QTRY_COMPARE(t.asked, 1);
          t.engine->setRarPassword(t.job, QString());
+         QCOMPARE(t.job->status(), u"Not unpacked: no password"_s);
      },
      u"Finished"_s},
     {"asked for the password", [](World &, Post &post) { add(post, locked()); },
@@ -285,6 +286,20 @@ const State states[] = {
          add(post, recovery());
          for (auto [name, content] : recoveryOf(note, {u"-s2000"_s, u"-c2"_s}))
              post.addYenc(u"film"_s + name.sliced(1), content);
+     },
+     [](World &t) { t.fails(u"Damaged beyond repair"_s); }, u"Finished"_s},
+    {"the set in order is unpacked already",
+     [](World &t, Post &post) {
+         t.set("pausePAR2", false);
+         const RarVolumes note{{u"film.txt"_s, randomBytes(3, 9000)}};
+         // par2 would find stored volumes in the film.
+         const RarVolumes packed = packWithRar({{u"film.avi"_s, film}}, {u"-m5"_s, u"-v20k"_s});
+         add(post, packed);
+         add(post, note);
+         post.file(static_cast<int>(packed.size())).segment(2).onServer = false;
+         add(post, recoveryOf(packed, {u"-s2000"_s, u"-c12"_s}));
+         for (auto [name, content] : recoveryOf(note, {u"-s2000"_s, u"-c5"_s}))
+             post.addYenc(u"film"_s + name.sliced(1), content, 5000);
      },
      [](World &t) { t.fails(u"Damaged beyond repair"_s); }, u"Finished"_s},
     {"a volume put right by hand",
