@@ -92,10 +92,12 @@ protected:
 
 } // namespace
 
-SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent)
+SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent,
+                               const ServerTestPauses &testPauses)
     : QDialog(parent)
     , ui(std::make_unique<Ui::SettingsWindow>())
     , engine(theEngine)
+    , pauses(testPauses)
     , progress(new TestProgress(tr("Testing server settings"), this))
 {
     ui->setupUi(this);

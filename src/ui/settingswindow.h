@@ -21,6 +21,14 @@ namespace Ui {
 class SettingsWindow;
 }
 
+/// How long the test of a server waits for what, in milliseconds.
+struct ServerTestPauses {
+    int afterClosing = 1000; ///< for the server to notice that connections of the pool are gone
+    int restart = 2000; ///< before the downloads go on
+    int watch = 500; ///< between two looks at the connection
+    int farewell = 30000; ///< for a server that does not close after QUIT
+};
+
 /// The settings, all of which it writes when they are accepted. A changed server is proved first:
 /// a connection of the dialog's own logs in with the new values, and nothing is stored if it fails.
 ///
@@ -31,7 +39,7 @@ class SettingsWindow final : public QDialog {
     Q_DISABLE_COPY_MOVE(SettingsWindow)
 
 public:
-    SettingsWindow(Marlowick *engine, QWidget *parent);
+    SettingsWindow(Marlowick *engine, QWidget *parent, const ServerTestPauses &pauses = {});
     ~SettingsWindow() override;
 
     /// Writes every value as it stands in the dialog, and tells the user if that fails.
@@ -72,6 +80,7 @@ private:
 
     std::unique_ptr<Ui::SettingsWindow> ui;
     Marlowick *engine;
+    const ServerTestPauses pauses;
     QProgressDialog *progress;
     std::unique_ptr<NNTP> connection; ///< while a test runs
     QTimer watchTimer;

@@ -15,12 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The server needs this long to notice that connections of the pool are gone.
-constexpr int afterClosingMsec = 1000;
-constexpr int restartMsec = 2000;
-constexpr int watchMsec = 500;
-/// A server that does not close after QUIT is not waited for any longer than this.
-constexpr int farewellMsec = 30000;
 /// Greeting, user and password: each may take up to a time-out. A server that drips bytes is never
 /// silent for that long, but gets no more time than an honest one.
 constexpr int repliesOfLogin = 3;
@@ -47,11 +41,11 @@ void SettingsWindow::startServerTest()
     connect(connection.get(), &NNTP::loggedIn, this, &SettingsWindow::servertest_loggedIn);
     connect(connection.get(), &NNTP::error, this, &SettingsWindow::servertest_error);
     showTesting(true);
-    watchTimer.start(watchMsec);
+    watchTimer.start(pauses.watch);
     testClock.start();
     if (engine->connectionCount() != 0) {
         engine->closeAllConnections();
-        QTimer::singleShot(afterClosingMsec, connection.get(), &NNTP::login);
+        QTimer::singleShot(pauses.afterClosing, connection.get(), &NNTP::login);
     } else {
         connection->login();
     }
@@ -62,7 +56,7 @@ void SettingsWindow::watchServerTest()
 {
     const int timeout = ui->networkTimeout->value();
     if (timeout <= connection->idleSeconds()
-        || testClock.hasExpired(afterClosingMsec + repliesOfLogin * timeout * 1000))
+        || testClock.hasExpired(pauses.afterClosing + repliesOfLogin * timeout * 1000))
         connection->abortWithError(NNTP::NetworkTimeout, tr("Network time-out"));
 }
 
@@ -91,9 +85,9 @@ void SettingsWindow::servertest_loggedIn()
     proved->setParent(engine); // it may outlive the dialog, but not the program
     saveSettings();
     // Not earlier: it is speaking, and a box of saveSettings() may stand for long.
-    QTimer::singleShot(farewellMsec, proved, &NNTP::deleteLater);
+    QTimer::singleShot(pauses.farewell, proved, &NNTP::deleteLater);
     proved->quit();
-    QTimer::singleShot(restartMsec, engine, &Marlowick::startToDownloadQueue);
+    QTimer::singleShot(pauses.restart, engine, &Marlowick::startToDownloadQueue);
     showTesting(false);
     accept();
 }
