@@ -116,7 +116,7 @@ void NNTP::readChunk()
 
 bool NNTP::abortedForEndlessArticle()
 {
-    if (bytesReceived_ - bytesBeforeArticle <= maxArticleLength)
+    if (state == StateDisconnected || bytesReceived_ - bytesBeforeArticle <= maxArticleLength)
         return false;
     abortWithError(0, tr("The server sent an article without an end"));
     return true;
