@@ -164,14 +164,21 @@ int NNTP::idleSeconds() const
 void NNTP::abortWithError(int code, const QString &msg)
 {
     const QPointer<NNTP> self(this);
-    const bool connecting =
-        state == StateConnecting && socket->state() < QTcpSocket::ConnectedState;
-    if (connecting && (code == NetworkTimeout || family != QTcpSocket::AnyIPProtocol))
+    if (provesFamilyDead(code))
         AddressFamily::avoid(host, family);
     resetConnection();
     emit error(code, msg, nzbfile, seqnr);
     if (self)
         nzbfile = nullptr;
+}
+
+/// A refusal proves it only of the one family that was tried: otherwise all addresses have refused.
+bool NNTP::provesFamilyDead(int code) const
+{
+    const bool connecting =
+        state == StateConnecting && socket->state() < QTcpSocket::ConnectedState;
+    const bool refused = family != QTcpSocket::AnyIPProtocol && code != ConnectionsClosed;
+    return connecting && (code == NetworkTimeout || refused);
 }
 
 void NNTP::abortForEndlessLine() { abortWithError(0, tr("The server sent a line without an end")); }

@@ -89,6 +89,7 @@ private:
     };
 
     void resetConnection();
+    [[nodiscard]] bool provesFamilyDead(int code) const;
     void abortForEndlessLine();
     void dropDecoder();
     void sendCommand(const QString &command);

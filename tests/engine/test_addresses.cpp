@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <netdb.h>
 
+#include <QHostInfo>
+
 #include <cstring>
 
 #include "enginefixture.h"
@@ -66,6 +68,15 @@ const Case otherFamily("the first address of the server is dead", rows, [](const
     t.start(post);
     QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 1, 20'000);
     QCOMPARE(t.saved(u"demo/film.bin"_s), QByteArray("content"));
+    // Connections that are closed while they connect have learned nothing new.
+    QTRY_COMPARE(t.engine->connectionCount(), 0);
+    t.start(post);
+    t.engine->closeAllConnections();
+    bool lookedUp = false;
+    QHostInfo::lookupHost(QString::fromLatin1(row.name), [&](auto &) { lookedUp = true; });
+    QTRY_VERIFY(lookedUp);
+    t.engine->startToDownloadQueue();
+    QTRY_COMPARE_WITH_TIMEOUT(t.completedJobs.size(), 2, 20'000);
     QCOMPARE(t.notices.filter(u"Network time-out"_s).size(), 1); // the others need not learn it
 });
 
