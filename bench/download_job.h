@@ -92,12 +92,12 @@ private:
 /// The download as the program does it, decoding included. Each of these five ends the process
 /// with a message when the job does not come out whole.
 [[nodiscard]] DownloadCost downloadWithEngine(const DownloadJob &job);
-/// Takes the time until all is unpacked. Verifies nothing.
-[[nodiscard]] DownloadCost downloadSet(const DownloadJob &job);
 /// The same while a player takes a film of the job at 1 MiB/s.
 [[nodiscard]] DownloadCost downloadWatched(const DownloadJob &job);
 /// The same for a job larger than the memory: each file is emptied when it is complete, its size
 /// left as it was.
 [[nodiscard]] DownloadCost downloadDiscarded(const DownloadJob &job);
+/// The time until a RAR set is unpacked as well; verifies nothing.
+[[nodiscard]] DownloadCost downloadSet(const DownloadJob &job);
 /// The least that a client can do: poll(), recv() or SSL_read(), and pwrite() of the raw bytes.
 [[nodiscard]] DownloadCost downloadBare(const DownloadJob &job);
