@@ -187,6 +187,7 @@ const Encoding encodings[] = {
 const Case encoding("the encoding is found", encodings, [](const Encoding &row) {
     World t(row.parts);
     t.server.addArticle("a@b", row.body);
+    t.server.script(When::body(), Reply::ordinary().splitAt({-3})); // after a first line, too
     Link link(t.server);
     t.fetch(link, row.seqnr);
     QTRY_COMPARE(link.decoded.size(), 1);
