@@ -198,6 +198,8 @@ const Case passwords("asks for passwords", [] {
     QObject::connect(t.live, &Marlowick::passwordNeeded, [&](Nzb *nzb) { asking << nzb; });
     t.answers << [&](QWidget *question) {
         QTRY_COMPARE(asking.size(), 2);
+        emit t.live->passwordNeeded(t.live->queue()->first(), QString());
+        t.live->deleteItem(asking.takeLast()); // then nobody has to answer
         QCoreApplication::processEvents();
         QCOMPARE(QApplication::activeModalWidget(), question);
         QTest::keyClick(question, Qt::Key_Escape);
@@ -464,12 +466,13 @@ const Case repaints("nothing on the screen stays out of date", [] {
     first->fileAt(2)->setPaused(true);
     first->setStatus(u"90 %"_s);
     QVERIFY(!isCurrent());
+    QObject::disconnect(t.live, &Marlowick::downloadStatistics, nullptr, nullptr); // also repaints
     emit t.live->downloadProgresses(first->fileAt(2));
     QTRY_VERIFY(isCurrent()); // both rows
     const QModelIndex last = t.view->indexAt(QPoint(1, port->height() - 1)); // cut by the edge
     const QRect place = t.view->visualRect(last);
-    const auto become = [&](const QString &status) {
-        t.live->queue()->at(last.row())->setStatus(status);
+    const auto become = [&](const QString &status, int job = -1) {
+        t.live->queue()->at(job < 0 ? last.row() : job)->setStatus(status);
         t.view->repaintChanged();
         return isCurrent();
     };
@@ -479,9 +482,10 @@ const Case repaints("nothing on the screen stays out of date", [] {
         QVERIFY(become(percent == 100 ? QString() : u"90 %"_s));
         QVERIFY(become({}));
     }
-    QVERIFY(become(u"90 %"_s));
+    QVERIFY(become(u"90 %"_s, 2));
     t.view->verticalScrollBar()->setValue(1); // to where the like was
-    QVERIFY(isCurrent() && become({}));
+    QCoreApplication::processEvents();
+    QVERIFY(become({}, 2));
 });
 
 const Case toolTips("a tool tip holds what is cut, in colours that can be read", [] {
