@@ -269,18 +269,18 @@ const Case browsing("chooses files, and opens the log", [] {
     World t;
     const QString player = writeFile(t.dir.filePath(u"player"_s));
     t.open();
-    for (const auto &[button, field, choice] :
+    for (const auto &[button, field, file] :
          {std::tuple{u"browseMplayer"_s, u"mediaPlayer"_s, player},
           {u"browseDownloadFolder"_s, u"downloadFolder"_s, t.dir.path()}}) {
         t.find<QTabWidget>(u"tabWidget"_s)->setCurrentIndex(1);
         for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
-            t.answerNext = [key, path = choice](QWidget *modal) {
+            t.answerNext = [key, path = file](QWidget *modal) {
                 modal->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
                 QTest::keyClick(modal, key);
             };
             t.use(button);
             const bool chosen = key == Qt::Key_Return;
-            QCOMPARE(t.find<QLineEdit>(field)->text(), chosen ? choice : QString());
+            QCOMPARE(t.find<QLineEdit>(field)->text(), chosen ? file : QString());
         }
     }
     t.find<QTabWidget>(u"tabWidget"_s)->setCurrentIndex(2);
