@@ -1,119 +1,95 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// A user for the real program, which loads it as a generic plugin by
-// QT_QPA_GENERIC_PLUGINS=user:<file of certificates to trust>. It answers every dialog. Letters on
-// its standard input say what it does otherwise: w works at random, r resumes all, s saves the
-// queue, c clears it, t tells of it. The answer to s, c and t is a line.
+// A user for the real program, which loads it as a generic plugin by QT_QPA_GENERIC_PLUGINS=user.
+// It answers every dialog and works at random, but pauses and deletes only what is called "victim".
+// By a letter on its standard input it saves (s) or clears (c) the queue, and answers any letter
+// with a line: the bytes allocated, and the number of objects of window and engine.
 #include <QGenericPlugin>
-#include <QSslConfiguration>
 #include <QtWidgets>
 
-#include <cstdio>
+#include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 
-using namespace Qt::StringLiterals;
-
-class User final : public QObject {
+class User final : public QGenericPlugin {
     Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "user.json")
 
 public:
-    User()
+    QObject *create(const QString & /*key*/, const QString & /*arguments*/) override
     {
-        connect(&input, &QSocketNotifier::activated, this, [this] {
-            if (read(STDIN_FILENO, &order, 1) != 1)
-                _exit(1); // the test is gone
-        });
-        connect(&timer, &QTimer::timeout, this, &User::tick);
-        timer.start(5);
+        fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
+        startTimer(5);
+        return new QObject;
+    }
+
+protected:
+    void timerEvent(QTimerEvent * /*event*/) override
+    {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog) // not from here: the timer would stand still in a dialog that comes of it
+            return QTimer::singleShot(0, this, &User::act);
+        if (auto *password = qobject_cast<QInputDialog *>(dialog))
+            password->setTextValue(QStringLiteral("secret"));
+        const auto buttons = dialog->findChildren<QPushButton *>();
+        dialog->inherits("SettingsWindow")
+            ? dialog->reject()
+            : buttons[dialog->inherits("DeleteDialog") ? dice.bounded(2) : 0]->click();
     }
 
 private:
-    void tick()
+    void act()
     {
-        if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
-            return answer(dialog);
-        if (std::exchange(busy, true))
-            return;
-        // Not from the timer's own slot, which would not run again before the end of a dialog.
-        QTimer::singleShot(0, this, [this] {
-            const QWidgetList windows = QApplication::topLevelWidgets();
-            for (QWidget *each : windows) {
-                window = qobject_cast<QMainWindow *>(each);
-                view = each->findChild<QTreeView *>(u"treeView"_s);
-                if (window && view && window->isVisible())
-                    act(std::exchange(order, order == 'w' ? 'w' : ' '));
-            }
-            busy = false;
-        });
+        for (QWidget *each : QApplication::topLevelWidgets()) {
+            window = each->inherits("MainWindow") && each->isVisible() ? each : nullptr;
+            if (!window)
+                continue;
+            view = window->findChild<QTreeView *>(QStringLiteral("treeView"));
+            char order = 0;
+            if (read(STDIN_FILENO, &order, 1) == 0)
+                _exit(1); // the test is gone
+            if (order != 0)
+                obey(order);
+            else if (view->model()->rowCount() > 0 && dice.bounded(20) == 0)
+                work();
+        }
     }
-    void answer(QDialog *dialog)
+    void obey(char order)
     {
-        if (auto *button = dialog->findChildren<QCommandLinkButton *>().value(random.bounded(2)))
-            return button->click(); // deletes the item, or its files as well
-        if (auto *box = qobject_cast<QMessageBox *>(dialog))
-            return box->findChild<QPushButton *>()->click();
-        auto *password = qobject_cast<QInputDialog *>(dialog);
-        if (password)
-            password->setTextValue(u"secret"_s);
-        dialog->done(password ? QDialog::Accepted : QDialog::Rejected);
-    }
-    void act(char letter)
-    {
-        if (letter == 'w' && view->model()->rowCount() > 0 && random.bounded(20) == 0)
-            work();
-        if (letter == 'r')
-            resume();
-        if (letter == 's')
+        if (order == 's')
             callEngine("saveQueue");
-        while (letter == 'c' && view->model()->rowCount() > 0)
-            trigger(view->model()->index(0, 0), u"actionDelete"_s);
-        if (letter == 's' || letter == 'c' || letter == 't')
-            tellHeap();
+        while (order == 'c' && view->model()->rowCount() > 0)
+            trigger(view->model()->index(0, 0), "actionDelete");
+        QPixmapCache::clear();
+        malloc_trim(0);
+        const struct mallinfo2 heap = mallinfo2();
+        const auto objects = window->findChildren<QObject *>().size();
+        QTextStream(stdout) << heap.uordblks + heap.hblkhd << ' ' << objects << Qt::endl;
     }
     void work()
     {
-        const QAbstractItemModel *model = view->model();
-        const QModelIndex job = model->index(random.bounded(model->rowCount()), 0);
-        const QModelIndex file = model->index(random.bounded(model->rowCount(job) + 1), 0, job);
-        const QString name = job.data().toString();
-        const int dice = random.bounded(8);
-        if (dice == 0 && !name.startsWith("par2"_L1)) // which a repair wants now and then
-            trigger(job, u"actionPause"_s);
-        else if (dice == 1 && name.startsWith("victim"_L1))
-            trigger(file.isValid() ? file : job, u"actionDelete"_s);
-        else if (dice == 2 || dice == 3)
-            trigger(job, dice == 2 ? u"actionPreview"_s : u"actionSettings"_s);
-        else if (dice == 4)
-            callEngine("saveQueue");
-        else if (dice == 5)
-            drag(file.isValid() ? file : job);
-        else if (dice == 6)
-            resume();
-        else
-            view->setExpanded(job, !view->isExpanded(job));
+        static const char *const actions[] = {"actionPreview", "actionSettings", "actionPause",
+                                              "actionDelete"};
+        QAbstractItemModel *model = view->model();
+        const QModelIndex job = model->index(dice.bounded(model->rowCount()), 0);
+        const QModelIndex file = model->index(dice.bounded(model->rowCount(job) + 1), 0, job);
+        const QModelIndex row = file.isValid() ? file : job;
+        view->setExpanded(job, !view->isExpanded(job));
+        const int what = dice.bounded(job.data().toString().startsWith(u"victim") ? 7 : 5);
+        if (what > 2)
+            return trigger(row, actions[what - 3]);
+        if (what < 2)
+            return callEngine(what == 0 ? "saveQueue" : "startToDownloadQueue");
+        const std::unique_ptr<QMimeData> data(model->mimeData({row}));
+        const int place = dice.bounded(model->rowCount(row.parent()) + 1);
+        model->dropMimeData(data.get(), Qt::CopyAction, place, 0, row.parent());
     }
-    void trigger(const QModelIndex &row, const QString &action)
+    void trigger(const QModelIndex &row, const char *action)
     {
-        view->setCurrentIndex({}); // anew, for the buttons tell what was true when it was chosen
+        view->setCurrentIndex({}); // anew, for the actions tell what was true when it was chosen
         view->setCurrentIndex(row);
-        window->findChild<QAction *>(action)->trigger();
-    }
-    void drag(const QModelIndex &row)
-    {
-        const std::unique_ptr<QMimeData> data(view->model()->mimeData({row}));
-        const int place = random.bounded(view->model()->rowCount(row.parent()) + 1);
-        view->model()->dropMimeData(data.get(), Qt::CopyAction, place, 0, row.parent());
-    }
-    void resume()
-    {
-        for (int row = 0; row < view->model()->rowCount(); ++row) {
-            view->setCurrentIndex(view->model()->index(row, 0));
-            if (window->findChild<QAction *>(u"actionPause"_s)->isChecked())
-                trigger(view->currentIndex(), u"actionPause"_s);
-        }
-        callEngine("startToDownloadQueue");
+        window->findChild<QAction *>(QLatin1StringView(action))->trigger();
     }
     void callEngine(const char *slot)
     {
@@ -122,38 +98,10 @@ private:
                 QMetaObject::invokeMethod(child, slot);
         }
     }
-    /// The bytes allocated, and the number of objects of window and engine.
-    void tellHeap()
-    {
-        QPixmapCache::clear();
-        malloc_trim(0);
-        const struct mallinfo2 heap = mallinfo2();
-        const auto objects = window->findChildren<QObject *>().size();
-        std::printf("%zu %d\n", heap.uordblks + heap.hblkhd, int(objects));
-        std::fflush(stdout);
-    }
 
-    QRandomGenerator random{1};
-    QMainWindow *window = nullptr;
+    QRandomGenerator dice{1};
+    QWidget *window = nullptr;
     QTreeView *view = nullptr;
-    QSocketNotifier input{STDIN_FILENO, QSocketNotifier::Read};
-    QTimer timer;
-    char order = ' ';
-    bool busy = false; ///< a dialog may stand in the middle of an action
-};
-
-class UserPlugin final : public QGenericPlugin {
-    Q_OBJECT
-    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "user.json")
-
-public:
-    QObject *create(const QString & /*key*/, const QString &authorities) override
-    {
-        QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
-        trusting.setCaCertificates(QSslCertificate::fromPath(authorities));
-        QSslConfiguration::setDefaultConfiguration(trusting);
-        return new User;
-    }
 };
 
 #include "user.moc"
