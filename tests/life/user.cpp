@@ -4,7 +4,7 @@
 // A user for the real program, which loads it as a generic plugin by QT_QPA_GENERIC_PLUGINS=user.
 // It answers every dialog, and pauses and resumes at random; it watches and deletes only what is
 // called "victim". By a letter on its standard input it saves (s) or clears (c) the queue, and it
-// answers any with a line: the bytes allocated, and the number of objects of window and engine.
+// answers any with a line: the bytes allocated, and 100,000 for each object of window and engine.
 #include <QGenericPlugin>
 #include <QtWidgets>
 
@@ -27,8 +27,7 @@ class User final : public QGenericPlugin {
         if (QWidget *dialog = QApplication::activeModalWidget()) {
             if (auto *password = qobject_cast<QInputDialog *>(dialog))
                 password->setTextValue(QStringLiteral("secret"));
-            const auto buttons = dialog->findChildren<QPushButton *>();
-            return buttons[dialog->inherits("DeleteDialog") ? dice.bounded(2) : 0]->click();
+            return dialog->findChild<QPushButton *>()->click();
         }
         // Not from here, or the timer would stand still in a dialog that comes of it.
         for (QWidget *each : QApplication::topLevelWidgets()) {
@@ -53,8 +52,8 @@ class User final : public QGenericPlugin {
         if (order != 0) {
             const struct mallinfo2 heap = mallinfo2();
             const auto objects = window->findChildren<QObject *>().size();
-            QTextStream(stdout) << heap.uordblks + heap.hblkhd << ' ' << objects << Qt::endl;
-        } else if (job.isValid() && dice.bounded(20) == 0) {
+            QTextStream(stdout) << heap.uordblks + heap.hblkhd + 100'000 * objects << Qt::endl;
+        } else if (job.isValid() && dice.bounded(10) == 0) {
             const bool isVictim = job.data().toString().startsWith(u"victim");
             const char *end = !isVictim         ? "actionPause"
                               : dice.bounded(2) ? "actionPreview"
