@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // A user for the real program, which loads it as a generic plugin by QT_QPA_GENERIC_PLUGINS=user.
-// It answers every dialog, and pauses and resumes at random; it watches and deletes only what is
-// called "victim". By a letter on its standard input it saves (s) or clears (c) the queue, and it
+// It answers every dialog; it watches, pauses and resumes at random, and deletes what is called
+// "victim". By a letter on its standard input it saves (s) or clears (c) the queue, and it
 // answers any with a line: the bytes allocated, and 100,000 for each object of window and engine.
 #include <QGenericPlugin>
 #include <QtWidgets>
@@ -53,12 +53,11 @@ class User final : public QGenericPlugin {
             const struct mallinfo2 heap = mallinfo2();
             const auto objects = window->findChildren<QObject *>().size();
             QTextStream(stdout) << heap.uordblks + heap.hblkhd + 100'000 * objects << Qt::endl;
-        } else if (job.isValid() && dice.bounded(10) == 0) {
-            const bool isVictim = job.data().toString().startsWith(u"victim");
-            const char *end = !isVictim         ? "actionPause"
-                              : dice.bounded(2) ? "actionPreview"
-                                                : "actionDelete";
-            trigger(window, file.isValid() ? file : job, {"actionPause", end});
+        } else if (job.isValid() && dice.bounded(20) == 0) {
+            const bool isDoomed =
+                job.data().toString().startsWith(u"victim") && dice.bounded(8) == 0;
+            trigger(window, file.isValid() ? file : job,
+                    {"actionPreview", "actionPause", isDoomed ? "actionDelete" : "actionPause"});
         }
     }
     static void trigger(QWidget *window, const QModelIndex &row, const QList<const char *> &actions)

@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// Each window in each language: what it says, what room it has for that, what a screen reader gets.
+// The windows in each language: what it says, what room it has for that, what a screen reader gets.
 #include <QTranslator>
 #include <QtWidgets>
 
 #include "engine/enginefixture.h"
 #include "support/case.h"
 #include "ui/debugdialog.h"
-#include "ui/deletedialog.h"
 #include "ui/mainwindow.h"
 #include "ui/settingswindow.h"
 #include "ui/translations.h"
@@ -34,7 +33,7 @@ void inspect(QAccessibleInterface *part, QStringList &said)
         inspect(part->child(child), said);
 }
 
-/// What a user hears who opens each window, the settings with each of their tabs on top.
+/// What a user hears who opens the windows, the settings with each of their tabs on top.
 QStringList visitWindows()
 {
     QStringList said;
@@ -54,11 +53,6 @@ QStringList visitWindows()
         tabs->setCurrentIndex(tab);
         visit(&settings);
     }
-    QTimer::singleShot(0, &window, [&] {
-        visit(QApplication::activeModalWidget());
-        QApplication::activeModalWidget()->close();
-    });
-    static_cast<void>(DeleteDialog::ask());
     visit(std::unique_ptr<DebugDialog>(DebugDialog::instance(nullptr)).get());
     return said;
 }
