@@ -177,7 +177,7 @@ const Case goesOn("takes a second start's files, ends by a signal, goes on", sto
     QProcess &first = t.start({"bad.nzb"});
     World::waitFor(first, "Queue filename");
     QVERIFY(!post.writeGzipNzb(t.dir.path(), "später.nzb").isEmpty());
-    QProcess &second = t.start({"bad.nzb", "none.nzb", "später.nzb"});
+    QProcess &second = t.start({"none.nzb", "bad.nzb", "später.nzb"});
     World::stop(second, {});
     QCOMPARE(second.readAllStandardError(), t.dir.filePath("none.nzb") + " n’existe pas\n");
     if (*row.name)

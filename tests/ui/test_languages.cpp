@@ -77,18 +77,3 @@ const Case windows("a window speaks, has room and can be heard", languages, [](a
     for (qsizetype i = 0; i < said.size(); ++i)
         QVERIFY2(said[i] != english[i] || pattern.match(said[i]).hasMatch(), qPrintable(said[i]));
 });
-
-/// Places for values, markup, file patterns, blanks at the ends.
-const Case texts("a translation keeps what the code relies on", [] {
-    static const QRegularExpression pattern("<(source|translation|numerusform).*?(>[^<\n][^<]*<)");
-    const QDir folder(MARLOWICK_TRANSLATIONS);
-    for (const QString &file : folder.entryList({"*.ts"})) {
-        QString source;
-        for (const auto &match : pattern.globalMatch(contentsOf(folder.filePath(file)))) {
-            const QString text = match.captured(2);
-            source = match.captured(1) == "source" ? text : source;
-            for (const char *part : {"%1", "%2", "%n", "&lt;", "(*.", "> ", " <"})
-                QVERIFY2(text.count(part) == source.count(part), qPrintable(text));
-        }
-    }
-});
