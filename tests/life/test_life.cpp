@@ -26,7 +26,7 @@ constexpr int patience = 60'000;
 /// The program, which finds the settings and the queue of the fixture's engine, and may have a
 /// user.
 struct World : EngineFixture {
-    explicit World(const QByteArray &plugin = {})
+    World()
     {
         QDir().mkpath(downloads()); // or the program would ask for another
         for (const int number : {SIGINT, SIGHUP})
@@ -35,7 +35,6 @@ struct World : EngineFixture {
             qputenv(folder, QFile::encodeName(dir.path()));
         qputenv("LANGUAGE", "fr_BE");
         qputenv("QT_PLUGIN_PATH", USER_FOLDER);
-        qputenv("QT_QPA_GENERIC_PLUGINS", plugin);
     }
     QProcess &start(const QStringList &arguments)
     {
@@ -61,7 +60,7 @@ struct World : EngineFixture {
     }
     void startWithUser()
     {
-        user = &start({});
+        user = &start({"-plugin", "user"});
         ask('t');
     }
     void ask(char order)
@@ -234,7 +233,7 @@ const Case links("a link takes messages, and drops broken, silent and too many s
 });
 
 const Case killedInSave("killed in a save", [] {
-    World t("user");
+    World t;
     const int creations = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     inotify_add_watch(creations, qPrintable(t.dir.filePath("Marlowick")), IN_CREATE);
     t.set("threads", 0);
@@ -258,7 +257,7 @@ const Case killedInSave("killed in a save", [] {
 
 const Case underFaults("faults, kills and a user at work", [] {
     const QDeadlineTimer end(qEnvironmentVariableIntValue("SOAK_MINUTES") * 60'000);
-    World t("user");
+    World t;
     for (const char *key : {"networkTimeout", "networkRetry", "autoPAR2"})
         t.set(key, 1);
     t.set("mediaPlayer", "/usr/bin/true");

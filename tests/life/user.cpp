@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// A user for the real program, which loads it as a generic plugin by QT_QPA_GENERIC_PLUGINS=user.
+// A user for the real program, which loads it as a generic plugin by its option "-plugin user".
 // It answers every dialog; it watches, pauses and resumes at random, and deletes what is called
 // "victim". By a letter on its standard input it saves (s) or clears (c) the queue, and it
 // answers any with a line: the bytes allocated, and 100,000 for each object of window and engine.
