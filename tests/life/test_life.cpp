@@ -66,7 +66,9 @@ struct World : EngineFixture {
     void ask(char order)
     {
         user->putChar(order);
-        QTRY_VERIFY_WITH_TIMEOUT(user->canReadLine(), patience); // it has crashed, or hangs
+        const auto hasAnswered = [this] { return user->canReadLine(); };
+        if (!QTest::qWaitFor(hasAnswered, patience)) // it has crashed, or hangs
+            QFAIL(user->readAllStandardError().right(10'000).constData());
         told = user->readLine().trimmed().toInt();
     }
     /// Films to keep, and as many victims in volumes, by a second start that hands them on.
