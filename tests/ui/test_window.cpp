@@ -146,14 +146,14 @@ const Case boxes("boxes come one after another, and no connection under them", [
     QCOMPARE(t.after(""), " a:!f!r!v! > a paused Connected (1)");
     t.window->handleMessage(writeFile(t.dir.filePath("bad.NZB"), "no NZB"));
     nzb->setPaused(false);
-    const auto *free = t.window->statusBar()->findChild<QLabel *>();
+    t.after("f;a");
     for (const double megabytes : {5.99 * 1024, 100.0, -1.0, 99.5, 0.0}) {
         freeOnDisk = megabytes * 1024 * 1024;
         t.window->checkDiskspace();
-        QCOMPARE(free->text(), megabytes > 1024 ? "  5 GB free  " : "  0 GB free  ");
-        QCOMPARE(nzb->isPaused(), megabytes < 100 && megabytes >= 0);
+        const QString free = t.window->statusBar()->findChild<QLabel *>()->text();
+        QCOMPARE(free, megabytes > 1024 ? "  5 GB free  " : "  0 GB free  ");
+        QCOMPARE(t.after("").contains("paused"), megabytes < 100 && megabytes >= 0);
     }
-    QCOMPARE(t.after(""), " a:!f!r!v! > a paused Connected (1)");
     freeOnDisk = 1e12;
     nzb->setPaused(false);
     t.setLogin("joe", "secret");
@@ -176,7 +176,6 @@ const Case passwords("asks for passwords, one after the other and above no other
     World t;
     t.add({"a", "b", "c"});
     Nzb *a = t.live->queue()->at(0), *c = t.live->queue()->at(2);
-    t.answers = {"Esc", "Esc", "X;Return"};
     QString asked;
     t.meanwhile = [&](QWidget *asking) {
         if (const auto *box = qobject_cast<QInputDialog *>(asking)) {
@@ -190,16 +189,17 @@ const Case passwords("asks for passwords, one after the other and above no other
             QCOMPARE(QApplication::activeModalWidget(), asking);
         }
     };
+    t.answers = {"Esc", "Esc", "X;Return"};
     t.after("c;actionDelete");
-    QTRY_VERIFY(t.answers.isEmpty() && !QApplication::activeModalWidget());
-    QCOMPARE(asked + a->status() + '|' + c->status(), "acNot unpacked: no password|");
+    QTRY_COMPARE(asked + a->status() + c->status(), "acNot unpacked: no password");
     // What was declined can be taken up from the menu, unless an article is under way.
-    for (const bool idle : {true, false}) {
+    for (const char *answer : {"Up;Up;Up;Return", "Esc"}) {
         t.view->setCurrentIndex(t.view->model()->index(0, 0));
-        t.answers = {idle ? "Up;Up;Up;Return" : "Esc"};
+        t.answers = {answer};
         QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, t.view->mapToGlobal(QPoint()));
         QCoreApplication::sendEvent(t.view, &byKey);
-        QCOMPARE(t.window->findChild<QAction *>("actionRepairAndUnpack")->isEnabled(), idle);
+        QCOMPARE(t.window->findChild<QAction *>("actionRepairAndUnpack")->isEnabled(),
+                 *answer == 'U');
         QVERIFY(a->status() != "Not unpacked: no password");
         int number = 0;
         a->fileAt(0)->nextSegment(&number);
@@ -222,17 +222,15 @@ const Case watching("watches a film once, as long as its job is there", [] {
     QVERIFY(!preview->isEnabled());
     QTRY_VERIFY(preview->isEnabled());
     for (const int previews : {0, 1}) {
+        player.forget();
         t.answers = {"Return"};
         t.after("actionPreview;actionPreview");
         QCOMPARE(t.told.takeFirst(), "Preview: File is already being previewed");
-        QTRY_VERIFY(player.isThere());
-        QVERIFY(player.arguments().startsWith("-really -quiet http://127.0.0.1:"));
+        QTRY_VERIFY(player.arguments().startsWith("-really -quiet http://127.0.0.1:"));
         emit t.live->nzbComplete(nzb); // nobody takes it from who is watching
         if (previews == 0)
             player.end();
         QTRY_COMPARE(t.window->findChildren<Preview *>().size(), previews);
-        if (previews == 0)
-            player.forget();
     }
     t.live->deleteItem(nzb);
     QVERIFY(!player.isRunning() && !preview->isEnabled());
@@ -252,26 +250,21 @@ const Case saving("asks for what is missing or damaged, and saves", [] {
         t.set(key, old);
     }
     const QString queue = t.dir.filePath("Marlowick/queue.qzb");
-    for (const auto &[answer, backup, left] : {std::tuple{"Return", "", " a:frv"},
-                                               {"Esc", "", " x:"},
-                                               {"Return", "<qzb><nzb name='y'/>", " y:"}}) {
+    for (const QString left : {"a", "x", "y"}) { // the backup, no backup, and a damaged one
         t.live->saveQueue();
         writeFile(queue, "<qzb><nzb name='x'/>");
-        if (*backup)
-            writeFile(queue + ".old", backup);
-        t.answers = {answer, "Return"};
+        if (left == "y")
+            writeFile(queue + ".old", "<qzb><nzb name='y'/>");
+        t.answers = {left == "x" ? "Esc" : "Return", "Return"};
         t.start();
-        QVERIFY(t.told.takeFirst().startsWith("Loading queue failed: "));
-        QCOMPARE(t.told.join('|').section('(', -1), *backup ? " Error parsing queue file" : "");
+        QCOMPARE(t.told.size(), left == "y" ? 2 : 1);
+        t.told.clear();
         t.after("Ctrl+Q");
-        t.answers.clear();
         t.start();
-        QCOMPARE(t.after("").section(" > ", 0, 0), left);
+        QCOMPARE(t.live->queue()->first()->name(), left);
     }
     QVERIFY(QDir(t.dir.filePath("Marlowick")).removeRecursively());
-    // For what the first box asked for may have been done.
-    t.answers = {"Return", "Return"};
-    t.told.clear();
+    t.answers = {"Return", "Return"}; // for what the first box asked for may have been done
     t.window->close();
     QCOMPARE(t.told.join('|'), "Error: Error saving queue file|Error: Error saving queue file");
 });
@@ -279,14 +272,14 @@ const Case saving("asks for what is missing or damaged, and saves", [] {
 const Case statistics("tells the statistics", [] {
     const World t;
     const auto labels = t.window->statusBar()->findChildren<QLabel *>();
-    const auto shown = [&](int speed, quint64 left, int seconds) -> QString {
+    QString shown;
+    for (const auto &[speed, left, seconds] :
+         {std::tuple{131072, 1, 3599}, {2'000'000'000, 1, 176'429}, {0, 1, 0}, {0, 0, 0}}) {
         emit t.live->downloadStatistics(speed, left, seconds);
-        return labels[1]->text() + labels[2]->text();
-    };
-    QCOMPARE(shown(131072, 1, 3599), "  1.0 Mbit/s   0d 0h 60m left  ");
-    QCOMPARE(shown(2'000'000'000, 1, 176'429), "  15258.8 Mbit/s   2d 1h 0m left  ");
-    QCOMPARE(shown(0, 1, 0), "  0.0 Mbit/s    **d **h **m left ");
-    QCOMPARE(shown(0, 0, 0), "  0.0 Mbit/s   0d 0h 0m left  ");
+        shown += labels[1]->text() + labels[2]->text();
+    }
+    QCOMPARE(shown.simplified(), "1.0 Mbit/s 0d 0h 60m left 15258.8 Mbit/s 2d 1h 0m left 0.0 "
+                                 "Mbit/s **d **h **m left 0.0 Mbit/s 0d 0h 0m left");
 });
 
 const Case repaints("nothing on the screen stays out of date", [] {
@@ -332,22 +325,21 @@ const Case toolTips("a tool tip holds what is cut, in colours that can be read",
     World t;
     const QString name = QString("<i>name</i> & more ").repeated(20).trimmed();
     t.add({"a"})->setName(name);
-    for (const auto &shown : {name, QString()}) {
-        const QPoint place =
-            t.view->visualRect(t.view->model()->index(0, shown.isEmpty())).center();
-        QHelpEvent event(QEvent::ToolTip, place, t.view->viewport()->mapToGlobal(place));
+    for (const int column : {0, 1}) {
+        const QRect cell = t.view->visualRect(t.view->model()->index(0, column));
+        QHelpEvent event(QEvent::ToolTip, cell.center(), t.view->mapToGlobal(cell.center()));
         QCoreApplication::sendEvent(t.view->viewport(), &event);
-        QTRY_COMPARE(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText(), shown);
+        const QString tip = QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText();
+        QTRY_COMPARE(column == 0 ? tip : QToolTip::text(), column == 0 ? name : "");
     }
-    for (const auto &[ground, shownAs] : {std::pair{Qt::black, 200}, {Qt::white, 128}}) {
+    for (const auto &[ground, shownAs] :
+         {std::pair{Qt::black, QColor::fromHsl(0, 255, 200)}, {Qt::white, QColor(Qt::red)}}) {
         QStyleOptionViewItem cell;
         cell.widget = t.view;
         cell.palette.setColor(QPalette::Base, ground);
         cell.palette.setColor(QPalette::Text, Qt::red);
         brightenOnDark(&cell);
-        const QColor text = cell.palette.color(QPalette::Text);
-        QCOMPARE(text.lightness(), shownAs);
-        QCOMPARE(text.hslHue(), 0);
+        QCOMPARE(cell.palette.color(QPalette::Text), shownAs);
     }
 });
 
