@@ -37,7 +37,7 @@ struct World : EngineFixture {
         QuaGzipFile file(path + suffix);
         return file.open(QIODevice::ReadOnly) ? file.readAll().simplified() : "(no file)";
     }
-    /// A column of the jobs with their files behind them: "a(12) b()".
+    /// A column of the jobs with their files behind them: "a(1 2) b()".
     [[nodiscard]] QString shown(int column = 0, const QModelIndex &parent = {}) const
     {
         QStringList all;
@@ -88,9 +88,8 @@ const Case rows("what the rows tell", [] {
                        + file("5.PAR2", "size='5497558138880'")
                        + file("6.par", "size='9007199254740992'"));
     const QModelIndex job = t.rows->index(9, 0);
-    QCOMPARE(job.siblingAtColumn(1).data().toString(), "8197.00 TB");
-    QCOMPARE(t.shown(1, job),
-             "0.00 B 0.00 B 0.00 B 1023.00 B 1.00 KB 1024.00 KB 1.50 GB 5.00 TB 8192.00 TB");
+    QVERIFY(t.shown(1).endsWith("8197.00 TB(0.00 B 0.00 B 0.00 B 1023.00 B 1.00 KB 1024.00 KB "
+                                "1.50 GB 5.00 TB 8192.00 TB)"));
     QList<qint64> pictures;
     QString same; // the first row of the same picture
     for (int i = 0; i < 9; ++i) {
@@ -167,7 +166,7 @@ const Case droppedFiles("NZB files dropped, then dragged", [] {
     QVERIFY(t.rows->dropMimeData(&data, Qt::IgnoreAction, 0, 0, {}));
     QVERIFY(t.rows->dropMimeData(&data, Qt::CopyAction, 0, 0, {}));
     QCOMPARE(t.shown(), "C() b()");
-    QCOMPARE(inserted.size(), 3); // none for the missing file
+    QCOMPARE(inserted.size(), 3); // what began for the missing file has ended, too
     const std::unique_ptr<QMimeData> drag(
         t.rows->mimeData({t.rows->index(1, 0), t.rows->index(0, 1)}));
     QVERIFY(t.rows->dropMimeData(drag.get(), Qt::MoveAction, 0, 0, {}));
@@ -192,28 +191,27 @@ const Case document("the queue file", [] {
     int number = 7;
     NzbFile *rar = job->fileAt(2);
     rar->nextSegment(&number);
-    rar->segmentDecoded(number, {}, 90, true, true);
+    rar->segmentDecoded(number, {}, 310, true, true); // more than was announced
     rar->nextSegment(&number);
-    rar->nextSegment(&number);
-    rar->requeueSegment(number);
     rar->requeueSegment(1); // is not under way
     NzbFile *piece = job->fileAt(3);
     piece->nextSegment(&number);
-    piece->segmentDecoded(number, "e.tar.GZ", 500, true, false);
-    piece->nextSegment(&number);
     piece->segmentNotFound(number);
+    piece->nextSegment(&number);
+    piece->segmentDecoded(number, "e.tar.GZ", 300, true, false);
     job->fileAt(1)->markLost();
-    QCOMPARE(t.shown(2), "74 %(-empty file- Finished incomplete 30 % Finished incomplete Paused)");
+    const QString shown = t.shown(2);
+    QCOMPARE(shown, "100 %(-empty file- Finished incomplete 100 % Finished incomplete Paused)");
     t.engine->saveQueue();
     QCOMPARE(t.document(), QByteArray(R"xml(<?xml version="1.0" encoding="UTF-8"?>
         <!--Marlowick queue file - looks a bit like a NZB but is not--> <qzb> <nzb name="abc">
         <file size="0" completed="0" subject=".plain"> <segments/> </file>
         <file size="70" completed="0" paused="1" yenc="1"
         subject="&quot;a?&#9;&#10;&#13; .bin&quot; (1/1)"> <segments/> </file>
-        <file size="300" completed="90" completedparts="1" yenc="1"
+        <file size="310" completed="310" completedparts="1" yenc="1"
         subject="&quot;abc.rar&quot; (1/3)"> <segments> <segment number="2">b&amp;b</segment>
         <segment number="3">c</segment> </segments> </file>
-        <file size="500" completed="500" completedparts="1"
+        <file size="400" completed="400" completedparts="1"
         subject="&quot;e.tar.GZ&quot; (1/2)"> <segments/> </file>
         <file size="1" completed="0" paused="1" subject="&quot;d.par2&quot; (1/1)"> <segments>
         <segment number="1">f</segment> </segments> </file>
@@ -224,7 +222,7 @@ const Case document("the queue file", [] {
     // The folder is for the user's eyes only.
     QCOMPARE(QFileInfo(QFileInfo(t.path).path()).permissions() & 0x77, QFile::Permissions());
     t.restart();
-    QCOMPARE(t.shown(2), "74 %(-empty file- Finished incomplete 30 % Finished incomplete Paused)");
+    QCOMPARE(t.shown(2), shown);
     QCOMPARE(t.engine->queue()->first()->fileAt(2)->nextSegment(&number), "b&b");
     t.add("long", file(QByteArray(600'000, '"')));
     t.engine->saveQueue();
