@@ -45,7 +45,7 @@ const Target target("yenc", [](const QByteArray &input) {
     const bool endsEarly = blocks.join().contains("=yend");
     const QByteArray content = decode({blocks.join()}).chopped(1);
     blocks.last() += "\r\n=yend size=" + QByteArray::number(content.size()) + " crc32="
-                     + QByteArray::number(~referenceCrc32(~0U, bytesOf(content)), 16) + "\r\n";
+                     + QByteArray::number(~updateCrc32ByTables(~0U, bytesOf(content)), 16) + "\r\n";
     const QByteArray whole = blocks.join();
     // These act at once on what is not yet written, or take the place of a cut.
     const bool anyCut = !whole.contains(QByteArrayView("=\0", 2)) && !whole.contains("\n=yp")

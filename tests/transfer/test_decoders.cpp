@@ -58,8 +58,7 @@ QByteArrayList yencBlocks(QByteArray text)
 
 const QByteArray nul(1, '\0');
 const Article yencs[] = {
-    {"data ahead of the begin line", "#\r\n^#$"},
-    {"all behind the end line", "^#$^@#\r\n^"},
+    {"data ahead of the begin line and behind the end line", "#\r\n^#$^@#\r\n^"},
     {"second begin line drops what is not yet written", "^#@#\r\n=ybegin name=b\r\n#%", "b: ab"},
     {"no end line: the final dot is data", "^#\r\n.\r\n", "a: ab\4 (damaged)"},
     {"NUL behind an escape goes, the escape stays",
@@ -70,46 +69,39 @@ const Article yencs[] = {
      "a: \x4f\x38\x3b\x3d\x3f\x44\xf6\x3f\xd6\x0f\x3b\x44\x3a (damaged)"},
     {"control line with bare LF loses its last character to the data",
      "=ybegin line=128 name=a\n#\r\n=yend size=3 crc32=13f7095\r\n", "a: 7ab"},
-    {"part line ahead of the begin line", "=ypart begin=2\r\n^#$"},
-    {"part line without begin", "^=ypart end=2\r\n#$"},
-    {"begin at the line's end", "^=ypart begin=2\r\n#$", "a: 0ab"},
+    {"part lines: too early, begin at the end, none",
+     "=ypart begin=4\r\n^=ypart begin=2\r\n=ypart end=9\r\n#$", "a: 0ab"},
     {"part line moves what is not yet written", "^#\r\n=ypart begin=3 end=6\r\n#%", "a: 00abab"},
     {"offset 0", "^=ypart begin=0 end=3\r\n", "Error seeking file"},
-    {"size extends the file", "=ybegin size=4 name=a\r\n#$", "a: ab00"},
-    {"smaller size", "=ybegin size=4 name=a\r\n=ybegin size=3 name=a\r\n#$", "a: ab00"},
+    {"a size, then a smaller one", "=ybegin size=4 name=a\r\n=ybegin size=3 name=a\r\n#$",
+     "a: ab00"},
     {"size at the line's end is name", "=ybegin name=a size=9\r\n#$", "a size=9: ab"},
     {"no checksum", "^#\r\n=yend size=2 part=1\r\n", "a: ab (damaged)"},
     {"end without size", "^#\r\n=yend crc32=9e83486d\r\n", "a: ab (damaged)"},
-    {"upper case, white space", "^#\r\n=yend size=\t2 crc32=9E83486D\t\r\n"},
-    {"only part checksum right", "^#\r\n=yend size=2 crc32=1 pcrc32=9e83486d\r\n"},
+    {"part checksum counts, in upper case, with white space",
+     "^#\r\n=yend size=\t2 crc32=1 pcrc32=9E83486D\t\r\n"},
     {"name with all that is dropped", "=ybegin name=a /:\\?*&`<>\"|'b\r\n#$", "a b: ab"},
     {"name beyond printable ASCII", "=ybegin name=\xe4\x1f \x7f~\r\n#$", " ~: ab"},
     {"name of which nothing is left", "=ybegin name=?\r\n#$", "invalid-name-3f0d: ab"},
     {"name that would be hidden", "=ybegin name=/.x\r\n#$", "invalid-name-2f2e780d: ab"},
-    {"a folder of that name", "=ybegin name=folder\r\n", "Error opening file"},
     {"a link out of the folder", "=ybegin name=link\r\n#$", "Error opening file"},
 };
 const Case yenc("yEnc is decoded", yencs,
                 [](const Article &row) { QCOMPARE(decoded(yencBlocks(row.article)), row.result); });
 
-const QByteArray full = "M" + QByteArray(60, '!') + "\r\n"; // 15 times the bytes 04 10 41
-const QByteArray fullBytes = QByteArray("\4\x10\x41").repeated(15);
 const Article uuencodes[] = {
     {"line cut in three", "#8@6)@C\r\n", "ab: abc"},
     {"grave accent ends", "**`\r\n*@*", "ab: abcabc"},
     {"end line ends", "*end\r\n*", "ab: abc"},
     {"count 0", "*`abc\r\n*", "ab: abc (damaged)"},
     {"count 1 loses its byte", "!8D\r\n*", "ab: 0abc"},
-    {"count 46", "N" + QByteArray(64, '!') + "\r\n*", "ab:  (damaged)"},
     {"line shorter than its count", "M" + QByteArray(56, '!') + "\n", "ab:  (damaged)"},
     {"line just long enough: its end is decoded", "M" + QByteArray(57, '!') + "\n",
-     "ab: " + fullBytes.first(42) + "\x06\xa8\x20"},
-    {"count 4: the last byte is that of the line before", full + "$86)C86)C\r\n",
-     "ab: " + fullBytes + "abc\4"},
+     "ab: " + QByteArray("\4\x10\x41").repeated(14) + "\x06\xa8\x20"},
+    {"count 46", "N" + QByteArray(64, '!') + "\r\n*", "ab:  (damaged)"},
     {"eleven bytes of begin line", "begin 999 \n@*", "ab: abc", 1},
-    {"ten bytes of begin line", "begin 644 @*", "ab: (no file)", 1},
-    {"four digits in the mode", "begin 0644 a\r\n@*", "ab: (no file)", 1},
-    {"letters in the mode", "begin x44 \n@begin 6x4 \n@begin 64x \n@*", "ab: (no file)", 1},
+    {"no begin line: ten bytes, four digits, letters",
+     "begin 644 @begin 0644 a\n@begin x44 \n@begin 6x4 \n@begin 64x \n@*", "ab: (no file)", 1},
     {"a link out of the folder", "*", "ab: (no file)", 3},
 };
 const Case uuencode("uuencode is decoded", uuencodes, [](const Article &row) {
@@ -122,7 +114,7 @@ const Case anyCut("yEnc can be cut anywhere", [] {
     const QByteArrayList odd =
         yencBlocks("\r\n@\r\n@\n@\r@=@=@=@.@..@y@=y@\r\n=ybegin size=9\r\n@\n=yo=\n@" + nul);
     QRandomGenerator random = seededRandom();
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 200; ++round) {
         // Some have their odd bytes where the decoder empties its output on the way.
         QByteArray article = yencBlocks("^").first()
                              + QByteArray(round % 5 ? 0 : 64 * 1024 - random.bounded(100), 'f');
