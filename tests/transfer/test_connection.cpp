@@ -31,14 +31,14 @@ struct World {
         server.addArticle("a@b", film);
         const auto say = [this](auto... words) {
             const QStringList texts{QVariant::fromValue(words).toString()...};
-            said += texts.join(' ').simplified() + '\n';
+            said += '|' + texts.join(' ').simplified();
             if (deletes)
                 delete nntp;
         };
         QObject::connect(nntp, &NNTP::dataDecoded, say);
         QObject::connect(nntp, &NNTP::articleNotFound, say);
         QObject::connect(nntp, &NNTP::error, say);
-        QObject::connect(nntp, &NNTP::loggedIn, [this] { said += "ready\n"; });
+        QObject::connect(nntp, &NNTP::loggedIn, [this] { said += "|ready"; });
     }
     ~World() { delete nntp; }
 
@@ -60,11 +60,11 @@ Reply endless(const QByteArray &start, const QByteArray &pattern)
     return Reply::bytes(start + pattern.repeated(2'000'000));
 }
 
-const QString good = "1 film 5000 true true", unknown = "1 0 false false";
-const QString noLineEnd = "0 The server sent a line without an end 1";
-const QString noEnd = "0 The server sent an article without an end 1";
-const QString tooMuch = "0 The server sent more than it was asked for 1";
-const QString closed = "1 The remote host closed the connection 1";
+const QString good = "|1 film 5000 true true", unknown = "|1 0 false false";
+const QString noLineEnd = "|0 The server sent a line without an end 1";
+const QString noEnd = "|0 The server sent an article without an end 1";
+const QString tooMuch = "|0 The server sent more than it was asked for 1";
+const QString closed = "|1 The remote host closed the connection 1";
 const QByteArray full = "M" + QByteArray(60, '!') + "\r\n"; // a line of uuencode
 const QByteArray end = "`\r\nend\r\n";
 const struct Talk {
@@ -80,22 +80,22 @@ const struct Talk {
     {"CR LF dot CR | LF", good, Reply().splitAt({-1})},
     {"pieces of reply, header and data", good, Reply().splitAt({1, 5, 30, 40, 300, 2000})},
     {"unseen: three pieces", closed, Reply().splitAt({-4, -3}).cutAfter(Reply::whole), 1, 1},
-    {"closed behind it", "1 film 300000 true true\n" + closed,
+    {"closed behind it", "|1 film 300000 true true" + closed,
      body(longFilm).cutAfter(Reply::whole)},
-    {"no such article", "a @b 1", Reply::bytes("430 no\r\n222 yes\r\n")},
-    {"the password repeated", "500 *** 1", Reply::code("500 no"), 1, 4, "AUTHINFO PASS"},
+    {"no such article", "|a @b 1", Reply::bytes("430 no\r\n222 yes\r\n")},
+    {"the password repeated", "|500 *** 1", Reply::code("500 no"), 1, 4, "AUTHINFO PASS"},
     {"text ahead of yEnc", good, body(full + "\r\n" + film)},
-    {"the same in a later article", "2 film 45 true false", body(full + "\r\n" + film), 2},
-    {"uuencode, first", "1 film 45 true false", body("begin 644 a\r\n" + full + end)},
-    {"one line of uuencode", "2 film 45 true false", body(full).splitAt({-3}), 2},
-    {"short last line, last", "3 film 3 true false", body("#86)C\r\n" + end), 3},
-    {"short last line, not last", "2 0 false false", body("#86)C\r\n" + end), 2},
-    {"the same, bare LF", "2 film 3 true false", body("#86)C\n`\nend\n\r\n"), 2},
+    {"the same in a later article", "|2 film 45 true false", body(full + "\r\n" + film), 2},
+    {"uuencode, first", "|1 film 45 true false", body("begin 644 a\r\n" + full + end)},
+    {"one line of uuencode", "|2 film 45 true false", body(full).splitAt({-3}), 2},
+    {"short last line, last", "|3 film 3 true false", body("#86)C\r\n" + end), 3},
+    {"short last line, not last", "|2 0 false false", body("#86)C\r\n" + end), 2},
+    {"the same, bare LF", "|2 film 3 true false", body("#86)C\n`\nend\n\r\n"), 2},
     {"line of 700,000 bytes", unknown, body(QByteArray(700'000, 'x') + "\r\n")},
     {"unknown, and more", unknown, Reply::bytes("222 body\r\n.\r\nmore\r\nlines\r\n")},
-    {"offset 0", "9999 Error seeking file 1", body("=ybegin name=a\r\n=ypart begin=0\r\n")},
+    {"offset 0", "|9999 Error seeking file 1", body("=ybegin name=a\r\n=ypart begin=0\r\n")},
     {"endless line", noLineEnd, endless("", "x")},
-    {"endless lines", "a @b 1\n" + tooMuch, endless("430 no\r\n", "200 a\r\n"), 1, 1},
+    {"endless lines", "|a @b 1" + tooMuch, endless("430 no\r\n", "200 a\r\n"), 1, 1},
     {"endless yEnc control line", noLineEnd, endless("222 body\r\n=ybegin name=a\r\n=y", "x")},
     {"endless article", noEnd, endless("222 body\r\n=ybegin name=a\r\n", "xxxxxxxxxxxxxxxx\r\n")},
     {"endless text", noEnd, endless("222 body\r\n", "that knows no end\r\n"), 1, 1},
@@ -111,11 +111,11 @@ const Case talk("the server talks", talks, [](const Talk &row) {
         t.deletes = way > 1;
         t.server.script(When::command(row.to), row.reply, 1);
         t.fetch(row.seqnr);
-        QTRY_COMPARE(t.said, row.said.section('\n', 0, t.deletes ? 0 : -1) + '\n');
+        QTRY_COMPARE(t.said, row.said.section('|', 0, t.deletes ? 1 : -1));
         if (!t.nntp)
             continue;
         t.fetch(); // it has stayed usable
-        QTRY_COMPARE(t.said, row.said + '\n' + good + '\n');
+        QTRY_COMPARE(t.said, row.said + good);
     }
     QCOMPARE(logged.filter("500 no"), QStringList());
 });
@@ -137,25 +137,25 @@ const Case refusal("a certificate for another host is refused", [] {
     World t(TestCertificate::signedByAuthority("", {"DNS:a.test"}));
     t.fetch();
     QTRY_COMPARE(t.said,
-                 "0 SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
-                 "certificate is only valid for 'a.test' 1\n");
+                 "|0 SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
+                 "certificate is only valid for 'a.test' 1");
     QCOMPARE(t.server.commands(), QByteArrayList());
 });
 
 const Case lifetime("a connection retries, and ends itself", [] {
     World t;
     t.nntp->login();
-    QTRY_COMPARE(t.said, "ready\n");
+    QTRY_COMPARE(t.said, "|ready");
     const auto failAgain = [&t] {
         t.nntp->abortWithError(NNTP::NetworkTimeout, "late");
         t.nntp->retryAfter(1); // which does not put it off
         return t.said.count("ready");
     };
     QTRY_COMPARE(failAgain(), 2);
-    QTRY_VERIFY(t.said.endsWith("ready\n"));
+    QTRY_VERIFY(t.said.endsWith("|ready"));
     t.nntp->quit();
     QTRY_VERIFY(!t.nntp);
-    QVERIFY(t.server.commands().last() == "QUIT" && t.said.endsWith("ready\n"));
+    QVERIFY(t.server.commands().last() == "QUIT" && t.said.endsWith("|ready"));
     World waiting;
     waiting.nntp->retryAfter(0);
     waiting.nntp->deleteLater();
