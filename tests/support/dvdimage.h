@@ -11,7 +11,8 @@ constexpr quint32 leastTitle = 25 * 1024 * 1024;
 constexpr qint64 scannedFrom = 34816;
 
 /// A directory record of ISO 9660 9.1.
-[[nodiscard]] inline QByteArray dvdRecord(const QByteArray &name, quint32 sector, quint32 size)
+[[nodiscard]] inline QByteArray dvdRecord(const QByteArray &name, quint32 sector,
+                                          quint32 size = leastTitle)
 {
     QByteArray record(33, '\0');
     record[0] = static_cast<char>(33 + name.size());
