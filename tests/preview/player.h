@@ -26,13 +26,6 @@ struct Player {
     void end() const { ::kill(pid(), SIGTERM); }
     void forget() { QFile::remove(log); }
     [[nodiscard]] QString arguments() const { return QString(contentsOf(log)).section(' ', 1); }
-    void request(const QByteArray &text)
-    {
-        client.connectToHost("127.0.0.1",
-                             arguments().section(':', -1).section('/', 0, 0).toUShort());
-        client.waitForConnected();
-        client.write(text);
-    }
     [[nodiscard]] bool hasEnded() const { return client.state() == QTcpSocket::UnconnectedState; }
     /// What has come behind the head of the answer.
     [[nodiscard]] QByteArray film()

@@ -75,9 +75,6 @@ const struct Talk {
     int ways = 4; ///< plain, over TLS, and both with a deletion
     QByteArray to = "BODY";
 } talks[] = {
-    {"CR LF dot | CR LF", good, Reply().splitAt({-2})},
-    {"CR | LF dot CR LF", good, Reply().splitAt({-4})},
-    {"CR LF dot CR | LF", good, Reply().splitAt({-1})},
     {"pieces of reply, header and data", good, Reply().splitAt({1, 5, 30, 40, 300, 2000})},
     {"unseen: three pieces", closed, Reply().splitAt({-4, -3}).cutAfter(Reply::whole), 1, 1},
     {"closed behind it", "|1 film 300000 true true" + closed,
@@ -131,15 +128,6 @@ const Case terminator("a terminator is found wherever TLS cuts it", [] {
         t.fetch();
         QTRY_COMPARE(t.said.count("1 a 8"), round + 1);
     }
-});
-
-const Case refusal("a certificate for another host is refused", [] {
-    World t(TestCertificate::signedByAuthority("", {"DNS:a.test"}));
-    t.fetch();
-    QTRY_COMPARE(t.said,
-                 "|0 SSL verification error: You entered hostname '127.0.0.1' but the server's SSL "
-                 "certificate is only valid for 'a.test' 1");
-    QCOMPARE(t.server.commands(), QByteArrayList());
 });
 
 const Case lifetime("a connection retries, and ends itself", [] {
