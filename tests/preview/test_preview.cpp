@@ -22,12 +22,6 @@ const QByteArray get = "GET /marlowick/../../x\n";
 
 /// A job without an engine, its files as the test makes them, and a client in the player's place.
 struct World {
-    World()
-    {
-        nzb->setName("job");
-        QDir(nzb->folder()).mkpath("sub/folder.avi");
-    }
-
     [[nodiscard]] QString path(const QString &name) const { return nzb->folder() + '/' + name; }
     /// A file of the download as an earlier run left it.
     void add(const QString &name, const QByteArray &data, const QString &completed = "1")
@@ -40,7 +34,7 @@ struct World {
     }
     void start(const QByteArray &request = get)
     {
-        preview->start(player.program, {"-quiet"});
+        preview.start(player.program, {"-quiet"});
         QTRY_VERIFY(player.isThere());
         const QString port = player.arguments().section(':', -1).section('/', 0, 0);
         player.client.connectToHost("127.0.0.1", port.toUShort());
@@ -53,13 +47,14 @@ struct World {
         while (player.film().size() < bytes)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
-    [[nodiscard]] QTcpSocket *socket() const { return preview->findChild<QTcpSocket *>(); }
+    [[nodiscard]] QTcpSocket *socket() const { return preview.findChild<QTcpSocket *>(); }
 
     QTemporaryDir dir;
+    bool made = QDir(dir.path()).mkpath("job/sub/folder.avi");
     Player player{dir.path()};
-    std::unique_ptr<Nzb> nzb = std::make_unique<Nzb>(nullptr, dir.path(), "");
-    std::unique_ptr<Preview> preview = std::make_unique<Preview>(nzb.get(), nullptr);
-    QSignalSpy finished{preview.get(), &Preview::previewFinished};
+    std::unique_ptr<Nzb> nzb{new Nzb(nullptr, dir.filePath("job"), "")};
+    Preview preview{nzb.get(), nullptr};
+    QSignalSpy finished{&preview, &Preview::previewFinished};
 };
 
 const Case titles("the titles of a DVD image are found by name", [] {
@@ -116,7 +111,7 @@ const Case found("what can be watched", [] {
 
 const Case order("films are streamed in order to one client of this machine", [] {
     World t;
-    t.preview->start(t.player.program, {});
+    t.preview.start(t.player.program, {});
     QCOMPARE(t.finished.size(), 1); // for nothing is there to play
     const QByteArray film = randomBytes(1, 100'000);
     t.add("b.avi", film);
