@@ -107,11 +107,7 @@ struct PreparedArticle {
         if (*fileName && file.open(QIODevice::ReadOnly))
             mapped = reinterpret_cast<const char *>(file.map(0, file.size()));
         const QByteArray data = DownloadJob::articleData();
-        YencOptions options;
-        options.beginLine = "=ybegin";
-        options.withPartLine = false;
-        options.withEndLine = false;
-        lines = yencArticle("", 0, 1, 2, 1, data, options).sliced(options.beginLine.size() + 2);
+        lines = yencLines(data);
         checksum = QByteArray::number(crc32Of(data), 16).rightJustified(8, '0');
     }
 

@@ -55,14 +55,10 @@ private:
 
 Measurements::Measurements()
 {
-    QString reason;
-    const auto certificate =
-        TestCertificate::signedByAuthority(u"127.0.0.1"_s, {u"IP:127.0.0.1"_s}, &reason);
-    if (!certificate)
-        qFatal("%s", qPrintable(reason));
-    write(certificates.filePath(u"server.pem"_s), certificate->certificate.toPem());
-    write(certificates.filePath(u"key.pem"_s), certificate->key.toPem());
-    write(certificates.filePath(u"authority.pem"_s), certificate->authority.toPem());
+    const TestCertificate certificate(u"127.0.0.1"_s, u"IP:127.0.0.1"_s);
+    write(certificates.filePath(u"server.pem"_s), certificate.server.localCertificate().toPem());
+    write(certificates.filePath(u"key.pem"_s), certificate.server.privateKey().toPem());
+    write(certificates.filePath(u"authority.pem"_s), certificate.authority.toPem());
 }
 
 QList<double> Measurements::run(const QString &client, const Line &line, qint64 articles) const
@@ -101,7 +97,7 @@ int runClient(Measure measure)
     job.connections = arguments.at(8).toInt();
     if (!arguments.at(9).isEmpty())
         job.readSet(arguments.at(9) + ".ids"_L1);
-    const TrustedAuthority trusted(QSslCertificate::fromPath(arguments.at(6)).constFirst());
+    trustOnly(QSslCertificate::fromPath(arguments.at(6)).constFirst());
     // What the program logs on stderr is formatted, but would only be in the table's way.
     qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
         if (type == QtFatalMsg)

@@ -2,102 +2,125 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDir>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <memory>
 
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
-#include "support/files.h"
-#include "support/newsserver.h"
+#include "support/case.h"
 #include "support/posts.h"
+#include "transfer/nntp.h"
+
+/// What a scenario ends with; a row tells the exceptions only.
+struct End {
+    QString status = QStringLiteral("Finished");
+    QStringList damaged = {}; ///< posted files that are other than posted
+    QStringList extra = {}; ///< files on disk beyond those posted
+    QStringList gone = {}; ///< posted files that are not there
+    int jobs = 1; ///< reported as complete
+    QStringList errors = {};
+};
 
 /// An engine with settings and folders of its own, a server for it, and what it has said.
-class EngineFixture {
-public:
+struct EngineFixture {
     explicit EngineFixture(std::unique_ptr<NewsServer> newsServer = std::make_unique<NewsServer>())
         : server(std::move(newsServer))
     {
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir.path());
         engine = std::make_unique<Marlowick>(nullptr, std::chrono::milliseconds(200));
-        QObject::connect(engine.get(), &Marlowick::notice,
-                         [this](int, const QString &msg) { notices << msg; });
-        QObject::connect(engine.get(), &Marlowick::error,
-                         [this](int, const QString &msg) { errors << msg; });
+        const auto keep = [this](auto signal, QStringList &list) {
+            QObject::connect(engine.get(), signal,
+                             [&list](int, const QString &text) { list << text; });
+        };
+        keep(&Marlowick::notice, notices);
+        keep(&Marlowick::error, errors);
         QObject::connect(engine.get(), &Marlowick::fileComplete,
                          [this](NzbFile *file) { completedFiles << file->name(); });
         QObject::connect(engine.get(), &Marlowick::nzbComplete,
                          [this](Nzb *nzb) { completedJobs << nzb->name(); });
-        set("hostname", QStringLiteral("127.0.0.1"));
+        set("hostname", "127.0.0.1");
         set("port", server->serverPort());
         set("threads", 4);
         set("networkTimeout", 30);
         set("downloadFolder", downloads());
     }
 
-    void set(const char *key, const QVariant &value)
-    {
-        engine->settings()->setValue(QLatin1StringView(key), value);
-    }
+    void set(const char *key, const QVariant &value) { engine->settings()->setValue(key, value); }
     void setLogin(const QByteArray &user, const QByteArray &password)
     {
-        set("username", QString::fromLatin1(user));
+        set("username", QString(user));
         set("password", password.toBase64());
     }
+    QString downloads() const { return dir.filePath("downloads"); }
+    QByteArray saved(const QString &path) const { return contentsOf(downloads() + '/' + path); }
 
-    [[nodiscard]] QString downloads() const { return dir.filePath(QStringLiteral("downloads")); }
-    [[nodiscard]] QByteArray saved(const QString &path) const
+    /// Uploads the post @p what and imports its NZB.
+    Nzb *start(const Post &what)
     {
-        return contentsOf(downloads() + u'/' + path);
-    }
-
-    /// Uploads @p post and imports its NZB.
-    Nzb *start(const Post &post)
-    {
-        post.upload(*server);
-        return engine->addNZB(post.writeNzb(dir.path()));
+        what.upload(*server);
+        return engine->addNZB(what.writeNzb(dir.path()));
     }
     /// The same, with every article held back by the server.
-    Nzb *startHeld(const Post &post)
+    Nzb *startHeld(const Post &what)
     {
-        post.upload(*server);
+        what.upload(*server);
         server->holdAll();
-        return engine->addNZB(post.writeNzb(dir.path()));
+        return engine->addNZB(what.writeNzb(dir.path()));
     }
     /// A job of the one file "film.bin" in articles of 1000 bytes, held back by the server.
     Nzb *startHeldFilm(qsizetype size)
     {
-        Post post;
-        post.addYenc(QStringLiteral("film.bin"), randomBytes(1, size), 1000);
-        return startHeld(post);
+        post.addYenc("film.bin", randomBytes(1, size), 1000);
+        return job = startHeld(post);
     }
-    [[nodiscard]] static NzbFile *fileOf(const Nzb *nzb, const QString &name)
+    void run() { job = start(post); }
+    /// What every scenario must leave behind, whatever it was about: the files and nothing else, no
+    /// connection, no article fetched twice but the @p failed ones, and a queue that loads as it
+    /// is.
+    void settled(const End &end = {})
     {
-        for (int i = 0; i < nzb->fileCount(); ++i) {
-            if (nzb->fileAt(i)->name() == name)
-                return nzb->fileAt(i);
+        QTRY_COMPARE_WITH_TIMEOUT(completedJobs.size(), end.jobs, 20'000);
+        QTRY_COMPARE_WITH_TIMEOUT(job->status(), end.status, 20'000);
+        QTRY_COMPARE(engine->connectionCount(), 0);
+        QTRY_COMPARE(server->openConnections(), 0);
+        QTRY_VERIFY(engine->findChildren<NNTP *>().isEmpty());
+        QStringList files = end.extra;
+        for (int i = 0; i < post.fileCount(); ++i) {
+            const PostedFile &file = post.file(i);
+            if (end.gone.contains(file.name))
+                continue;
+            files << file.name;
+            QCOMPARE(contentsOf(job->folder() + '/' + file.name) == file.data,
+                     !end.damaged.contains(file.name));
         }
-        return nullptr;
+        files.sort();
+        QCOMPARE(QDir(job->folder()).entryList(QDir::Files | QDir::Hidden), files);
+        for (const QByteArray &id : server->requested())
+            QVERIFY2(server->bodyCount(id) <= (failed.contains(id) ? 2 : 1), id.constData());
+        QCOMPARE(errors, end.errors);
+        engine->saveQueue();
+        Marlowick next(nullptr);
+        next.loadQueue({});
+        QCOMPARE(next.queue()->last()->status(), end.status);
+        QVERIFY(!next.hasWork());
     }
-    /// The message ids asked for so far, in order.
-    [[nodiscard]] QList<QByteArray> requested() const
+    QList<QByteArray> requested() const { return server->requested(); }
+    static NzbFile *fileOf(const Nzb *nzb, const QString &name)
     {
-        QList<QByteArray> ids;
-        const QList<QByteArray> commands = server->commands();
-        for (const QByteArray &command : commands) {
-            if (command.startsWith("BODY <"))
-                ids << command.sliced(6).chopped(1);
-        }
-        return ids;
+        int i = 0;
+        while (i < nzb->fileCount() && nzb->fileAt(i)->name() != name)
+            ++i;
+        return i < nzb->fileCount() ? nzb->fileAt(i) : nullptr;
     }
 
     QTemporaryDir dir;
     std::unique_ptr<NewsServer> server;
-    QStringList notices;
-    QStringList errors;
-    QStringList completedFiles;
-    QStringList completedJobs;
+    Post post;
+    Nzb *job = nullptr;
+    QSet<QByteArray> failed; ///< ids of articles that may have to be fetched twice
+    QStringList notices, errors, completedFiles, completedJobs;
     std::unique_ptr<Marlowick> engine; // goes first, while the lists are still there
 };

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <linux/capability.h>
+#include <numeric>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -93,12 +94,9 @@ const Case everyKind("every kind of file, twice", [] {
 });
 
 const Case overSsl("over TLS", [] {
-    QString reason;
-    const auto certificate =
-        TestCertificate::signedByAuthority(u"127.0.0.1"_s, {u"IP:127.0.0.1"_s}, &reason);
-    QVERIFY2(certificate, qPrintable(reason));
-    const TrustedAuthority trust(certificate->authority);
-    World t(std::make_unique<NewsServer>(certificate->serverConfiguration()));
+    const TestCertificate certificate(u"127.0.0.1"_s, u"IP:127.0.0.1"_s);
+    trustOnly(certificate.authority);
+    World t(std::make_unique<NewsServer>(certificate.server));
     t.set("ssl", true);
     t.post.addYenc(u"film.bin"_s, randomBytes(4, 300'000), 50'000);
     t.run();
@@ -140,7 +138,7 @@ const Case misfortune("the files come whole after", misfortunes, [](const Misfor
     t.post.addUuencoded(u"text.txt"_s, randomBytes(6, 45 * 60), 30);
     for (const QByteArray &id : {t.post.file(0).id(3), t.post.file(1).id(2)}) {
         t.failed << id;
-        t.server->script({row.event, row.event == "BODY" ? id : QByteArray()}, row.reply, 1);
+        t.server->script(row.event == "BODY" ? When::body(id) : row.event, row.reply, 1);
     }
     t.run();
     for (int drops = row.dropped ? 2 : 0; drops > 0; --drops) {
@@ -170,9 +168,8 @@ const Case damage("damage is booked", damages, [](const Damage &row) {
     World t;
     PostedFile &file = t.post.addYenc(u"film.bin"_s, randomBytes(8, 3000), 1000);
     file.segment(2).onServer = row.contentWhole;
-    const YencOptions options{.withEndLine = !row.endLine.isEmpty(), .endLine = row.endLine};
-    file.segment(2).body =
-        yencArticle("film.bin", 3000, 2, 3, 1001, file.data.sliced(1000, 1000), options);
+    QByteArray &body = file.segment(2).body;
+    body = body.left(body.lastIndexOf("=yend")) + row.endLine + "\r\n";
     t.server->hold(file.id(3)); // a result that completes the file comes after the damage
     t.run();
     QTRY_VERIFY(t.server->waiting().contains(file.id(3)) && t.job->fileAt(0)->isIncomplete());
@@ -197,7 +194,8 @@ const Case parts("uuencoded parts are joined", partRows, [](const Parts &row) {
     World t;
     t.set("threads", 1);
     PostedFile &file = t.post.addUuencoded(u"text.txt"_s, randomBytes(9, 45 * 30), 10);
-    file.subject = QString::fromLatin1(row.name);
+    if (*row.name)
+        file.subject = QString::fromLatin1(row.name);
     if (row.missing)
         file.segment(row.missing).onServer = false;
     t.run();
@@ -228,7 +226,8 @@ const Case rawName("a raw name leads nowhere", [] {
 
 const Case oneByOne("connections open one after another", [] {
     EngineFixture t;
-    t.server->script(When::greeting().onConnection(3), Reply::silence());
+    t.server->script(When::greeting(), Reply(), 2);
+    t.server->script(When::greeting(), Reply::silence());
     t.startHeldFilm(50'000);
     QTRY_COMPARE(t.server->waiting().size(), 2);
     QTRY_COMPARE(t.server->acceptedConnections(), 3);
@@ -279,7 +278,7 @@ const Case order("articles are fetched in order", [] {
     t.start(second);
     QCOMPARE(EngineFixture::fileOf(nzb, u"x.par2"_s)->status(), u"Paused"_s);
     // A segment that comes back is the next that its file hands out.
-    t.server->script(When::body(archive.id(2)), Reply::drop(), 1);
+    t.server->script(When::body(archive.id(2)), Reply().cutAfter(0), 1);
     t.set("threads", 1);
     t.engine->startToDownloadQueue();
     QTRY_COMPARE(t.completedJobs, (QStringList{u"first"_s, u"second"_s}));
@@ -447,17 +446,18 @@ const Case statistics("speed and time left", [] {
                      [&](int speed, quint64 left, int seconds) {
                          told << QList<quint64>{quint64(speed), left, quint64(seconds)};
                      });
+    const auto received = [&] { // a fifth of the speed in a tick
+        return std::accumulate(told.cbegin(), told.cend(), quint64(0),
+                               [](quint64 sum, const auto &row) { return sum + row[0] / 5; });
+    };
     const Nzb *nzb = t.start(post);
     const quint64 film = EngineFixture::fileOf(nzb, u"film.bin"_s)->size();
-    QTRY_VERIFY(told.size() > 1 && told.last().first() == 0); // all came, and then nothing
-    quint64 received = 0;
+    QTRY_VERIFY(received() > 0 && told.last().first() == 0); // all came, and then nothing
     for (const QList<quint64> &row : std::as_const(told)) {
         QCOMPARE(row[0] % 1000, 0u);
         QCOMPARE(row[1], film);
         QCOMPARE(row[2], row[0] ? film / row[0] : 0);
-        received += row[0] / 5; // in a tick
     }
-    QVERIFY(received > 0 && received < 4'000'000);
     told.clear();
     t.engine->closeAllConnections(); // the total shrinks: there is no speed to tell of that tick
     QTRY_VERIFY(!told.isEmpty());

@@ -120,7 +120,7 @@ struct World : EngineFixture {
     {
         const qsizetype place = random.bounded(-1'000, 4'500);
         const Reply late = Reply::ordinary().delayed(random.bounded(200));
-        const Reply replies[] = {late.cutAfter(place),          late.resetAfter(place),
+        const Reply replies[] = {late.cutAfter(place),          late.closeAfter(place),
                                  late.stallAfter(place),        late.splitAt({place, -5}),
                                  Reply::code("400 going"),      Reply::code("480 who"),
                                  Reply::code("gar\xff\x00bage")};

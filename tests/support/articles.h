@@ -2,37 +2,102 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
+#include <QDebug>
 #include <QList>
+#include <QRandomGenerator>
 
-/// How yencArticle() writes, and what it gets wrong on purpose.
-struct YencOptions {
-    int lineLength = 128;
-    bool withPartLine = true; ///< "=ypart"
-    bool withEndLine = true; ///< "=yend"
-    QByteArray beginLine = {}; ///< stands for the "=ybegin" line, without a line end
-    QByteArray endLine = {}; ///< stands for the "=yend" line, without a line end
-};
+#include <algorithm>
+#include <random>
+#include <zlib.h>
+
+/// CRC-32 as in zlib.
+inline quint32 crc32Of(const QByteArray &data)
+{
+    return quint32(crc32(0, reinterpret_cast<const Bytef *>(data.constData()), uInt(data.size())));
+}
+
+/// The same bytes for the same seed, on every machine.
+inline QByteArray randomBytes(quint32 seed, qsizetype size)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    std::generate(bytes.begin(), bytes.end(), [generator = std::mt19937(seed)]() mutable {
+        return static_cast<char>(generator());
+    });
+    return bytes;
+}
+
+/// Other numbers in each run; prints the seed that gives them again.
+inline QRandomGenerator seededRandom()
+{
+    const quint32 seed = QRandomGenerator::system()->generate();
+    qInfo("seed %u", seed);
+    return QRandomGenerator(seed);
+}
+
+/// Doubles the dot at the start of each line (RFC 3977, 3.1.1). @p lines have CR LF line ends.
+inline QByteArray dotStuffed(const QByteArray &lines)
+{
+    return QByteArray("\r\n" + lines).replace("\r\n.", "\r\n..").sliced(2);
+}
+
+/// The lines of @p data in yEnc, as they go over the wire.
+inline QByteArray yencLines(const QByteArray &data, int lineLength = 128)
+{
+    static const QByteArray critical("\0\r\n=", 4);
+    QByteArray lines;
+    qsizetype start = 0;
+    for (const char byte : data) {
+        if (lines.size() - start >= lineLength) {
+            lines += "\r\n";
+            start = lines.size();
+        }
+        const auto code = static_cast<char>(byte + 42);
+        if (critical.contains(code))
+            lines += '=';
+        lines += critical.contains(code) ? static_cast<char>(code + 64) : code;
+    }
+    return dotStuffed(data.isEmpty() ? lines : lines + "\r\n");
+}
 
 /// A body in yEnc 1.3, as NewsServer::addArticle() takes it: CR LF line ends, dot-stuffed.
 /// With @p total 1 it is a single-part one, without "part=" and "=ypart".
 /// @param begin  1-based offset of the part's first byte within the file
-[[nodiscard]] QByteArray yencArticle(const QByteArray &name, qint64 fileSize, int part, int total,
-                                     qint64 begin, const QByteArray &data,
-                                     const YencOptions &options = {});
+inline QByteArray yencArticle(const QByteArray &name, qint64 fileSize, int part, int total,
+                              qint64 begin, const QByteArray &data, int lineLength = 128)
+{
+    const auto field = [](const char *key, qint64 value) -> QByteArray {
+        return QByteArray(key) + QByteArray::number(value);
+    };
+    QByteArray text = "=ybegin";
+    if (total > 1)
+        text += field(" part=", part) + field(" total=", total);
+    text += field(" line=", lineLength) + field(" size=", fileSize) + " name=" + name + "\r\n";
+    if (total > 1)
+        text += field("=ypart begin=", begin) + field(" end=", begin + data.size() - 1) + "\r\n";
+    text += yencLines(data, lineLength) + field("=yend size=", data.size());
+    text += total > 1 ? field(" part=", part) + " pcrc32=" : QByteArray(" crc32=");
+    return text + QByteArray::number(crc32Of(data), 16).rightJustified(8, '0') + "\r\n";
+}
 
 /// The bodies of one uuencoded file, 45 bytes a line: the first starts with "begin", the last ends
 /// with the grave accent line and "end". Lines are not dot-stuffed; only a line of 14 bytes, which
 /// the file's last line can be, starts with a dot.
-/// @param mode  octal, such as 0644
-[[nodiscard]] QList<QByteArray> uuencodeArticles(const QByteArray &name, int mode,
-                                                 const QByteArray &data, int linesPerArticle);
-
-/// Doubles the dot at the start of each line (RFC 3977, 3.1.1). @p lines have CR LF line ends.
-[[nodiscard]] QByteArray dotStuffed(const QByteArray &lines);
-
-/// CRC-32 as in zlib.
-[[nodiscard]] quint32 crc32Of(const QByteArray &data);
-
-/// The same bytes for the same seed, on every machine.
-[[nodiscard]] QByteArray randomBytes(quint32 seed, qsizetype size);
+inline QList<QByteArray> uuencodeArticles(const QByteArray &name, const QByteArray &data,
+                                          int linesPerArticle)
+{
+    static const QByteArray base64 =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const auto digit = [](qsizetype six) { return six > 0 ? static_cast<char>(six + 32) : '`'; };
+    QList<QByteArray> articles{"begin 644 " + name + "\r\n"};
+    for (qsizetype at = 0; at < data.size(); at += 45) {
+        if (at > 0 && at % (45 * linesPerArticle) == 0)
+            articles << QByteArray();
+        const QByteArray line = data.mid(at, 45);
+        articles.last() += digit(line.size());
+        for (const char same : line.toBase64()) // the same six bits; none for the padding
+            articles.last() += digit(base64.indexOf(same));
+        articles.last() += "\r\n";
+    }
+    articles.last() += "`\r\nend\r\n";
+    return articles;
+}

@@ -8,14 +8,14 @@ class Cases final : public QObject {
 private slots:
     void test_data()
     {
-        QTest::addColumn<std::size_t>("number");
-        for (std::size_t i = 0; i < Case::all().size(); ++i)
-            QTest::newRow(Case::all()[i].first.constData()) << i;
+        QTest::addColumn<qsizetype>("number");
+        for (qsizetype i = 0; i < Case::all.size(); ++i)
+            QTest::newRow(Case::all[i].first.constData()) << i;
     }
     void test()
     {
-        QFETCH(std::size_t, number);
-        Case::all()[number].second();
+        QFETCH(qsizetype, number);
+        Case::all[number].second();
     }
 };
 

@@ -5,259 +5,183 @@
 #include <QSslSocket>
 #include <QTimer>
 
-#include <algorithm>
 #include <sys/socket.h>
-
-namespace {
-
-constexpr int pieceGap = 2; // milliseconds
-
-/// The id that a BODY command names; empty for other commands.
-QByteArray articleOf(const QByteArray &command)
-{
-    return command.startsWith("BODY <") ? command.sliced(6).chopped(1) : QByteArray();
-}
-
-} // namespace
 
 /// The server's end of one connection. It answers one command at a time: the next command of a
 /// client that does not wait stays unread until the reply has left.
 class NewsConnection final : public QObject {
 public:
-    /// A QSslSocket not yet encrypted stands for implicit TLS.
-    NewsConnection(NewsServer *owner, QTcpSocket *link, int order);
+    NewsConnection(NewsServer *owner, qintptr descriptor)
+        : QObject(owner)
+        , server(owner)
+    {
+        socket->setSocketDescriptor(descriptor);
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        connect(socket, &QSslSocket::readyRead, this, &NewsConnection::readCommands);
+        connect(socket, &QSslSocket::disconnected, this, [this] {
+            server->connections.removeOne(this);
+            deleteLater();
+        });
+        connect(socket, &QSslSocket::encrypted, this, [this] { answer("(greeting)"); });
+        if (server->ssl) {
+            socket->setSslConfiguration(*server->ssl);
+            socket->startServerEncryption();
+        } else {
+            answer("(greeting)");
+        }
+    }
 
-    /// Does what the script says about the accept, then greets the client.
-    void start();
-    void cut() { socket->abort(); }
+    /// Lets the reply leave, unless the server holds its article back.
+    void proceed()
+    {
+        if (waiting && !server->held.contains(article))
+            QTimer::singleShot(reply.delay, this, &NewsConnection::send);
+        waiting = waiting && server->held.contains(article);
+    }
 
-    QByteArray waitingFor; ///< the held article that the client waits for
+    QByteArray article; ///< asked for last
+    bool waiting = false; ///< for its release
 
 private:
-    void greet();
-    void readCommands();
-    void answer(const QByteArray &command);
-    [[nodiscard]] QByteArray ordinaryAnswer(const QByteArray &command);
-    void send(const Reply &how, const QByteArray &ordinary);
-    void sendHeld();
-    void sendPiece();
-    void pieceWritten();
-    void endReply();
-
-    NewsServer *server;
-    QTcpSocket *socket;
-    const int number;
-    QByteArray user;
-    bool loggedIn = false;
-    bool quitting = false;
-    bool busy = true; ///< a reply, the greeting's too, is under way
-    bool writing = false; ///< a piece of it is still in the socket's buffer
-    Reply reply;
-    QList<QByteArray> pieces;
-};
-
-NewsConnection::NewsConnection(NewsServer *owner, QTcpSocket *link, int order)
-    : QObject(owner)
-    , server(owner)
-    , socket(link)
-    , number(order)
-{
-    socket->setParent(this);
-    connect(socket, &QTcpSocket::readyRead, this, &NewsConnection::readCommands);
-    connect(socket, &QTcpSocket::bytesWritten, this, &NewsConnection::pieceWritten);
-    connect(server, &NewsServer::released, this, &NewsConnection::sendHeld);
-    connect(socket, &QTcpSocket::disconnected, this, [this] {
-        waitingFor.clear();
-        server->connections.removeOne(this);
-        deleteLater();
-    });
-    if (auto *secure = qobject_cast<QSslSocket *>(socket)) {
-        connect(secure, &QSslSocket::encryptedBytesWritten, this, &NewsConnection::pieceWritten);
-        connect(secure, &QSslSocket::encrypted, this, &NewsConnection::greet);
+    void readCommands()
+    {
+        while (!busy && socket->canReadLine()) {
+            const QByteArray command = socket->readLine().trimmed();
+            server->log << command;
+            said += command + '\n';
+            article = command.startsWith("BODY <") ? command.sliced(6).chopped(1) : "";
+            answer(command);
+        }
     }
-}
 
-void NewsConnection::start()
-{
-    reply = server->takeReply(number, "(accept)");
-    QTimer::singleShot(reply.delay, this, [this] {
-        auto *secure = qobject_cast<QSslSocket *>(socket);
-        if (reply.end != Reply::End::KeepOpen)
+    void answer(const QByteArray &event)
+    {
+        busy = waiting = true;
+        reply = server->replyTo(event);
+        text = reply.replacement ? *reply.replacement : ordinaryAnswer(event);
+        sent = 0;
+        proceed();
+    }
+
+    QByteArray ordinaryAnswer(const QByteArray &event)
+    {
+        const bool known = said.contains(server->login);
+        quitting = event == "QUIT";
+        if (event == "(greeting)" || quitting)
+            return quitting ? "205 bye\r\n" : "200 test news server ready\r\n";
+        if (event.startsWith("AUTHINFO USER "))
+            return "381 password required\r\n";
+        if (event.startsWith("AUTHINFO PASS "))
+            return known ? "281 welcome\r\n" : "481 wrong user or password\r\n";
+        if (article.isEmpty() || !known)
+            return known ? "500 unknown command\r\n" : "480 login required\r\n";
+        if (!server->articles.contains(article))
+            return "430 no such article\r\n";
+        return "222 0 <" + article + ">\r\n" + server->articles[article] + ".\r\n";
+    }
+
+    /// The next piece, once the one before has left. Never within a signal of the socket, which
+    /// would crash on its return if it was aborted there.
+    void send()
+    {
+        const auto offset = [&](qsizetype at) {
+            return std::clamp<qsizetype>(at < 0 ? text.size() + at : at, 0, text.size());
+        };
+        const qsizetype end = offset(reply.endAt);
+        if (socket->bytesToWrite() + socket->encryptedBytesToWrite() == 0) {
+            if (sent >= end)
+                return endReply();
+            qsizetype next = end;
+            for (const qsizetype split : reply.splits)
+                next = offset(split) > sent ? std::min(next, offset(split)) : next;
+            socket->write(text.sliced(sent, next - sent));
+            socket->flush();
+            server->sent += next - sent;
+            sent = next;
+        }
+        if (sent == end && reply.end == Reply::KeepOpen)
             endReply();
-        else if (secure)
-            secure->startServerEncryption();
-        else
-            greet();
-    });
-}
-
-void NewsConnection::greet()
-{
-    send(server->takeReply(number, "(greeting)"), "200 test news server ready\r\n");
-}
-
-void NewsConnection::readCommands()
-{
-    while (!busy && socket->canReadLine())
-        answer(socket->readLine().trimmed());
-}
-
-void NewsConnection::answer(const QByteArray &command)
-{
-    busy = true;
-    server->log_.append({server->clock.elapsed(), number, command});
-    const Reply scripted = server->takeReply(number, command);
-    if (const QByteArray id = articleOf(command); server->held.contains(id))
-        waitingFor = id;
-    send(scripted, scripted.replacement ? *scripted.replacement : ordinaryAnswer(command));
-}
-
-QByteArray NewsConnection::ordinaryAnswer(const QByteArray &command)
-{
-    if (command.startsWith("AUTHINFO USER ")) {
-        user = command.sliced(14);
-        return "381 password required\r\n";
+        else // The peer may be in this event loop and is to read before.
+            QTimer::singleShot(2, this, &NewsConnection::send);
     }
-    if (command.startsWith("AUTHINFO PASS ")) {
-        loggedIn = !user.isEmpty() && server->knows(user, command.sliced(14));
-        return user.isEmpty() ? "482 the user comes first\r\n"
-               : loggedIn     ? "281 welcome\r\n"
-                              : "481 wrong user or password\r\n";
-    }
-    quitting = command == "QUIT";
-    if (quitting)
-        return "205 bye\r\n";
-    const QByteArray id = articleOf(command);
-    if (id.isEmpty())
-        return "500 unknown command\r\n";
-    if (!loggedIn && server->loginNeeded)
-        return "480 login required\r\n";
-    if (!server->articles.contains(id))
-        return "430 no such article\r\n";
-    return "222 0 <" + id + ">\r\n" + server->articles.value(id) + ".\r\n";
-}
 
-void NewsConnection::send(const Reply &how, const QByteArray &ordinary)
-{
-    reply = how;
-    pieces = how.pieces(how.replacement.value_or(ordinary));
-    if (waitingFor.isEmpty())
-        QTimer::singleShot(how.delay, this, &NewsConnection::sendPiece);
-}
-
-void NewsConnection::sendHeld()
-{
-    if (waitingFor.isEmpty() || server->held.contains(waitingFor))
-        return;
-    waitingFor.clear();
-    QTimer::singleShot(reply.delay, this, &NewsConnection::sendPiece);
-}
-
-void NewsConnection::sendPiece()
-{
-    if (pieces.isEmpty())
-        return endReply();
-    if (socket->state() != QAbstractSocket::ConnectedState)
-        return;
-    const QByteArray piece = pieces.takeFirst();
-    server->sent += piece.size();
-    writing = true;
-    socket->write(piece);
-    socket->flush();
-    pieceWritten();
-}
-
-void NewsConnection::pieceWritten()
-{
-    const auto *secure = qobject_cast<QSslSocket *>(socket);
-    if (!writing || socket->bytesToWrite() > 0 || (secure && secure->encryptedBytesToWrite() > 0))
-        return;
-    writing = false;
-    // What follows must not run from here: this may be a signal from within flush(), and a TLS
-    // socket that is aborted there crashes on its return.
-    const auto next = [this] {
-        QMetaObject::invokeMethod(this, &NewsConnection::sendPiece, Qt::QueuedConnection);
-    };
-    if (pieces.isEmpty() && reply.end != Reply::End::Reset)
-        next();
-    else // The timer alone may run ahead of a peer in this event loop that is still to read.
-        QTimer::singleShot(pieceGap, this, next);
-}
-
-void NewsConnection::endReply()
-{
-    if (reply.end == Reply::End::Reset) {
-        const linger atOnce{.l_onoff = 1, .l_linger = 0};
-        setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
-                   sizeof atOnce);
-    }
-    if (reply.end == Reply::End::Reset || reply.end == Reply::End::Cut) {
-        cut();
-    } else if (reply.end == Reply::End::Close || (reply.end == Reply::End::KeepOpen && quitting)) {
-        socket->disconnectFromHost();
-    } else if (reply.end == Reply::End::KeepOpen) {
-        busy = false;
+    void endReply()
+    {
+        constexpr linger atOnce{.l_onoff = 1, .l_linger = 0};
+        if (reply.end == Reply::Reset)
+            setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
+                       sizeof atOnce);
+        if (reply.end == Reply::Reset || reply.end == Reply::Cut)
+            return socket->abort();
+        if (reply.end == Reply::Close || (reply.end == Reply::KeepOpen && quitting))
+            return socket->disconnectFromHost();
+        busy = reply.end == Reply::Stall;
         readCommands();
     }
-}
+
+    NewsServer *server;
+    QSslSocket *const socket = new QSslSocket(this);
+    QByteArray said; ///< all commands so far
+    bool quitting = false;
+    bool busy = true; ///< a reply, the greeting's too, is under way
+    Reply reply;
+    QByteArray text;
+    qsizetype sent = 0; ///< of the text
+};
 
 NewsServer::NewsServer(std::optional<QSslConfiguration> configuration)
     : ssl(std::move(configuration))
 {
-    clock.start();
     if (!listen(QHostAddress::LocalHost))
         qFatal("The news server cannot listen: %s", qPrintable(errorString()));
 }
 
-NewsServer::~NewsServer() { qDeleteAll(std::exchange(connections, {})); }
-
-Reply NewsServer::takeReply(int connection, const QByteArray &event)
+void NewsServer::releaseAll()
 {
-    const auto rule = std::find_if(rules.begin(), rules.end(), [&](const Rule &candidate) {
-        return candidate.usesLeft != 0 && candidate.when.matches(event, connection);
-    });
-    if (rule == rules.end())
-        return choose ? choose(event) : Reply::ordinary();
-    if (rule->usesLeft > 0)
-        --rule->usesLeft;
-    return rule->reply;
+    held.clear();
+    release({});
+}
+
+void NewsServer::release(const QByteArray &id)
+{
+    held.remove(id);
+    for (NewsConnection *connection : std::as_const(connections))
+        connection->proceed();
 }
 
 QList<QByteArray> NewsServer::waiting() const
 {
     QList<QByteArray> ids;
     for (const NewsConnection *connection : connections) {
-        if (!connection->waitingFor.isEmpty())
-            ids.append(connection->waitingFor);
+        if (connection->waiting)
+            ids << connection->article;
     }
     return ids;
 }
 
-QList<QByteArray> NewsServer::commands(int number) const
+QList<QByteArray> NewsServer::requested() const
 {
-    QList<QByteArray> texts;
-    for (const Command &command : log_) {
-        if (number == 0 || command.connection == number)
-            texts.append(command.text);
-    }
-    return texts;
+    QList<QByteArray> ids = log;
+    ids.removeIf([](const QByteArray &command) { return !command.startsWith("BODY <"); });
+    for (QByteArray &id : ids)
+        id = id.sliced(6).chopped(1);
+    return ids;
 }
 
-int NewsServer::bodyCount(const QByteArray &id) const
+Reply NewsServer::replyTo(const QByteArray &event)
 {
-    return static_cast<int>(commands().count("BODY <" + id + ">"));
+    for (Rule &rule : rules) {
+        if (event.startsWith(rule.when) && rule.usesLeft != 0) {
+            rule.usesLeft -= rule.usesLeft > 0 ? 1 : 0;
+            return rule.reply;
+        }
+    }
+    return choose ? choose(event) : Reply();
 }
 
 void NewsServer::incomingConnection(qintptr descriptor)
 {
-    acceptTimes_.append(clock.elapsed());
-    auto *socket = ssl ? new QSslSocket : new QTcpSocket;
-    socket->setSocketDescriptor(descriptor);
-    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    if (auto *secure = qobject_cast<QSslSocket *>(socket))
-        secure->setSslConfiguration(*ssl);
-    auto *connection = new NewsConnection(this, socket, acceptedConnections());
-    connections.append(connection);
+    times << QDeadlineTimer::current().deadline();
+    connections << new NewsConnection(this, descriptor);
     most = std::max(most, openConnections());
-    connection->start();
 }

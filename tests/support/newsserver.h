@@ -2,15 +2,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QSet>
 #include <QSslConfiguration>
 #include <QTcpServer>
 
 #include <functional>
-#include <optional>
-#include <utility>
 
 #include "support/reply.h"
 
@@ -18,23 +16,14 @@ class NewsConnection;
 
 /// A scripted news server on 127.0.0.1 for tests: the part of RFC 3977 and RFC 4643 that a reader
 /// of article bodies uses, plain or with implicit TLS, which misbehaves where the script says so.
-/// It lives in the thread that made it and needs that thread's event loop.
+/// It lives in the thread that made it and needs that thread's event loop. Message ids are without
+/// angle brackets.
 class NewsServer final : public QTcpServer {
-    Q_OBJECT
-
 public:
-    struct Command {
-        qint64 time; ///< in milliseconds since the server was made
-        int connection; ///< from 1, in order of accept
-        QByteArray text; ///< without the line end
-    };
-
     /// Listens at once, on a port that the system chooses; with a configuration by implicit TLS,
-    /// see TestCertificate::serverConfiguration().
+    /// see TestCertificate::server.
     explicit NewsServer(std::optional<QSslConfiguration> configuration = {});
-    ~NewsServer() override;
 
-    /// @param id    without angle brackets
     /// @param body  as it goes over the wire: CR LF line ends, dot-stuffed (see dotStuffed()),
     ///     without the final dot line
     void addArticle(const QByteArray &id, const QByteArray &body) { articles.insert(id, body); }
@@ -44,87 +33,66 @@ public:
     /// demand every login is accepted.
     void requireLogin(const QByteArray &name, const QByteArray &secret)
     {
-        user = name;
-        password = secret;
-        loginNeeded = true;
+        login = "AUTHINFO USER " + name + "\nAUTHINFO PASS " + secret + '\n';
     }
 
-    /// Adds a rule. Of the rules that match an event the first added with uses left is carried
-    /// out and loses one use. @p uses below 0 is without end.
-    void script(const When &when, const Reply &reply, int uses = -1)
+    /// Adds a rule for events that start with @p when. Of the rules that match an event the first
+    /// added with uses left is carried out and loses one use. @p uses below 0 is without end.
+    void script(const QByteArray &when, const Reply &how, int uses = -1)
     {
-        rules.append({when, reply, uses});
+        rules << Rule{when, how, uses};
     }
     void clearScript() { rules.clear(); }
-    /// Asks @p chooser at each event that no rule is for, with a text that starts as When's does.
+    /// Asks @p chooser at each event that no rule is for.
     void chooseReplies(const std::function<Reply(const QByteArray &)> &chooser)
     {
         choose = chooser;
     }
 
-    /// A held article's reply waits for release() or releaseAll(); other rules still apply to it.
+    /// A held article's reply waits for its release; other rules still apply to it.
     void hold(const QByteArray &id) { held.insert(id); }
     /// Holds every article that the server has now.
     void holdAll() { held = {articles.keyBegin(), articles.keyEnd()}; }
-    void release(const QByteArray &id)
-    {
-        held.remove(id);
-        emit released();
-    }
-    void releaseAll()
-    {
-        held.clear();
-        emit released();
-    }
+    void release(const QByteArray &id);
+    void releaseAll();
     /// The held articles that a connection waits for at present.
-    [[nodiscard]] QList<QByteArray> waiting() const;
+    QList<QByteArray> waiting() const;
 
-    [[nodiscard]] const QList<Command> &log() const { return log_; }
-    /// What connection @p number sent, in order, without line ends; 0 stands for all connections.
-    [[nodiscard]] QList<QByteArray> commands(int number = 0) const;
-    [[nodiscard]] int bodyCount(const QByteArray &id) const;
-    [[nodiscard]] int openConnections() const { return static_cast<int>(connections.size()); }
-    [[nodiscard]] int mostConnections() const { return most; }
-    /// Connections since the start, refused ones included.
-    [[nodiscard]] int acceptedConnections() const { return static_cast<int>(acceptTimes_.size()); }
-    /// When each of them came, in milliseconds since the server was made.
-    [[nodiscard]] const QList<qint64> &acceptTimes() const { return acceptTimes_; }
+    /// What all connections have sent, in order, without line ends.
+    const QList<QByteArray> &commands() const { return log; }
+    /// The message ids asked for so far, in order.
+    QList<QByteArray> requested() const;
+    int bodyCount(const QByteArray &id) const { return int(requested().count(id)); }
     /// Bytes of replies, before encryption.
-    [[nodiscard]] qint64 bytesSent() const { return sent; }
-
-signals:
-    void released();
+    qint64 bytesSent() const { return sent; }
+    int openConnections() const { return int(connections.size()); }
+    int mostConnections() const { return most; }
+    /// Connections since the start, refused ones included.
+    int acceptedConnections() const { return int(times.size()); }
+    /// When each of them came, in milliseconds.
+    const QList<qint64> &acceptTimes() const { return times; }
 
 protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
     friend class NewsConnection;
-
     struct Rule {
-        When when;
+        QByteArray when;
         Reply reply;
         int usesLeft;
     };
-
-    [[nodiscard]] Reply takeReply(int connection, const QByteArray &event);
-    [[nodiscard]] bool knows(const QByteArray &name, const QByteArray &secret) const
-    {
-        return !loginNeeded || (name == user && secret == password);
-    }
+    Reply replyTo(const QByteArray &event);
 
     std::optional<QSslConfiguration> ssl;
     QHash<QByteArray, QByteArray> articles;
-    QByteArray user;
-    QByteArray password;
-    bool loginNeeded = false;
+    QByteArray login; ///< the lines that are demanded
     QList<Rule> rules;
     std::function<Reply(const QByteArray &)> choose;
     QSet<QByteArray> held;
     QList<NewsConnection *> connections;
-    QElapsedTimer clock;
-    QList<Command> log_;
-    QList<qint64> acceptTimes_;
+    QList<QByteArray> log;
+    QList<qint64> times;
     int most = 0;
     qint64 sent = 0;
 };

@@ -22,10 +22,10 @@ const QByteArray longFilm = yencArticle("film", 300'000, 1, 1, 1, randomBytes(7,
 /// A server with one article, a connection to it, and what that says.
 struct World {
     explicit World(const std::optional<TestCertificate> &made = {})
-        : server(made ? std::optional(made->serverConfiguration()) : std::nullopt)
+        : server(made ? std::optional(made->server) : std::nullopt)
     {
         if (made)
-            trust.emplace(made->authority);
+            trustOnly(made->authority);
         nntp = new NNTP("127.0.0.1", server.serverPort(), "joe", "500\t no", bool(made), nullptr);
         server.requireLogin("joe", "500 no");
         server.addArticle("a@b", film);
@@ -47,7 +47,6 @@ struct World {
 
     QTemporaryDir dir;
     NewsServer server;
-    std::optional<TrustedAuthority> trust;
     NzbFile file{nullptr, "\"film\" (1/3)", {}, 0, 0, 0, false, 0, false};
     bool deletes = false; ///< the connection, as soon as it says anything
     QString said;
@@ -103,7 +102,7 @@ const Case talk("the server talks", talks, [](const Talk &row) {
         [](QtMsgType, const QMessageLogContext &, const QString &line) { logged << line; });
     const auto restore = qScopeGuard([printer] { qInstallMessageHandler(printer); });
     for (int way = 0; way < row.ways; ++way) {
-        static const auto made = TestCertificate::signedByAuthority("127.0.0.1", {"IP:127.0.0.1"});
+        static const std::optional made = TestCertificate("127.0.0.1", "IP:127.0.0.1");
         World t(way % 2 ? made : std::nullopt);
         t.deletes = way > 1;
         t.server.script(When::command(row.to), row.reply, 1);
@@ -118,7 +117,7 @@ const Case talk("the server talks", talks, [](const Talk &row) {
 });
 
 const Case terminator("a terminator is found wherever TLS cuts it", [] {
-    World t(TestCertificate::signedByAuthority("127.0.0.1", {"IP:127.0.0.1"}));
+    World t(TestCertificate("127.0.0.1", "IP:127.0.0.1"));
     for (int round = 0; round < 30; ++round) {
         // TLS is decrypted by 4096 bytes.
         const QByteArray reply =

@@ -7,7 +7,6 @@
 #include "support/articles.h"
 #include "support/case.h"
 #include "support/files.h"
-#include "support/seededrandom.h"
 #include "transfer/uudecoder.h"
 #include "transfer/yencdecoder.h"
 
