@@ -6,7 +6,6 @@
 #include <QList>
 #include <QRandomGenerator>
 
-#include <algorithm>
 #include <random>
 #include <zlib.h>
 
@@ -20,9 +19,9 @@ inline quint32 crc32Of(const QByteArray &data)
 inline QByteArray randomBytes(quint32 seed, qsizetype size)
 {
     QByteArray bytes(size, Qt::Uninitialized);
-    std::generate(bytes.begin(), bytes.end(), [generator = std::mt19937(seed)]() mutable {
-        return static_cast<char>(generator());
-    });
+    std::mt19937 generator(seed);
+    for (char &byte : bytes)
+        byte = char(generator());
     return bytes;
 }
 
@@ -51,10 +50,10 @@ inline QByteArray yencLines(const QByteArray &data, int lineLength = 128)
             lines += "\r\n";
             start = lines.size();
         }
-        const auto code = static_cast<char>(byte + 42);
+        const auto code = char(byte + 42);
         if (critical.contains(code))
             lines += '=';
-        lines += critical.contains(code) ? static_cast<char>(code + 64) : code;
+        lines += critical.contains(code) ? char(code + 64) : code;
     }
     return dotStuffed(data.isEmpty() ? lines : lines + "\r\n");
 }
@@ -87,7 +86,7 @@ inline QList<QByteArray> uuencodeArticles(const QByteArray &name, const QByteArr
 {
     static const QByteArray base64 =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    const auto digit = [](qsizetype six) { return six > 0 ? static_cast<char>(six + 32) : '`'; };
+    const auto digit = [](qsizetype six) { return six > 0 ? char(six + 32) : '`'; };
     QList<QByteArray> articles{"begin 644 " + name + "\r\n"};
     for (qsizetype at = 0; at < data.size(); at += 45) {
         if (at > 0 && at % (45 * linesPerArticle) == 0)

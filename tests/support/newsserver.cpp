@@ -5,8 +5,6 @@
 #include <QSslSocket>
 #include <QTimer>
 
-#include <sys/socket.h>
-
 /// The server's end of one connection. It answers one command at a time: the next command of a
 /// client that does not wait stays unread until the reply has left.
 class NewsConnection final : public QObject {
@@ -50,6 +48,8 @@ private:
             server->log << command;
             said += command + '\n';
             article = command.startsWith("BODY <") ? command.sliced(6).chopped(1) : "";
+            if (!article.isEmpty())
+                server->asked << article;
             answer(command);
         }
     }
@@ -107,11 +107,7 @@ private:
 
     void endReply()
     {
-        constexpr linger atOnce{.l_onoff = 1, .l_linger = 0};
-        if (reply.end == Reply::Reset)
-            setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
-                       sizeof atOnce);
-        if (reply.end == Reply::Reset || reply.end == Reply::Cut)
+        if (reply.end == Reply::Cut)
             return socket->abort();
         if (reply.end == Reply::Close || (reply.end == Reply::KeepOpen && quitting))
             return socket->disconnectFromHost();
@@ -129,19 +125,6 @@ private:
     qsizetype sent = 0; ///< of the text
 };
 
-NewsServer::NewsServer(std::optional<QSslConfiguration> configuration)
-    : ssl(std::move(configuration))
-{
-    if (!listen(QHostAddress::LocalHost))
-        qFatal("The news server cannot listen: %s", qPrintable(errorString()));
-}
-
-void NewsServer::releaseAll()
-{
-    held.clear();
-    release({});
-}
-
 void NewsServer::release(const QByteArray &id)
 {
     held.remove(id);
@@ -156,15 +139,6 @@ QList<QByteArray> NewsServer::waiting() const
         if (connection->waiting)
             ids << connection->article;
     }
-    return ids;
-}
-
-QList<QByteArray> NewsServer::requested() const
-{
-    QList<QByteArray> ids = log;
-    ids.removeIf([](const QByteArray &command) { return !command.startsWith("BODY <"); });
-    for (QByteArray &id : ids)
-        id = id.sliced(6).chopped(1);
     return ids;
 }
 

@@ -22,7 +22,11 @@ class NewsServer final : public QTcpServer {
 public:
     /// Listens at once, on a port that the system chooses; with a configuration by implicit TLS,
     /// see TestCertificate::server.
-    explicit NewsServer(std::optional<QSslConfiguration> configuration = {});
+    explicit NewsServer(const std::optional<QSslConfiguration> &configuration = {})
+    {
+        ssl = configuration;
+        listen(QHostAddress::LocalHost);
+    }
 
     /// @param body  as it goes over the wire: CR LF line ends, dot-stuffed (see dotStuffed()),
     ///     without the final dot line
@@ -54,15 +58,19 @@ public:
     /// Holds every article that the server has now.
     void holdAll() { held = {articles.keyBegin(), articles.keyEnd()}; }
     void release(const QByteArray &id);
-    void releaseAll();
+    void releaseAll()
+    {
+        held.clear();
+        release({});
+    }
     /// The held articles that a connection waits for at present.
     QList<QByteArray> waiting() const;
 
     /// What all connections have sent, in order, without line ends.
-    const QList<QByteArray> &commands() const { return log; }
+    const QByteArrayList &commands() const { return log; }
     /// The message ids asked for so far, in order.
-    QList<QByteArray> requested() const;
-    int bodyCount(const QByteArray &id) const { return int(requested().count(id)); }
+    const QByteArrayList &requested() const { return asked; }
+    int bodyCount(const QByteArray &id) const { return int(asked.count(id)); }
     /// Bytes of replies, before encryption.
     qint64 bytesSent() const { return sent; }
     int openConnections() const { return int(connections.size()); }
@@ -91,7 +99,8 @@ private:
     std::function<Reply(const QByteArray &)> choose;
     QSet<QByteArray> held;
     QList<NewsConnection *> connections;
-    QList<QByteArray> log;
+    QByteArrayList log;
+    QByteArrayList asked;
     QList<qint64> times;
     int most = 0;
     qint64 sent = 0;

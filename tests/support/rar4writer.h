@@ -50,36 +50,32 @@ inline QByteArray rar4Piece(const Rar4Member &member, qsizetype from, qsizetype 
 }
 
 /// A set in the format of RAR 2.9 to 4, stored, with the old volume names: "x.rar", "x.r00", ...
-/// @param dataPerVolume  bytes of members' data in a volume; 0 for a single volume
+/// @param dataPerVolume  bytes of members' data in a volume
 inline RarVolumes rar4Set(const QString &stem, const QList<Rar4Member> &members,
-                          qsizetype dataPerVolume = 0)
+                          qsizetype dataPerVolume = std::numeric_limits<qsizetype>::max())
 {
     QByteArrayList contents(1);
     qsizetype room = dataPerVolume;
     for (const Rar4Member &member : members) {
         qsizetype from = 0;
         do {
-            if (dataPerVolume > 0 && room == 0) {
+            if (room == 0)
                 contents << QByteArray();
-                room = dataPerVolume;
-            }
-            const qsizetype rest = member.data.size() - from;
-            const qsizetype length = dataPerVolume > 0 ? std::min(room, rest) : rest;
+            room = room == 0 ? dataPerVolume : room;
+            const qsizetype length = std::min(room, member.data.size() - from);
             contents.last() += rar4Piece(member, from, length);
             from += length;
             room -= length;
         } while (from < member.data.size());
     }
     RarVolumes volumes;
-    for (const QByteArray &content : std::as_const(contents)) {
-        const qsizetype number = volumes.size();
-        const QString old = QString(".r%1").arg(number - 1, 2, 10, QChar(u'0'));
-        const int flags = dataPerVolume == 0 ? 0 : number == 0 ? 0x101 : 1; // volume, and first one
-        const int next = number + 1 < contents.size() ? 1 : 0;
-        volumes.append({stem + (number == 0 ? ".rar" : old),
-                        QByteArray("Rar!\x1a\x07\0", 7)
-                            + rar4Block(0x73, flags, QByteArray(6, '\0')) + content
-                            + rar4Block(0x7b, 0x4000 | next, {})});
+    for (qsizetype i = 0; i < contents.size(); ++i) {
+        const QString suffix = i ? QString(".r%1").arg(i - 1, 2, 10, QChar(u'0')) : ".rar";
+        const int flags = contents.size() == 1 ? 0 : i == 0 ? 0x101 : 1; // volume, and first one
+        const int more = i + 1 < contents.size() ? 1 : 0;
+        const QByteArray start =
+            "Rar!\x1a\x07" + QByteArray(1, '\0') + rar4Block(0x73, flags, QByteArray(6, '\0'));
+        volumes.append({stem + suffix, start + contents[i] + rar4Block(0x7b, 0x4000 | more, {})});
     }
     return volumes;
 }

@@ -19,7 +19,6 @@ struct Reply {
         Cut, ///< the socket is closed without a TLS or NNTP good-bye
         Close, ///< as Cut, but with TLS's close notification
         Stall, ///< the link stays open, nothing more is sent and no command is answered
-        Reset, ///< RST instead of FIN; the peer may lose bytes that it has not read yet
     };
     /// As an offset: the end of the reply.
     static constexpr qsizetype whole = std::numeric_limits<qsizetype>::max();
@@ -42,7 +41,6 @@ struct Reply {
     Reply cutAfter(qsizetype count) const { return ended(Cut, count); }
     Reply closeAfter(qsizetype count) const { return ended(Close, count); }
     Reply stallAfter(qsizetype count) const { return ended(Stall, count); }
-    Reply resetAfter(qsizetype count) const { return ended(Reset, count); }
     Reply delayed(int time) const { return {replacement, end, endAt, splits, time}; }
     /// The reply leaves in pieces that the peer gets in separate reads, as long as each piece fits
     /// into one read of it.
