@@ -55,7 +55,7 @@ private:
 
 Measurements::Measurements()
 {
-    const TestCertificate certificate(u"127.0.0.1"_s, u"IP:127.0.0.1"_s);
+    const TestCertificate certificate;
     write(certificates.filePath(u"server.pem"_s), certificate.server.localCertificate().toPem());
     write(certificates.filePath(u"key.pem"_s), certificate.server.privateKey().toPem());
     write(certificates.filePath(u"authority.pem"_s), certificate.authority.toPem());

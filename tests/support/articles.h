@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QDebug>
-#include <QList>
 #include <QRandomGenerator>
 
 #include <random>
@@ -33,61 +32,52 @@ inline QRandomGenerator seededRandom()
     return QRandomGenerator(seed);
 }
 
-/// Doubles the dot at the start of each line (RFC 3977, 3.1.1). @p lines have CR LF line ends.
-inline QByteArray dotStuffed(const QByteArray &lines)
+/// The lines of @p data in yEnc, of 128 bytes, as they go over the wire: a dot at the start of a
+/// line is doubled (RFC 3977, 3.1.1).
+inline QByteArray yencLines(const QByteArray &data)
 {
-    return QByteArray("\r\n" + lines).replace("\r\n.", "\r\n..").sliced(2);
-}
-
-/// The lines of @p data in yEnc, as they go over the wire.
-inline QByteArray yencLines(const QByteArray &data, int lineLength = 128)
-{
-    static const QByteArray critical("\0\r\n=", 4);
     QByteArray lines;
-    qsizetype start = 0;
+    qsizetype room = 0;
     for (const char byte : data) {
-        if (lines.size() - start >= lineLength) {
+        if (room <= 0)
             lines += "\r\n";
-            start = lines.size();
-        }
-        const auto code = char(byte + 42);
-        if (critical.contains(code))
-            lines += '=';
-        lines += critical.contains(code) ? char(code + 64) : code;
+        room = room <= 0 ? 128 : room;
+        const char code = char(byte + 42);
+        const bool critical = code == '\0' || code == '\r' || code == '\n' || code == '=';
+        lines += critical ? "=" : room == 128 && code == '.' ? "." : "";
+        lines += critical ? char(code + 64) : code;
+        room -= critical ? 2 : 1;
     }
-    return dotStuffed(data.isEmpty() ? lines : lines + "\r\n");
+    return lines.mid(2) + (lines.isEmpty() ? "" : "\r\n");
 }
 
 /// A body in yEnc 1.3, as NewsServer::addArticle() takes it: CR LF line ends, dot-stuffed.
 /// With @p total 1 it is a single-part one, without "part=" and "=ypart".
 /// @param begin  1-based offset of the part's first byte within the file
 inline QByteArray yencArticle(const QByteArray &name, qint64 fileSize, int part, int total,
-                              qint64 begin, const QByteArray &data, int lineLength = 128)
+                              qint64 begin, const QByteArray &data)
 {
     const auto field = [](const char *key, qint64 value) -> QByteArray {
-        return QByteArray(key) + QByteArray::number(value);
+        return key + QByteArray::number(value);
     };
-    QByteArray text = "=ybegin";
+    const QByteArray of = total > 1 ? field(" part=", part) : QByteArray();
+    QByteArray text = "=ybegin" + of + " line=128" + field(" size=", fileSize) + " name=" + name;
     if (total > 1)
-        text += field(" part=", part) + field(" total=", total);
-    text += field(" line=", lineLength) + field(" size=", fileSize) + " name=" + name + "\r\n";
-    if (total > 1)
-        text += field("=ypart begin=", begin) + field(" end=", begin + data.size() - 1) + "\r\n";
-    text += yencLines(data, lineLength) + field("=yend size=", data.size());
-    text += total > 1 ? field(" part=", part) + " pcrc32=" : QByteArray(" crc32=");
-    return text + QByteArray::number(crc32Of(data), 16).rightJustified(8, '0') + "\r\n";
+        text += field("\r\n=ypart begin=", begin) + field(" end=", begin + data.size() - 1);
+    text += "\r\n" + yencLines(data) + "=yend" + field(" size=", data.size()) + of;
+    return text + (total > 1 ? " pcrc32=" : " crc32=")
+           + QByteArray::number(crc32Of(data), 16).rightJustified(8, '0') + "\r\n";
 }
 
 /// The bodies of one uuencoded file, 45 bytes a line: the first starts with "begin", the last ends
 /// with the grave accent line and "end". Lines are not dot-stuffed; only a line of 14 bytes, which
 /// the file's last line can be, starts with a dot.
-inline QList<QByteArray> uuencodeArticles(const QByteArray &name, const QByteArray &data,
-                                          int linesPerArticle)
+inline QByteArrayList uuencodeArticles(const QByteArray &name, const QByteArray &data,
+                                       int linesPerArticle)
 {
-    static const QByteArray base64 =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const QByteArray base64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     const auto digit = [](qsizetype six) { return six > 0 ? char(six + 32) : '`'; };
-    QList<QByteArray> articles{"begin 644 " + name + "\r\n"};
+    QByteArrayList articles{"begin 644 " + name + "\r\n"};
     for (qsizetype at = 0; at < data.size(); at += 45) {
         if (at > 0 && at % (45 * linesPerArticle) == 0)
             articles << QByteArray();

@@ -96,7 +96,6 @@ private:
                 next = offset(split) > sent ? std::min(next, offset(split)) : next;
             socket->write(text.sliced(sent, next - sent));
             socket->flush();
-            server->sent += next - sent;
             sent = next;
         }
         if (sent == end && reply.end == Reply::KeepOpen)
@@ -155,7 +154,7 @@ Reply NewsServer::replyTo(const QByteArray &event)
 
 void NewsServer::incomingConnection(qintptr descriptor)
 {
-    times << QDeadlineTimer::current().deadline();
+    ++accepted;
     connections << new NewsConnection(this, descriptor);
     most = std::max(most, openConnections());
 }

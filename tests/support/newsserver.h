@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QDeadlineTimer>
 #include <QHash>
 #include <QSet>
 #include <QSslConfiguration>
@@ -46,7 +45,6 @@ public:
     {
         rules << Rule{when, how, uses};
     }
-    void clearScript() { rules.clear(); }
     /// Asks @p chooser at each event that no rule is for.
     void chooseReplies(const std::function<Reply(const QByteArray &)> &chooser)
     {
@@ -70,15 +68,10 @@ public:
     const QByteArrayList &commands() const { return log; }
     /// The message ids asked for so far, in order.
     const QByteArrayList &requested() const { return asked; }
-    int bodyCount(const QByteArray &id) const { return int(asked.count(id)); }
-    /// Bytes of replies, before encryption.
-    qint64 bytesSent() const { return sent; }
     int openConnections() const { return int(connections.size()); }
     int mostConnections() const { return most; }
     /// Connections since the start, refused ones included.
-    int acceptedConnections() const { return int(times.size()); }
-    /// When each of them came, in milliseconds.
-    const QList<qint64> &acceptTimes() const { return times; }
+    int acceptedConnections() const { return accepted; }
 
 protected:
     void incomingConnection(qintptr descriptor) override;
@@ -101,7 +94,6 @@ private:
     QList<NewsConnection *> connections;
     QByteArrayList log;
     QByteArrayList asked;
-    QList<qint64> times;
     int most = 0;
-    qint64 sent = 0;
+    int accepted = 0;
 };
