@@ -61,7 +61,6 @@ struct EngineFixture {
             server->holdAll();
         return engine->addNZB(what.writeNzb(dir.path()));
     }
-    Nzb *startHeld(const Post &what) { return start(what, true); }
     /// A job of the one file "film.bin" in articles of 1000 bytes, held back by the server.
     Nzb *startHeldFilm(qsizetype size)
     {
@@ -70,8 +69,7 @@ struct EngineFixture {
     }
     void run() { job = start(post); }
     /// What every scenario must leave behind, whatever it was about: the files and nothing else, no
-    /// connection, no article fetched twice but the @p failed ones, and a queue that loads as it
-    /// is.
+    /// connection, no article fetched twice but the @p failed ones, and a queue that loads alike.
     void settled(const End &end = {})
     {
         QTRY_COMPARE_WITH_TIMEOUT(completedJobs.size(), end.jobs, 20'000);

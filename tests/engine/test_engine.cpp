@@ -37,7 +37,7 @@ const Case everyKind("every kind of file, twice, by TLS", [] {
     t.post.addYenc("film.bin", randomBytes(1, 345'678));
     t.post.addYenc("small.nfo", "x");
     t.post.addUuencoded("text.txt", randomBytes(2, 45 * 700));
-    t.job = t.startHeld(t.post);
+    t.job = t.start(t.post, true);
     QTRY_COMPARE(t.server->waiting().size(), 4);
     t.server->releaseAll();
     QTRY_COMPARE(t.completedJobs.size(), 1);

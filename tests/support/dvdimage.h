@@ -11,16 +11,15 @@ constexpr quint32 leastTitle = 25 * 1024 * 1024;
 constexpr qint64 scannedFrom = 34816;
 
 /// A directory record of ISO 9660 9.1.
-[[nodiscard]] inline QByteArray dvdRecord(const QByteArray &name, quint32 sector,
-                                          quint32 size = leastTitle)
+inline QByteArray dvdRecord(const QByteArray &name, quint32 sector, quint32 size = leastTitle)
 {
     QByteArray record(33, '\0');
-    record[0] = static_cast<char>(33 + name.size());
+    record[0] = char(33 + name.size());
     qToLittleEndian(sector, record.data() + 2);
     qToBigEndian(sector, record.data() + 6);
     qToLittleEndian(size, record.data() + 10);
     qToBigEndian(size, record.data() + 14);
-    record[32] = static_cast<char>(name.size());
+    record[32] = char(name.size());
     return record + name;
 }
 

@@ -143,10 +143,10 @@ QList<QByteArray> NewsServer::waiting() const
 
 Reply NewsServer::replyTo(const QByteArray &event)
 {
-    for (Rule &rule : rules) {
-        if (event.startsWith(rule.when) && rule.usesLeft != 0) {
-            rule.usesLeft -= rule.usesLeft > 0 ? 1 : 0;
-            return rule.reply;
+    for (auto &[when, reply, uses] : rules) {
+        if (uses != 0 && event.startsWith(when)) {
+            uses -= uses > 0 ? 1 : 0;
+            return reply;
         }
     }
     return choose ? choose(event) : Reply();

@@ -43,7 +43,7 @@ public:
     /// added with uses left is carried out and loses one use. @p uses below 0 is without end.
     void script(const QByteArray &when, const Reply &how, int uses = -1)
     {
-        rules << Rule{when, how, uses};
+        rules.append({when, how, uses});
     }
     /// Asks @p chooser at each event that no rule is for.
     void chooseReplies(const std::function<Reply(const QByteArray &)> &chooser)
@@ -78,17 +78,12 @@ protected:
 
 private:
     friend class NewsConnection;
-    struct Rule {
-        QByteArray when;
-        Reply reply;
-        int usesLeft;
-    };
     Reply replyTo(const QByteArray &event);
 
     std::optional<QSslConfiguration> ssl;
     QHash<QByteArray, QByteArray> articles;
     QByteArray login; ///< the lines that are demanded
-    QList<Rule> rules;
+    QList<std::tuple<QByteArray, Reply, int>> rules; ///< when, what and how often
     std::function<Reply(const QByteArray &)> choose;
     QSet<QByteArray> held;
     QList<NewsConnection *> connections;

@@ -65,9 +65,7 @@ public:
             }
         }
     }
-    /// Writes the NZB into @p folder, by the name of the post if none is given. Returns its path.
-    template <class File = QFile>
-    QString writeNzb(const QString &folder, const QString &fileName = {}) const
+    QByteArray nzb() const
     {
         QString xml = "<nzb>\n";
         for (const PostedFile &file : files) {
@@ -80,8 +78,14 @@ public:
             }
             xml += "</file>\n";
         }
+        return (xml + "</nzb>").toUtf8();
+    }
+    /// Writes the NZB into @p folder, by the name of the post if none is given. Returns its path.
+    template <class File = QFile>
+    QString writeNzb(const QString &folder, const QString &fileName = {}) const
+    {
         const QString name = fileName.isEmpty() ? QString(title + ".nzb") : fileName;
-        return writeFile<File>(folder + '/' + name, (xml + "</nzb>").toUtf8());
+        return writeFile<File>(folder + '/' + name, nzb());
     }
     /// The same, compressed with gzip.
     QString writeGzipNzb(const QString &folder, const QString &fileName = {}) const
