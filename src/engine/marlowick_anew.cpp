@@ -13,7 +13,7 @@
 #include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
-#include "post/rarnames.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -22,8 +22,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int busyMsec = 200;
-
-bool isPar2(const NzbFile *file) { return file->extension() == "par2"_L1; }
 
 template <class Condition> bool anyFile(const Nzb *nzb, Condition condition)
 {
@@ -38,8 +36,7 @@ template <class Condition> bool anyFile(const Nzb *nzb, Condition condition)
 bool isRepairable(const Nzb *nzb)
 {
     return anyFile(nzb, [](const NzbFile *file) {
-        return isPar2(file) && file->name().contains(".vol"_L1)
-               && (file->hasPendingSegments() || QFile::exists(pathOf(file)));
+        return file->isPar2Volume() && (file->hasPendingSegments() || QFile::exists(pathOf(file)));
     });
 }
 
@@ -48,7 +45,7 @@ bool isRepairable(const Nzb *nzb)
 bool hasOrphan(const Nzb *nzb)
 {
     const auto isThere = [](const NzbFile *file, bool first) {
-        return isVolumeName(file->name()) && isFirstVolume(file->name()) == first
+        return isRarVolume(file->name()) && isFirstRarVolume(file->name()) == first
                && QFile::exists(pathOf(file));
     };
     return anyFile(nzb, [&](const NzbFile *file) { return isThere(file, false); })
@@ -59,7 +56,7 @@ bool hasOrphan(const Nzb *nzb)
 bool hasDamagedVolume(const Nzb *nzb)
 {
     return anyFile(nzb, [](const NzbFile *file) {
-        return isVolumeName(file->name()) && (file->isIncomplete() || !file->isFinished());
+        return isRarVolume(file->name()) && (file->isIncomplete() || !file->isFinished());
     });
 }
 
@@ -67,7 +64,7 @@ bool hasDamagedVolume(const Nzb *nzb)
 bool hasFirstVolume(const Nzb *nzb)
 {
     return anyFile(nzb, [](const NzbFile *file) {
-        return isFirstVolume(file->name()) && QFile::exists(pathOf(file));
+        return isFirstRarVolume(file->name()) && QFile::exists(pathOf(file));
     });
 }
 
@@ -113,7 +110,7 @@ void Marlowick::repairAndUnpack(Nzb *nzb)
     // What is there is to be looked at in peace. Volumes that a repair has asked for may come.
     for (int i = 0; i < nzb->fileCount(); ++i) {
         NzbFile *file = nzb->fileAt(i);
-        if (!file->isFinished() && !isPar2(file))
+        if (!file->isFinished() && !file->isPar2())
             file->setPaused(true);
     }
     setStatus(nzb, QString());

@@ -65,7 +65,7 @@ Nzb *Marlowick::importNzb(const QString &nzbFile)
     nzb->sortFiles();
     if (settings_->value("pausePAR2"_L1).toBool()) {
         for (int i = 0; i < nzb->fileCount(); ++i) {
-            if (nzb->fileAt(i)->extension() == "par2"_L1)
+            if (nzb->fileAt(i)->isPar2())
                 nzb->fileAt(i)->setPaused(true);
         }
     }

@@ -13,10 +13,10 @@
 #include "engine/marlowick.h"
 #include "post/filecombiner.h"
 #include "post/rarhandler.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
-#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 
@@ -25,7 +25,7 @@ namespace {
 bool hasPar2(const Nzb *nzb)
 {
     for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (nzb->fileAt(i)->extension() == "par2"_L1)
+        if (nzb->fileAt(i)->isPar2())
             return true;
     }
     return false;
@@ -256,9 +256,9 @@ std::unique_ptr<FileCombiner> Marlowick::nextJoin(Nzb *nzb)
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
         const QString path = pathOf(file);
-        if (isPieceNumber(file->extension()) && QFile::exists(path)
+        if (isPieceExtension(file->extension()) && QFile::exists(path)
             && isInsideFolder(nzb->folder(), path))
-            series[file->name().chopped(4)] << path;
+            series[seriesName(file->name())] << path;
     }
     for (const QStringList &pieces : std::as_const(series)) {
         auto combiner = std::make_unique<FileCombiner>(nzb, this);

@@ -12,6 +12,7 @@
 #include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -19,12 +20,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// The rule for names that may be deleted at all; where they lead is checked besides.
-bool isPlainName(const QString &name)
-{
-    return !name.isEmpty() && !u"/\\."_s.contains(name.front()) && !name.contains(u':');
-}
 
 void removeInside(const QString &folder, const QString &path)
 {
@@ -35,7 +30,7 @@ void removeInside(const QString &folder, const QString &path)
 void removeFilesOf(const NzbFile *file)
 {
     const QString folder = qobject_cast<Nzb *>(file->parent())->folder();
-    if (!isPlainName(file->name()))
+    if (!isDeletableName(file->name()))
         return;
     const QString path = folder + u'/' + file->name();
     removeInside(folder, path);

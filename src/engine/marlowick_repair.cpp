@@ -17,6 +17,7 @@
 #include "engine/marlowick.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -32,8 +33,8 @@ QStringList par2Volumes(const Nzb *nzb)
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
         const QString path = pathOf(file);
-        if (file->extension() == "par2"_L1 && file->name().contains(".vol"_L1) && file->isFinished()
-            && QFile::exists(path) && isInsideFolder(nzb->folder(), path))
+        if (file->isPar2Volume() && file->isFinished() && QFile::exists(path)
+            && isInsideFolder(nzb->folder(), path))
             paths << path;
     }
     return paths;
@@ -53,16 +54,13 @@ QMap<QString, int> damagedSets(const Nzb *nzb)
 
 /// The recovery blocks in a volume such as "x.vol007+10.par2"; nothing if @p file is no volume of
 /// the set that @p volumeName stands for.
-std::optional<int> recoveryBlocks(const NzbFile *file, const QString &volumeName)
+std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
 {
     const QString name = file->name();
-    const qsizetype plus = name.lastIndexOf(u'+');
-    const qsizetype dot = name.indexOf(u'.', plus + 1);
-    if (plus < 0 || dot < 0 || file->extension() != "par2"_L1 || !name.contains(volumeName)
-        || !name.contains(".vol"_L1))
-        return {};
-    const int blocks = name.sliced(plus + 1, dot - plus - 1).toInt();
-    qDebug().nospace() << "PAR2 file: " << name << " has " << blocks << " repair blocks";
+    const auto blocks =
+        file->isPar2() && name.contains(volumeName) ? recoveryBlocks(name) : std::nullopt;
+    if (blocks)
+        qDebug().nospace() << "PAR2 file: " << name << " has " << *blocks << " repair blocks";
     return blocks;
 }
 
@@ -71,7 +69,7 @@ QMap<QString, int> setsOf(const Nzb *nzb)
 {
     QMap<QString, int> sets;
     for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (recoveryBlocks(nzb->fileAt(i), QString()))
+        if (blocksOf(nzb->fileAt(i), QString()))
             sets.insert(nzb->fileAt(i)->baseName(), 1);
     }
     return sets;
@@ -143,7 +141,7 @@ bool Marlowick::requestBlocks(Nzb *nzb, int number, const QString &volumeName)
     bool found = false;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         NzbFile *file = nzb->fileAt(i);
-        const std::optional<int> blocks = recoveryBlocks(file, volumeName);
+        const std::optional<int> blocks = blocksOf(file, volumeName);
         if (!blocks)
             continue;
         if (!file->isFinished() && *blocks > 0) {

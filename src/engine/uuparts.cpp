@@ -5,6 +5,8 @@
 #include <QDirIterator>
 #include <QFileInfo>
 
+#include "queue/filenames.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -12,13 +14,11 @@ namespace {
 /// More parts than this are looked for by a list of the folder, which can be long itself.
 constexpr int mostAskedFor = 1000;
 
-QString suffix(int number) { return QString::asprintf(".uu%06d", number); }
-
 QStringList askForParts(const QString &path, int partCount)
 {
     QStringList found;
     for (int number = 1; number <= partCount; ++number) {
-        const QString part = path + suffix(number);
+        const QString part = path + uuPartSuffix(number);
         if (QFileInfo::exists(part))
             found << part;
     }
@@ -37,7 +37,7 @@ QStringList listParts(const QString &path, int partCount)
         if (!name.startsWith(prefix))
             continue;
         const int number = name.sliced(prefix.size()).toInt();
-        if (number >= 1 && number <= partCount && name == whole.fileName() + suffix(number))
+        if (number >= 1 && number <= partCount && name == whole.fileName() + uuPartSuffix(number))
             found << entry;
     }
     return found;

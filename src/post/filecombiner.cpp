@@ -13,15 +13,11 @@
 #include <numeric>
 #include <unistd.h>
 
+#include "queue/filenames.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QString extensionOf(const QString &path)
-{
-    const qsizetype dot = path.lastIndexOf(u'.');
-    return dot < 0 ? QString() : path.mid(dot + 1);
-}
 
 qint64 totalSize(const QStringList &paths)
 {

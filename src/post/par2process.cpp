@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 
 using namespace Qt::StringLiterals;
@@ -52,9 +53,8 @@ Par2Process::Par2Process(Nzb *nzb, const QStringList &files, QObject *parent,
     , executable(findExecutable(candidates))
 {
     for (const QString &file : files) {
-        const qsizetype tail = file.lastIndexOf(".vol"_L1);
-        if (tail > file.lastIndexOf(u'/')) // in the name, not in a folder of it
-            groups[file.left(tail)] << file;
+        if (const QString set = par2Set(file); !set.isEmpty())
+            groups[set] << file;
     }
     nextGroup = groups.begin();
 }

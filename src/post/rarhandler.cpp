@@ -8,7 +8,7 @@
 
 #include <utility>
 
-#include "post/rarnames.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -105,7 +105,7 @@ bool RarHandler::isWhole(const NzbFile *file) const
 bool RarHandler::startsRun(const QString &name) const
 {
     const QString path = nzb->folder() + u'/' + name;
-    return !processing && isFirstVolume(name) && QFile::exists(path)
+    return !processing && isFirstRarVolume(name) && QFile::exists(path)
            && isInsideFolder(nzb->folder(), path) && !keptVolumes.contains(path);
 }
 
@@ -145,8 +145,7 @@ bool RarHandler::isPlacedByHand(const QString &name) const
         return false;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
-        const bool heldBack = file->isPaused() && file->extension() == "par2"_L1;
-        const bool named = file->isFinished() || file->completedBytes() != 0 || heldBack;
+        const bool named = file->isFinished() || file->completedBytes() != 0 || file->isHeldBack();
         if (file->name() == name || !named)
             return false;
     }

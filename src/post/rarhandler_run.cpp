@@ -12,7 +12,7 @@
 
 #include "post/freebytes.h"
 #include "post/rarhandler.h"
-#include "post/rarnames.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 
@@ -121,7 +121,7 @@ bool RarHandler::lacksMemory() const
 
 bool RarHandler::isUnsafe() const
 {
-    return member.symbolicLink || isSuspiciousName(member.name)
+    return member.symbolicLink || isSuspiciousMember(member.name)
            || !isInsideFolder(folder, folder + u'/' + currentFile);
 }
 
@@ -130,7 +130,7 @@ bool RarHandler::overwritesVolume()
 {
     const QString path = QDir::cleanPath(folder + u'/' + currentFile);
     const QString name = QFileInfo(path).fileName();
-    if (!isVolumeName(name) || path != QDir::cleanPath(folder + u'/' + name))
+    if (!isRarVolume(name) || path != QDir::cleanPath(folder + u'/' + name))
         return false;
     const QMutexLocker lock(&volumeMutex);
     return arrived.contains(name) || volumes.contains(folder + u'/' + name);

@@ -10,9 +10,9 @@
 #include <utility>
 
 #include "preview/isofile.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
-#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 
@@ -197,7 +197,7 @@ qint64 Preview::replaceByJoinedFile()
 {
     const qsizetype dot = currentFile.lastIndexOf(u'.');
     const QString joined = currentFile.left(dot);
-    if (!isPieceNumber(currentFile.mid(dot + 1)) || !QFileInfo::exists(joined))
+    if (!isPieceExtension(currentFile.mid(dot + 1)) || !QFileInfo::exists(joined))
         return 0;
     currentFile = joined;
     return joinedOffset;

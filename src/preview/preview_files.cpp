@@ -7,10 +7,10 @@
 
 #include "preview/isofile.h"
 #include "preview/preview.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
-#include "queue/splitpiece.h"
 
 using namespace Qt::StringLiterals;
 
@@ -52,7 +52,7 @@ QMap<QString, quint64> Preview::previewableFiles(Nzb *nzb)
         const NzbFile *file = nzb->fileAt(i);
         const QString path = folder + u'/' + file->name();
         if (file->completedBytes() != 0
-            && (isVideo(file->extension()) || isPieceNumber(file->extension()))
+            && (isVideo(file->extension()) || isPieceExtension(file->extension()))
             && isInsideFolder(folder, path))
             films.insert(path, static_cast<quint64>(QFileInfo(path).size()));
     }

@@ -17,28 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool isPar2(const NzbFile *file) { return file->extension() == "par2"_L1; }
-
-/// Until a repair asks for it.
-bool isHeldBack(const NzbFile *file)
-{
-    return isPar2(file) && file->isPaused() && !file->isFinished();
-}
-
-/// "r00", "s12", "001": the second and later volumes of a set whose first is "x.rar".
-bool isOldStyleVolume(const NzbFile *file)
-{
-    const QString extension = file->extension();
-    return extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
-}
-
-/// The name without its dot and three characters of extension.
-QString volumeStem(const NzbFile *file)
-{
-    const QString name = file->name();
-    return name.left(name.size() - 4);
-}
-
 struct SortKey {
     QString place; ///< its own name, or that of the volume which it goes ahead of
     bool own; ///< false for a file that goes ahead of another
@@ -51,13 +29,13 @@ struct SortKey {
     }
 };
 
-/// By volumeStem(), the old-style volume of the lowest name.
+/// By seriesName(), the old-style volume of the lowest name.
 QHash<QString, QString> lowestVolumes(const QList<NzbFile *> &files)
 {
     QHash<QString, QString> lowest;
     for (const NzbFile *file : files) {
-        if (isOldStyleVolume(file)) {
-            QString &name = lowest[volumeStem(file)];
+        if (isOldVolumeExtension(file->extension())) {
+            QString &name = lowest[seriesName(file->name())];
             name = name.isNull() ? file->name() : std::min(name, file->name());
         }
     }
@@ -90,7 +68,7 @@ QString Nzb::status() const
     bool heldBack = false;
     for (const NzbFile *file : files) {
         if (file->isPaused()) {
-            heldBack = heldBack || !isPar2(file);
+            heldBack = heldBack || !file->isPar2();
             continue;
         }
         total += file->size();
@@ -143,14 +121,15 @@ bool Nzb::hasActiveSegments() const
 bool Nzb::hasIncompleteFiles() const
 {
     return std::any_of(files.cbegin(), files.cend(), [](const NzbFile *file) {
-        return file->isIncomplete() && !isHeldBack(file);
+        return file->isIncomplete() && !file->isHeldBack();
     });
 }
 
 bool Nzb::isComplete() const
 {
-    return std::all_of(files.cbegin(), files.cend(),
-                       [](const NzbFile *file) { return file->isFinished() || isHeldBack(file); });
+    return std::all_of(files.cbegin(), files.cend(), [](const NzbFile *file) {
+        return file->isFinished() || file->isHeldBack();
+    });
 }
 
 void Nzb::sortFiles()
@@ -163,7 +142,7 @@ void Nzb::sortFiles()
     for (NzbFile *file : std::as_const(files)) {
         const QString name = file->name();
         const QString volume =
-            file->extension() == "rar"_L1 ? lowest.value(volumeStem(file), name) : name;
+            file->extension() == "rar"_L1 ? lowest.value(seriesName(name), name) : name;
         keys.push_back({std::min(name, volume), name <= volume, name, file});
     }
     std::stable_sort(keys.begin(), keys.end());
@@ -173,8 +152,7 @@ void Nzb::sortFiles()
 
 QString Nzb::cleanName(const QString &name)
 {
-    return name.endsWith(".nzb"_L1, Qt::CaseInsensitive) ? name.chopped(4).trimmed()
-                                                         : name.trimmed();
+    return isNzbName(name) ? name.chopped(4).trimmed() : name.trimmed();
 }
 
 void Nzb::addExtractedFile(const QString &file, quint64 bytesExtracted)

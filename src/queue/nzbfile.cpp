@@ -16,15 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Whether @p text, in lower case, is the "part01" or "vol003+02" of a volume or the "001" of a
-/// piece, as it stands between the name proper and the extension.
-bool isVolumeTail(const QString &text)
-{
-    return text.startsWith("part"_L1) || text.startsWith("vol"_L1)
-           || (text.size() == 3
-               && std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); }));
-}
-
 void saveSegments(QXmlStreamWriter &xml, const QMap<int, QString> &segments)
 {
     for (auto it = segments.cbegin(); it != segments.cend(); ++it) {
@@ -133,9 +124,7 @@ void NzbFile::markLost()
 
 QString NzbFile::baseName() const
 {
-    const QString stem = filename.left(filename.size() - 1 - extension_.size());
-    const qsizetype dot = stem.lastIndexOf(u'.');
-    return dot >= 0 && isVolumeTail(stem.mid(dot + 1).toLower()) ? stem.left(dot) : stem;
+    return withoutVolumeTail(filename.left(filename.size() - 1 - extension_.size()));
 }
 
 void NzbFile::saveXml(QXmlStreamWriter &xml) const
@@ -170,6 +159,5 @@ QString NzbFile::savedSubject() const
 void NzbFile::setFilename(const QString &name)
 {
     filename = name;
-    const qsizetype dot = name.lastIndexOf(u'.');
-    extension_ = dot < 0 ? QString() : name.mid(dot + 1).toLower();
+    extension_ = extensionOf(name);
 }

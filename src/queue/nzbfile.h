@@ -4,6 +4,7 @@
 
 #include <QMap>
 
+#include "queue/filenames.h"
 #include "queue/inzbitem.h"
 
 class QXmlStreamWriter;
@@ -33,6 +34,10 @@ public:
     void setOrdered(bool wanted) { ordered = wanted; }
 
     [[nodiscard]] QString extension() const { return extension_; }
+    [[nodiscard]] bool isPar2() const { return isPar2Extension(extension_); }
+    [[nodiscard]] bool isPar2Volume() const { return isPar2() && isPar2VolumeName(filename); }
+    /// True for a PAR2 file that is not fetched until a repair asks for it.
+    [[nodiscard]] bool isHeldBack() const { return isPar2() && paused && !isFinished(); }
     [[nodiscard]] quint64 completedBytes() const { return completed; }
     [[nodiscard]] bool isIncomplete() const { return incomplete; }
     [[nodiscard]] bool isYenc() const { return yenc; }

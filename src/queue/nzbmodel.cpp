@@ -159,9 +159,7 @@ QVariant NzbModel::text(const INzbItem *item, int column) const
 
 QIcon NzbModel::iconForExtension(const QString &extension) const
 {
-    const bool isVolume =
-        extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
-    return icons.value(isVolume ? u"rar"_s : extension, defaultIcon);
+    return icons.value(isOldVolumeExtension(extension) ? u"rar"_s : extension, defaultIcon);
 }
 
 QVariant NzbModel::headerData(int section, Qt::Orientation orientation, int role) const

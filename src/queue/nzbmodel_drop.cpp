@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "engine/marlowick.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbmodel.h"
 
@@ -62,7 +63,7 @@ void NzbModel::addNzbFiles(const QMimeData *data)
     const QList<QUrl> urls = data->urls();
     for (const QUrl &url : urls) {
         const QString path = url.toLocalFile();
-        if (!path.endsWith(".nzb"_L1, Qt::CaseInsensitive))
+        if (!isNzbName(path))
             continue;
         try {
             engine->addNZB(path);

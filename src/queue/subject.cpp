@@ -6,6 +6,8 @@
 #include <charconv>
 #include <limits>
 
+#include "queue/filenames.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -36,8 +38,7 @@ QString stemBefore(const QString &text, qsizetype dot)
 void takeQuotedName(const QString &name, Subject &result)
 {
     result.filename = name;
-    if (const qsizetype dot = name.lastIndexOf(u'.'); dot >= 0)
-        result.extension = name.mid(dot + 1).toLower();
+    result.extension = extensionOf(name);
 }
 
 void takeBareName(const QString &subject, Subject &result)

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <stdexcept>
 
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 
 namespace {
@@ -19,7 +20,7 @@ unsigned sixBits(char c) { return unsigned(c - 32) & 63; }
 UUDecoder::UUDecoder(const QString &outputFolder, const QString &name, int articleNumber,
                      QObject *parent)
     : AbstractDecoder(outputFolder, parent)
-    , tempSuffix(QString::asprintf(".uu%06d", articleNumber))
+    , tempSuffix(uuPartSuffix(articleNumber))
     , seqnr(articleNumber)
 {
     ok = true;

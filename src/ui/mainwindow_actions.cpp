@@ -15,6 +15,7 @@
 #include <stdexcept>
 
 #include "engine/marlowick.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
@@ -28,7 +29,7 @@ using namespace Qt::StringLiterals;
 
 void MainWindow::handleMessage(const QString &message)
 {
-    if (!message.endsWith(".nzb"_L1, Qt::CaseInsensitive))
+    if (!isNzbName(message))
         return;
     const QString path = QDir::fromNativeSeparators(message);
     if (QFile::exists(path))
@@ -72,7 +73,7 @@ void MainWindow::on_actionPause_triggered(bool checked)
         return;
     if (auto *file = qobject_cast<NzbFile *>(item)) {
         file->setPaused(checked);
-        file->setOrdered(!checked && file->extension() == "par2"_L1);
+        file->setOrdered(!checked && file->isPar2());
         model->onNzbFileUpdate(file);
     } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
         setJobPaused(nzb, checked);
@@ -92,7 +93,7 @@ void MainWindow::setJobPaused(Nzb *nzb, bool paused)
     }
     for (int i = 0; i < nzb->fileCount(); ++i) {
         NzbFile *file = nzb->fileAt(i);
-        if (file->extension() != "par2"_L1 || file->isOrdered()) {
+        if (!file->isPar2() || file->isOrdered()) {
             file->setPaused(false);
             model->onNzbFileUpdate(file);
         }

@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "queue/filenames.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto volumeMark = ".vol"_L1;
+
+} // namespace
+
+QString extensionOf(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot < 0 ? QString() : name.mid(dot + 1).toLower();
+}
+
+bool isNzbName(const QString &path) { return path.endsWith(".nzb"_L1, Qt::CaseInsensitive); }
+
+bool isPar2Extension(const QString &extension) { return extension == "par2"_L1; }
+
+bool isPar2VolumeName(const QString &name) { return name.contains(volumeMark); }
+
+QString par2Set(const QString &path)
+{
+    const qsizetype mark = path.lastIndexOf(volumeMark);
+    return mark > path.lastIndexOf(u'/') ? path.left(mark) : QString();
+}
+
+std::optional<int> recoveryBlocks(const QString &name)
+{
+    const qsizetype plus = name.lastIndexOf(u'+');
+    const qsizetype dot = name.indexOf(u'.', plus + 1);
+    if (plus < 0 || dot < 0 || !isPar2VolumeName(name))
+        return {};
+    return name.sliced(plus + 1, dot - plus - 1).toInt();
+}
+
+bool isRarVolume(const QString &name)
+{
+    static const QRegularExpression pattern(u"\\.(rar|[r-z][0-9]{2})$"_s,
+                                            QRegularExpression::CaseInsensitiveOption);
+    return pattern.match(name).hasMatch();
+}
+
+bool isFirstRarVolume(const QString &name)
+{
+    if (!name.endsWith(".rar"_L1, Qt::CaseInsensitive))
+        return false;
+    const QStringView stem = QStringView(name).chopped(4);
+    const qsizetype dot = stem.lastIndexOf(u'.');
+    if (dot < 0 || !stem.mid(dot).startsWith(".part"_L1, Qt::CaseInsensitive))
+        return true;
+    return stem.mid(dot + 5).toInt() == 1;
+}
+
+bool isOldVolumeExtension(const QString &extension)
+{
+    return extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
+}
+
+bool isPieceExtension(const QString &extension)
+{
+    return extension.size() == 3 && std::all_of(extension.cbegin(), extension.cend(), [](QChar c) {
+               return c.isDigit();
+           });
+}
+
+QString seriesName(const QString &name) { return name.left(name.size() - 4); }
+
+QString withoutVolumeTail(const QString &stem)
+{
+    const qsizetype dot = stem.lastIndexOf(u'.');
+    const QString tail = extensionOf(stem);
+    const bool cut =
+        tail.startsWith("part"_L1) || tail.startsWith("vol"_L1) || isPieceExtension(tail);
+    return dot >= 0 && cut ? stem.left(dot) : stem;
+}
+
+QString uuPartSuffix(int number) { return QString::asprintf(".uu%06d", number); }
+
+bool isDeletableName(const QString &name)
+{
+    return !name.isEmpty() && !u"/\\."_s.contains(name.front()) && !name.contains(u':');
+}
+
+bool isSuspiciousMember(const QByteArray &name)
+{
+    return name.startsWith('/') || name.startsWith('\\') || (name.size() > 1 && name.at(1) == '.')
+           || name.contains(':');
+}
