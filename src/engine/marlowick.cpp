@@ -2,10 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "engine/marlowick.h"
 
-#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
-#include <QFileInfo>
 
 #include <utility>
 
@@ -51,17 +49,10 @@ Marlowick::~Marlowick()
     qDeleteAll(connections);
 }
 
-/// The file beside the program wins by its mere existence, which makes an installation movable.
 void Marlowick::openSettings()
 {
-    const QString beside = QCoreApplication::applicationDirPath() + "/Marlowick.ini"_L1;
-    if (QFile::exists(beside))
-        settings_ = new QSettings(beside, QSettings::IniFormat, this);
-    else
-        settings_ = new QSettings(QSettings::IniFormat, QSettings::UserScope, u"Marlowick"_s,
-                                  u"Marlowick"_s, this);
-
-    const QString folder = QFileInfo(settings_->fileName()).path();
+    settings_ = Settings::open(this);
+    const QString folder = settings_->folder();
     if (!QDir(folder).exists() && !makePrivateFolder(folder)) {
         // Nobody listens yet: the window connects once the engine is there.
         QTimer::singleShot(0, this, [this, folder] {
@@ -75,14 +66,14 @@ void Marlowick::openSettings()
     backupFileName = queueFileName + ".old"_L1;
 }
 
-QString Marlowick::downloadFolder() const { return expanded("downloadFolder"); }
-
-QString Marlowick::mediaPlayer() const { return expanded("mediaPlayer"); }
-
-QString Marlowick::expanded(const char *key) const
+QString Marlowick::downloadFolder() const
 {
-    QString value = settings_->value(QLatin1StringView(key)).toString();
-    return value.replace("%APPDIR"_L1, QCoreApplication::applicationDirPath());
+    return Settings::expand(settings_->get(Settings::downloadFolder));
+}
+
+QString Marlowick::mediaPlayer() const
+{
+    return Settings::expand(settings_->get(Settings::mediaPlayer));
 }
 
 void Marlowick::setSaveInterval(int seconds) { saveTimer.start(seconds * 1000); }

@@ -7,7 +7,6 @@
 #include <QMap>
 #include <QObject>
 #include <QPointer>
-#include <QSettings>
 #include <QString>
 #include <QTimer>
 #include <QXmlDefaultHandler>
@@ -16,6 +15,7 @@
 #include <memory>
 
 #include "engine/jobwork.h"
+#include "engine/settings.h"
 
 class INzbItem;
 class NNTP;
@@ -39,8 +39,8 @@ public:
     explicit Marlowick(QObject *parent, std::chrono::milliseconds tick = std::chrono::seconds(2));
     ~Marlowick() override;
 
-    [[nodiscard]] QSettings *settings() const { return settings_; }
-    /// The folder below which each job gets its own, "%APPDIR" replaced.
+    [[nodiscard]] Settings *settings() const { return settings_; }
+    /// The folder below which each job gets its own.
     [[nodiscard]] QString downloadFolder() const;
     [[nodiscard]] QString mediaPlayer() const;
     [[nodiscard]] QString version() const { return tr("0.99d"); }
@@ -155,7 +155,6 @@ private:
 
     void openSettings();
     void writeQueue();
-    [[nodiscard]] QString expanded(const char *key) const;
 
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
 
@@ -220,7 +219,7 @@ private:
     QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
     QPointer<Nzb> resumed; ///< the one that is at work
     QTimer resumeTimer;
-    QSettings *settings_ = nullptr;
+    Settings *settings_ = nullptr;
     QString queueFileName;
     QString backupFileName;
     QElapsedTimer speedClock;

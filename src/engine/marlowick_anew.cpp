@@ -202,7 +202,7 @@ bool Marlowick::isBusy(const Nzb *nzb) const
 bool Marlowick::unpacksDamaged(const Nzb *nzb) const
 {
     return nzb->hasIncompleteFiles() && !hasDamagedVolume(nzb) && hasFirstVolume(nzb)
-           && settings_->value("rarHandling"_L1).toString() == "during"_L1;
+           && settings_->rarHandling() == RarHandling::During;
 }
 
 /// Whether a repair can be tried, or there is an archive to be unpacked or a series to be joined.

@@ -58,7 +58,7 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
         drop(connection);
         break;
     default:
-        const int seconds = settings_->value("networkRetry"_L1).toInt();
+        const int seconds = settings_->get(Settings::networkRetry);
         emit notice(0, tr("Last error: ") + msg + tr(", retrying in ") + QString::number(seconds)
                            + tr(" seconds", nullptr, seconds));
         connection->retryAfter(seconds);

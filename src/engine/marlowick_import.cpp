@@ -63,7 +63,7 @@ Nzb *Marlowick::importNzb(const QString &nzbFile)
     qDebug().nospace() << "Created folder: " << nzb->folder();
 
     nzb->sortFiles();
-    if (settings_->value("pausePAR2"_L1).toBool()) {
+    if (settings_->get(Settings::pausePAR2)) {
         for (int i = 0; i < nzb->fileCount(); ++i) {
             if (nzb->fileAt(i)->isPar2())
                 nzb->fileAt(i)->setPaused(true);

@@ -44,7 +44,7 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
 
 void Marlowick::startToDownloadQueue()
 {
-    const int threads = settings_->value("threads"_L1, u"0"_s).toInt();
+    const int threads = settings_->get(Settings::threads);
     if (threads <= connectionCount() || !hasWork() || (errorBoxShown && passwordAsked))
         return;
     errorShown = false;
@@ -58,12 +58,10 @@ void Marlowick::startToDownloadQueue()
 
 NNTP *Marlowick::makeConnection()
 {
-    const QByteArray encoded = settings_->value("password"_L1).toByteArray();
+    const Settings &set = *settings_;
     auto *connection =
-        new NNTP(settings_->value("hostname"_L1).toString(), settings_->value("port"_L1).toInt(),
-                 settings_->value("username"_L1).toString(),
-                 QString::fromLatin1(QByteArray::fromBase64(encoded)),
-                 settings_->value("ssl"_L1).toBool(), this);
+        new NNTP(set.get(Settings::hostname), set.get(Settings::port), set.get(Settings::username),
+                 set.password(), set.get(Settings::ssl), this);
     connect(connection, &NNTP::dataDecoded, this, &Marlowick::dataDecoded);
     connect(connection, &NNTP::loggedIn, this, &Marlowick::nntpLoggedIn);
     connect(connection, &NNTP::articleNotFound, this, &Marlowick::articleNotFound);
@@ -86,7 +84,7 @@ void Marlowick::nntpLoggedIn()
         emit notice(0, tr("Connected (%1)").arg(count));
     assignArticle(senderConnection());
     // A server that asks for a password would ask the next connection too, box after box.
-    if (settings_->value("threads"_L1).toInt() > count && hasWork() && !passwordAsked)
+    if (settings_->get(Settings::threads) > count && hasWork() && !passwordAsked)
         startToDownloadQueue();
 }
 

@@ -52,7 +52,7 @@ void Marlowick::feedExtraction(NzbFile *nzbfile)
     keepVolumes(nzb);
     if (RarHandler *handler = job.rarHandler)
         handler->fileCompleted(nzbfile);
-    else if (settings_->value("rarHandling"_L1).toString() == "during"_L1)
+    else if (settings_->rarHandling() == RarHandling::During)
         rarHandlerFor(nzb)->checkCompletedFiles();
 }
 
@@ -102,8 +102,7 @@ bool Marlowick::mayUnpack(const Nzb *nzb) const
 {
     if (work.value(nzb).anew)
         return mayUnpackAnew(nzb);
-    return !nzb->hasIncompleteFiles()
-           && settings_->value("rarHandling"_L1).toString() != "disabled"_L1;
+    return !nzb->hasIncompleteFiles() && settings_->rarHandling() != RarHandling::Disabled;
 }
 
 /// Whether a repair may still read the volumes of an archive that is unpacked: it runs, or is to
@@ -111,7 +110,7 @@ bool Marlowick::mayUnpack(const Nzb *nzb) const
 bool Marlowick::mayNeedVolumes(const Nzb *nzb) const
 {
     const JobWork job = work.value(nzb);
-    if (!hasPar2(nzb) || !(job.anew || settings_->value("autoPAR2"_L1).toBool()))
+    if (!hasPar2(nzb) || !(job.anew || settings_->get(Settings::autoPAR2)))
         return false;
     return job.repair || !nzb->isComplete()
            || (nzb->hasIncompleteFiles() && (!job.repairFailed || awaitsOrdered(nzb)));

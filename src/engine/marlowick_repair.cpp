@@ -81,7 +81,7 @@ bool Marlowick::wantsRepair(const Nzb *nzb) const
 {
     const JobWork job = work.value(nzb);
     return job.anew ? job.repairWanted
-                    : nzb->hasIncompleteFiles() && settings_->value("autoPAR2"_L1).toBool();
+                    : nzb->hasIncompleteFiles() && settings_->get(Settings::autoPAR2);
 }
 
 /// The status that tells of a failed or suspended extraction comes back, whatever becomes of the

@@ -28,7 +28,7 @@ void Marlowick::checkSockets() { updateStatistics(checkTimeouts()); }
 /// received so far.
 quint64 Marlowick::checkTimeouts()
 {
-    const int timeout = settings_->value("networkTimeout"_L1).toInt();
+    const int timeout = settings_->get(Settings::networkTimeout);
     quint64 total = 0;
     const QList<NNTP *> alive = connections;
     for (NNTP *connection : alive) {

@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QScreen>
-#include <QSettings>
 #include <QShortcut>
 #include <QToolButton>
 
@@ -153,7 +152,7 @@ void MainWindow::connectEngine()
 /// on whatever the user does.
 void MainWindow::askForMissingSettings()
 {
-    if (engine->settings()->value("hostname"_L1).toString().isEmpty()
+    if (engine->settings()->get(Settings::hostname).isEmpty()
         || !QFile::exists(engine->downloadFolder()))
         on_actionSettings_triggered();
 }

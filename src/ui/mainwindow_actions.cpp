@@ -9,7 +9,6 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QPointer>
-#include <QSettings>
 #include <QUrl>
 
 #include <stdexcept>
@@ -87,7 +86,7 @@ void MainWindow::on_actionPause_triggered(bool checked)
 /// those that have been asked for.
 void MainWindow::setJobPaused(Nzb *nzb, bool paused)
 {
-    if (paused || !engine->settings()->value("pausePAR2"_L1).toBool()) {
+    if (paused || !engine->settings()->get(Settings::pausePAR2)) {
         nzb->setPaused(paused);
         return;
     }
@@ -184,6 +183,6 @@ void MainWindow::onNzbComplete(Nzb *n)
 {
     engine->saveQueue();
     const bool watched = previews.contains(n);
-    if (engine->settings()->value("clearOnCompletion"_L1).toBool() && !watched)
+    if (engine->settings()->get(Settings::clearOnCompletion) && !watched)
         engine->deleteItem(n);
 }

@@ -4,7 +4,6 @@
 // Watching what is still being downloaded.
 #include <QDebug>
 #include <QMessageBox>
-#include <QSettings>
 
 #include "engine/marlowick.h"
 #include "preview/preview.h"
@@ -49,7 +48,7 @@ void MainWindow::on_actionPreview_triggered()
     auto *preview = new Preview(nzb, this);
     previews.insert(nzb, preview);
     connect(preview, &Preview::previewFinished, this, &MainWindow::onPreviewCompleted);
-    const QString arguments = engine->settings()->value("mediaPlayerArgs"_L1).toString();
+    const QString arguments = engine->settings()->get(Settings::mediaPlayerArgs);
     preview->start(engine->mediaPlayer(), arguments.split(u' ', Qt::SkipEmptyParts));
 }
 

@@ -14,7 +14,6 @@
 #include <QProgressBar>
 #include <QProgressDialog>
 #include <QScreen>
-#include <QSettings>
 #include <QSpinBox>
 #include <QStandardPaths>
 #include <QStyle>
@@ -43,17 +42,7 @@ QString textOf(const QLineEdit *field) { return field->text().trimmed(); }
 
 QString pathOf(const QLineEdit *field) { return QDir::fromNativeSeparators(textOf(field)); }
 
-/// Where a path that may hold "%APPDIR" points to.
-QString expandedPathOf(const QLineEdit *field)
-{
-    return pathOf(field).replace("%APPDIR"_L1, QCoreApplication::applicationDirPath());
-}
-
-QString storedPassword(const QSettings *settings)
-{
-    const QByteArray encoded = settings->value("password"_L1).toByteArray();
-    return QString::fromLatin1(QByteArray::fromBase64(encoded));
-}
+QString expandedPathOf(const QLineEdit *field) { return Settings::expand(pathOf(field)); }
 
 QString firstExisting(const QStringList &paths, const QString &otherwise)
 {
@@ -62,16 +51,6 @@ QString firstExisting(const QStringList &paths, const QString &otherwise)
             return path;
     }
     return otherwise;
-}
-
-/// Makes the file if need be. QSettings writes a new file beside it, with the permissions of the
-/// old one from the start, so that the password is never readable by others.
-void restrictToOwner(const QString &path)
-{
-    constexpr QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner;
-    QFile file(path);
-    if (file.open(QIODevice::ReadWrite, owner))
-        file.setPermissions(owner);
 }
 
 /// Stands until the test is over, whatever the user or the window manager does.
@@ -114,7 +93,7 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent,
     connect(&watchTimer, &QTimer::timeout, this, &SettingsWindow::watchServerTest);
     showUnit(ui->networkTimeout, ui->label_11);
     showUnit(ui->networkRetry, ui->label_13);
-    if (engine->settings()->contains("threads"_L1)) // so the program has been set up before
+    if (engine->settings()->isSetUp())
         loadSettings();
     else
         proposePaths();
@@ -149,34 +128,32 @@ void SettingsWindow::showUnit(QSpinBox *number, QLabel *unit)
 
 void SettingsWindow::loadSettings()
 {
-    const QSettings *settings = engine->settings();
+    const Settings *settings = engine->settings();
     loadServer();
-    ui->mediaPlayer->setText(
-        QDir::toNativeSeparators(settings->value("mediaPlayer"_L1).toString()));
+    ui->mediaPlayer->setText(QDir::toNativeSeparators(settings->get(Settings::mediaPlayer)));
     ui->mediaPlayerArgs->setText(
-        QDir::toNativeSeparators(settings->value("mediaPlayerArgs"_L1).toString()));
-    ui->downloadFolder->setText(
-        QDir::toNativeSeparators(settings->value("downloadFolder"_L1).toString()));
-    ui->threads->setValue(settings->value("threads"_L1).toInt());
-    ui->networkTimeout->setValue(settings->value("networkTimeout"_L1).toInt());
-    ui->networkRetry->setValue(settings->value("networkRetry"_L1).toInt());
-    const QString rarHandling = settings->value("rarHandling"_L1).toString();
+        QDir::toNativeSeparators(settings->get(Settings::mediaPlayerArgs)));
+    ui->downloadFolder->setText(QDir::toNativeSeparators(settings->get(Settings::downloadFolder)));
+    ui->threads->setValue(settings->get(Settings::threads));
+    ui->networkTimeout->setValue(settings->get(Settings::networkTimeout));
+    ui->networkRetry->setValue(settings->get(Settings::networkRetry));
+    const RarHandling rarHandling = settings->rarHandling();
     ui->rarhandlingDisabled->setChecked(true);
-    ui->rarHandlingDuring->setChecked(rarHandling == "during"_L1);
-    ui->rarHandlingAfter->setChecked(rarHandling == "after"_L1);
-    ui->autoPAR2->setChecked(settings->value("autoPAR2"_L1).toBool());
-    ui->pausePAR2->setChecked(settings->value("pausePAR2"_L1).toBool());
-    ui->clearOnCompletion->setChecked(settings->value("clearOnCompletion"_L1).toBool());
+    ui->rarHandlingDuring->setChecked(rarHandling == RarHandling::During);
+    ui->rarHandlingAfter->setChecked(rarHandling == RarHandling::After);
+    ui->autoPAR2->setChecked(settings->get(Settings::autoPAR2));
+    ui->pausePAR2->setChecked(settings->get(Settings::pausePAR2));
+    ui->clearOnCompletion->setChecked(settings->get(Settings::clearOnCompletion));
 }
 
 void SettingsWindow::loadServer()
 {
-    const QSettings *settings = engine->settings();
-    ui->hostname->setText(settings->value("hostname"_L1).toString());
-    ui->username->setText(settings->value("username"_L1).toString());
-    ui->password->setText(storedPassword(settings).section(QChar(u'\0'), 0, 0));
-    const bool ssl = settings->value("ssl"_L1).toBool();
-    const bool otherPort = settings->value("port"_L1).toInt() == otherSslPort;
+    const Settings *settings = engine->settings();
+    ui->hostname->setText(settings->get(Settings::hostname));
+    ui->username->setText(settings->get(Settings::username));
+    ui->password->setText(settings->password().section(QChar(u'\0'), 0, 0));
+    const bool ssl = settings->get(Settings::ssl);
+    const bool otherPort = settings->get(Settings::port) == otherSslPort;
     (!ssl ? ui->nossl : otherPort ? ui->ssl443 : ui->ssl563)->setChecked(true);
 }
 
@@ -193,27 +170,23 @@ void SettingsWindow::proposePaths()
 
 void SettingsWindow::saveSettings()
 {
-    QSettings *settings = engine->settings();
-    restrictToOwner(settings->fileName());
-    settings->setValue("hostname"_L1, textOf(ui->hostname));
-    settings->setValue("username"_L1, textOf(ui->username));
-    settings->setValue("password"_L1, textOf(ui->password).toLatin1().toBase64());
-    settings->setValue("mediaPlayer"_L1, pathOf(ui->mediaPlayer));
-    settings->setValue("mediaPlayerArgs"_L1, pathOf(ui->mediaPlayerArgs));
-    settings->setValue("downloadFolder"_L1, pathOf(ui->downloadFolder));
-    settings->setValue("threads"_L1, ui->threads->value());
-    settings->setValue("networkTimeout"_L1, ui->networkTimeout->value());
-    settings->setValue("networkRetry"_L1, ui->networkRetry->value());
-    settings->setValue("port"_L1, chosenPort().number);
-    settings->setValue("ssl"_L1, chosenPort().ssl);
-    settings->setValue("rarHandling"_L1, chosenRarHandling());
-    settings->setValue("autoPAR2"_L1, ui->autoPAR2->isChecked());
-    settings->setValue("pausePAR2"_L1, ui->pausePAR2->isChecked());
-    settings->setValue("clearOnCompletion"_L1, ui->clearOnCompletion->isChecked());
-    // The status of an object keeps its first error for good.
-    QSettings written(settings->fileName(), QSettings::IniFormat);
-    written.sync();
-    if (written.status() == QSettings::AccessError)
+    Settings *settings = engine->settings();
+    settings->set(Settings::hostname, textOf(ui->hostname));
+    settings->set(Settings::username, textOf(ui->username));
+    settings->setPassword(textOf(ui->password));
+    settings->set(Settings::mediaPlayer, pathOf(ui->mediaPlayer));
+    settings->set(Settings::mediaPlayerArgs, pathOf(ui->mediaPlayerArgs));
+    settings->set(Settings::downloadFolder, pathOf(ui->downloadFolder));
+    settings->set(Settings::threads, ui->threads->value());
+    settings->set(Settings::networkTimeout, ui->networkTimeout->value());
+    settings->set(Settings::networkRetry, ui->networkRetry->value());
+    settings->set(Settings::port, chosenPort().number);
+    settings->set(Settings::ssl, chosenPort().ssl);
+    settings->setRarHandling(chosenRarHandling());
+    settings->set(Settings::autoPAR2, ui->autoPAR2->isChecked());
+    settings->set(Settings::pausePAR2, ui->pausePAR2->isChecked());
+    settings->set(Settings::clearOnCompletion, ui->clearOnCompletion->isChecked());
+    if (!settings->save())
         QMessageBox::critical(this, tr("Access error"),
                               tr("Error writing settings. Check file permissions."));
 }
@@ -227,11 +200,11 @@ SettingsWindow::Port SettingsWindow::chosenPort() const
     return {plainPort, false};
 }
 
-QString SettingsWindow::chosenRarHandling() const
+RarHandling SettingsWindow::chosenRarHandling() const
 {
     if (ui->rarHandlingDuring->isChecked())
-        return u"during"_s;
-    return ui->rarHandlingAfter->isChecked() ? u"after"_s : u"disabled"_s;
+        return RarHandling::During;
+    return ui->rarHandlingAfter->isChecked() ? RarHandling::After : RarHandling::Disabled;
 }
 
 void SettingsWindow::OKclicked()
@@ -283,12 +256,12 @@ bool SettingsWindow::isComplete()
 /// The number of connections counts, too: a test shows whether the account is still good for one.
 bool SettingsWindow::isServerStored() const
 {
-    const QSettings *settings = engine->settings();
-    return settings->value("hostname"_L1).toString() == textOf(ui->hostname)
-           && settings->value("username"_L1).toString() == textOf(ui->username)
-           && storedPassword(settings) == textOf(ui->password)
-           && settings->value("threads"_L1).toInt() == ui->threads->value()
-           && settings->value("port"_L1).toInt() == chosenPort().number;
+    const Settings *settings = engine->settings();
+    return settings->get(Settings::hostname) == textOf(ui->hostname)
+           && settings->get(Settings::username) == textOf(ui->username)
+           && settings->password() == textOf(ui->password)
+           && settings->get(Settings::threads) == ui->threads->value()
+           && settings->get(Settings::port) == chosenPort().number;
 }
 
 // These two texts are not translated. A dialog that is cancelled empties the field.

@@ -10,6 +10,7 @@
 #include <memory>
 
 class Marlowick;
+enum class RarHandling;
 class NNTP;
 class NzbFile;
 class QLabel;
@@ -71,7 +72,7 @@ private:
     [[nodiscard]] bool isComplete();
     [[nodiscard]] bool isServerStored() const;
     [[nodiscard]] Port chosenPort() const;
-    [[nodiscard]] QString chosenRarHandling() const;
+    [[nodiscard]] RarHandling chosenRarHandling() const;
 
     void startServerTest();
     void watchServerTest();
