@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QMutex>
 #include <QScopeGuard>
 
 #include <array>
@@ -13,6 +12,7 @@
 #include <numeric>
 #include <unistd.h>
 
+#include "post/threadsanitizer.h"
 #include "queue/filenames.h"
 
 using namespace Qt::StringLiterals;
@@ -50,8 +50,7 @@ FileCombiner::FileCombiner(Nzb *job, QObject *parent)
 
 QString FileCombiner::finish()
 {
-    wait();
-    QtTsan::futexAcquire(this); // see run()
+    awaitEnd(this);
     return outputName;
 }
 
@@ -66,8 +65,7 @@ bool FileCombiner::hasGaps()
 
 void FileCombiner::run()
 {
-    // For the thread sanitizer, which does not see that wait() orders all this before what follows.
-    const auto ordered = qScopeGuard([this] { QtTsan::futexRelease(this); });
+    const auto end = qScopeGuard([this] { announceEnd(this); });
     if (parts.isEmpty()) {
         emit processingComplete(nzb, QString());
         return;

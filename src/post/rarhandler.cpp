@@ -4,10 +4,11 @@
 
 #include <QDebug>
 #include <QFile>
-#include <QMutexLocker>
 
 #include <utility>
 
+#include "post/rarrun.h"
+#include "post/threadsanitizer.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
@@ -19,62 +20,40 @@ RarHandler::RarHandler(Nzb *nzb)
     : QThread(nzb)
     , nzb(nzb)
 {
-    // By way of this object: whoever stops the handler can have delivered what is still under way
-    // to it.
-    connect(this, &RarHandler::memberBegun, this,
-            [nzb](const QString &file, quint64 size) { nzb->addExtractedFile(file, size); });
-    connect(this, &RarHandler::volumeMissed, this, &RarHandler::reviewVolume);
-    // Connected first, called first: whoever hears of the end finds isProcessing() changed.
-    connect(this, &RarHandler::processingComplete, this, &RarHandler::noteCompletion);
-    connect(this, &RarHandler::errorProcessing, this, &RarHandler::noteFailure);
-    connect(this, &RarHandler::suspended, this, &RarHandler::noteSuspension);
 }
 
-void RarHandler::stop()
+RarHandler::~RarHandler() { stop(); }
+
+void RarHandler::end(bool atOnce)
 {
-    {
-        const QMutexLocker lock(&passwordMutex);
-        stopRequested = true;
-        passwordCondition.wakeOne();
-    }
-    {
-        const QMutexLocker lock(&volumeMutex);
-        volumeCondition.wakeOne();
-    }
+    if (current)
+        current->stop(atOnce);
     qDebug() << "Waiting for thread to finish";
-    awaitEnd();
+    awaitEnd(this);
     qDebug() << "Thread finished";
 }
 
-void RarHandler::abort()
+void RarHandler::run()
 {
-    abortRequested = true;
-    stop();
-}
-
-void RarHandler::awaitEnd()
-{
-    wait();
-    QtTsan::futexAcquire(this); // see run()
+    current->unpack();
+    announceEnd(this);
 }
 
 void RarHandler::fileCompleted(NzbFile *file)
 {
     if (file->parent() != nzb || (file->isIncomplete() && !trustsDisk))
         return;
-    const QMutexLocker lock(&volumeMutex);
     if (startsRun(file->name()))
         return startRun(file->name());
     if (processing)
         noteArrivals();
-    if (file->name() == waitingFor)
-        volumeCondition.wakeOne();
+    if (current)
+        current->wake(file->name());
 }
 
 void RarHandler::checkCompletedFiles()
 {
     failed = false;
-    const QMutexLocker lock(&volumeMutex);
     noteArrivals();
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
@@ -82,8 +61,8 @@ void RarHandler::checkCompletedFiles()
             continue;
         if (startsRun(file->name()))
             startRun(file->name());
-        else if (file->name() == waitingFor)
-            volumeCondition.wakeOne();
+        else if (current)
+            current->wake(file->name());
     }
     for (const QString &name : std::as_const(restored)) {
         if (startsRun(name))
@@ -101,7 +80,6 @@ bool RarHandler::isWhole(const NzbFile *file) const
     return trustsDisk ? QFile::exists(pathOf(file)) : file->isFinished() && !file->isIncomplete();
 }
 
-/// With volumeMutex held.
 bool RarHandler::startsRun(const QString &name) const
 {
     const QString path = nzb->folder() + u'/' + name;
@@ -109,39 +87,61 @@ bool RarHandler::startsRun(const QString &name) const
            && isInsideFolder(nzb->folder(), path) && !keptVolumes.contains(path);
 }
 
-/// With volumeMutex held.
 void RarHandler::startRun(const QString &name)
 {
-    awaitEnd(); // It has reported, but start() does nothing before the thread has ended.
-    folder = nzb->folder();
-    rarFile = folder + u'/' + name;
-    lost = false;
+    awaitEnd(this); // It has reported, but start() does nothing before the thread has ended.
+    current = std::make_unique<RarRun>(nzb->folder(), name);
+    connectRun();
+    current->setPassword(password);
+    current->setKeepsVolumes(keepsVolumes);
     noteArrivals();
     processing = true;
     start(QThread::LowPriority);
 }
 
-/// Writes down, by file name, whether all files of that name have arrived whole: the worker must
-/// not read the files themselves while articles change them. Wakes it if it sleeps for a volume
-/// that was placed by hand, and that may count as ready only now. With volumeMutex held.
+void RarHandler::connectRun()
+{
+    RarRun *run = current.get();
+    // To this object: whoever stops the handler can have delivered what is still under way to it.
+    connect(run, &RarRun::memberBegun, this,
+            [this](const QString &file, quint64 size) { nzb->addExtractedFile(file, size); });
+    connect(run, &RarRun::volumeMissed, this, &RarHandler::reviewVolume);
+    // Connected first, called first: whoever hears of the end finds isProcessing() changed.
+    connect(run, &RarRun::completed, this, &RarHandler::noteCompletion);
+    connect(run, &RarRun::failed, this, &RarHandler::noteFailure);
+    connect(run, &RarRun::suspended, this, &RarHandler::noteSuspension);
+    // On the worker, whose signals are queued to their receivers from there.
+    const auto relay = [this, run](auto signal, auto function) {
+        connect(run, signal, this, function, Qt::DirectConnection);
+    };
+    relay(&RarRun::memberBegun, [this](const QString &file) { emit currentlyExtracting(file); });
+    relay(&RarRun::completed, [this] { emit processingComplete(nzb); });
+    relay(&RarRun::failed, [this](const QString &file) { emit errorProcessing(nzb, file); });
+    relay(&RarRun::passwordNeeded, [this](const QString &file) { emit passwordNeeded(nzb, file); });
+    relay(&RarRun::lowDiskspace, [this](quint64 needed) { emit lowDiskspace(needed); });
+}
+
+/// Tells the run which volumes have arrived: it must not read the files itself while articles
+/// change them.
 void RarHandler::noteArrivals()
 {
-    arrived.clear();
+    if (!current)
+        return;
+    QHash<QString, bool> arrived;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
         arrived[file->name()] = arrived.value(file->name(), true) && isWhole(file);
     }
-    if (!waitingFor.isEmpty() && isPlacedByHand(waitingFor)) {
-        arrived.insert(waitingFor, true);
-        volumeCondition.wakeOne();
-    }
+    if (const QString volume = current->waitingFor(); !volume.isEmpty() && isPlacedByHand(volume))
+        arrived.insert(volume, true);
+    current->setArrived(arrived);
 }
 
 /// Whether the volume @p name has been put there by the user: no file of the job bears its name,
 /// and none can still get it, as a file does with its first article.
 bool RarHandler::isPlacedByHand(const QString &name) const
 {
-    if (!QFile::exists(folder + u'/' + name))
+    if (!QFile::exists(nzb->folder() + u'/' + name))
         return false;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         const NzbFile *file = nzb->fileAt(i);
@@ -152,75 +152,55 @@ bool RarHandler::isPlacedByHand(const QString &name) const
     return true;
 }
 
-/// Called through the event loop by a worker that goes to sleep for a volume which, as far as it
-/// knows, has not arrived. A volume that no file of the job is named after was put there by the
-/// user.
+/// The run goes to sleep for a volume which, as far as it knows, has not arrived. One that no file
+/// of the job is named after was put there by the user.
 void RarHandler::reviewVolume()
 {
-    {
-        const QMutexLocker lock(&volumeMutex);
-        if (waitingFor.isEmpty())
-            return;
-        noteArrivals();
-        if (volumeReady(waitingFor))
-            return volumeCondition.wakeOne();
-    }
-    emit resting(nzb);
+    noteArrivals();
+    if (current->isAsleep())
+        emit resting(nzb);
 }
 
 void RarHandler::giveUpLostVolume(bool evenDamaged)
 {
-    const QMutexLocker lock(&volumeMutex);
-    if (waitingFor.isEmpty())
+    if (!isWaitingForVolume())
         return;
     noteArrivals();
-    if (volumeReady(waitingFor) || !(evenDamaged || arrived.value(waitingFor, true)))
-        return;
-    lost = true;
-    volumeCondition.wakeOne();
+    current->giveUpVolume(evenDamaged);
 }
 
-bool RarHandler::isAtWork()
-{
-    if (!processing || suspended_)
-        return false;
-    const bool asks = [this] {
-        const QMutexLocker lock(&passwordMutex);
-        return asksPassword;
-    }();
-    const QMutexLocker lock(&volumeMutex);
-    return !asks && (waitingFor.isEmpty() || lost || volumeReady(waitingFor));
-}
+bool RarHandler::isAtWork() const { return processing && !suspended && !current->isAsleep(); }
 
-bool RarHandler::isWaitingForVolume()
-{
-    const QMutexLocker lock(&volumeMutex);
-    return !waitingFor.isEmpty();
-}
+bool RarHandler::isWaitingForVolume() const { return current && !current->waitingFor().isEmpty(); }
 
 void RarHandler::setKeepsVolumes(bool keeps)
 {
-    const QMutexLocker lock(&volumeMutex);
     keepsVolumes = keeps;
+    if (current)
+        current->setKeepsVolumes(keeps);
 }
 
-bool RarHandler::hasUnpacked(const NzbFile *file)
+bool RarHandler::hasUnpacked(const NzbFile *file) const
 {
-    const QMutexLocker lock(&volumeMutex);
     return unpackedVolumes.contains(pathOf(file));
 }
 
 void RarHandler::removeKeptVolumes()
 {
-    const QStringList kept = [this] {
-        const QMutexLocker lock(&volumeMutex);
-        return std::exchange(keptVolumes, {});
-    }();
+    const QStringList kept = std::exchange(keptVolumes, {});
     for (const QString &volume : kept)
         QFile::remove(volume);
 }
 
-void RarHandler::noteCompletion() { processing = false; }
+void RarHandler::noteCompletion(const QStringList &volumes, bool kept)
+{
+    processing = false;
+    unpackedVolumes.unite({volumes.cbegin(), volumes.cend()});
+    if (kept)
+        keptVolumes += volumes;
+    if (!keepsVolumes)
+        removeKeptVolumes(); // they have become dispensable while the signal was under way
+}
 
 void RarHandler::noteFailure()
 {
@@ -230,14 +210,13 @@ void RarHandler::noteFailure()
 
 void RarHandler::noteSuspension()
 {
-    suspended_ = true;
+    suspended = true;
     emit resting(nzb);
 }
 
 void RarHandler::setRarPassword(const QString &text)
 {
-    const QMutexLocker lock(&passwordMutex);
     password = text.toLocal8Bit(); // as the library reads it
-    asksPassword = false;
-    passwordCondition.wakeOne();
+    if (current)
+        current->setPassword(password);
 }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
+#include "post/rarrun.h"
 
-// What runs on the worker thread.
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -9,12 +9,12 @@
 #include <QMutexLocker>
 
 #include <unistd.h>
+#include <utility>
 
 #include "post/freebytes.h"
-#include "post/rarhandler.h"
+#include "post/threadsanitizer.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
-#include "queue/nzb.h"
 
 #include "post/unrar.h"
 
@@ -24,49 +24,106 @@ namespace {
 
 constexpr double spaceMargin = 100.0 * 1024 * 1024;
 
-/// Tells the thread sanitizer, if the build is for it, that others may have the mutex meanwhile: it
-/// does not see that of itself, as Qt's library is not built for it.
-void sleepOn(QWaitCondition &condition, QMutex &mutex)
-{
-    QtTsan::mutexPreUnlock(&mutex, 0);
-    QtTsan::mutexPostUnlock(&mutex, 0);
-    condition.wait(&mutex);
-    QtTsan::mutexPreLock(&mutex, 0);
-    QtTsan::mutexPostLock(&mutex, 0, 0);
-}
-
 } // namespace
 
-void RarHandler::run()
+RarRun::RarRun(QString theFolder, const QString &firstVolume)
+    : folder(std::move(theFolder))
+    , rarFile(folder + u'/' + firstVolume)
 {
-    volumes.clear();
+}
+
+void RarRun::setArrived(const QHash<QString, bool> &files)
+{
+    const QMutexLocker lock(&volumeMutex);
+    arrived = files;
+    if (!awaited.isEmpty() && volumeReady(awaited))
+        volumeCondition.wakeOne();
+}
+
+void RarRun::wake(const QString &name)
+{
+    const QMutexLocker lock(&volumeMutex);
+    if (name == awaited)
+        volumeCondition.wakeOne();
+}
+
+void RarRun::giveUpVolume(bool evenDamaged)
+{
+    const QMutexLocker lock(&volumeMutex);
+    if (awaited.isEmpty() || volumeReady(awaited) || !(evenDamaged || arrived.value(awaited, true)))
+        return;
+    lost = true;
+    volumeCondition.wakeOne();
+}
+
+void RarRun::setPassword(const QByteArray &text)
+{
+    const QMutexLocker lock(&passwordMutex);
+    password = text;
+    asksPassword = false;
+    passwordCondition.wakeOne();
+}
+
+void RarRun::setKeepsVolumes(bool keeps)
+{
+    const QMutexLocker lock(&volumeMutex);
+    keepsVolumes = keeps;
+}
+
+void RarRun::stop(bool atOnce)
+{
+    if (atOnce)
+        abortRequested = true;
+    {
+        const QMutexLocker lock(&passwordMutex);
+        stopRequested = true;
+        passwordCondition.wakeOne();
+    }
+    const QMutexLocker lock(&volumeMutex);
+    volumeCondition.wakeOne();
+}
+
+QString RarRun::waitingFor()
+{
+    const QMutexLocker lock(&volumeMutex);
+    return awaited;
+}
+
+bool RarRun::isAsleep()
+{
+    {
+        const QMutexLocker lock(&passwordMutex);
+        if (asksPassword)
+            return true;
+    }
+    const QMutexLocker lock(&volumeMutex);
+    return !awaited.isEmpty() && !lost && !volumeReady(awaited);
+}
+
+void RarRun::unpack()
+{
     archive = std::make_unique<RarArchive>(rarFile, folder);
-    const Outcome outcome = unpack();
+    const Outcome outcome = processArchive();
     if (outcome == Outcome::Complete)
         qDebug() << "Rar processing complete";
     archive.reset();
 
     switch (outcome) {
     case Outcome::Complete:
-        keepOrRemoveVolumes();
-        emit processingComplete(nzb);
-        break;
+        return complete();
     case Outcome::Failed:
-        emit errorProcessing(nzb, rarFile);
-        break;
+        emit failed(rarFile);
+        return;
     case Outcome::NoSpace:
         emit lowDiskspace(member.size);
-        emit suspended();
         break;
     case Outcome::NoPassword:
-        emit suspended();
         break;
     }
-    // For the thread sanitizer, which does not see that wait() orders all this before what follows.
-    QtTsan::futexRelease(this);
+    emit suspended();
 }
 
-RarHandler::Outcome RarHandler::unpack()
+RarRun::Outcome RarRun::processArchive()
 {
     if (archive->openResult() != 0) {
         qDebug() << archive->openResult() << "Error opening RAR file" << rarFile;
@@ -80,7 +137,7 @@ RarHandler::Outcome RarHandler::unpack()
     return processMembers();
 }
 
-RarHandler::Outcome RarHandler::processMembers()
+RarRun::Outcome RarRun::processMembers()
 {
     Result result = Result::Ok;
     while ((result = archive->nextMember()) == Result::Ok) {
@@ -103,14 +160,14 @@ RarHandler::Outcome RarHandler::processMembers()
     return result == Result::End ? Outcome::Complete : Outcome::Failed;
 }
 
-bool RarHandler::lacksSpace() const
+bool RarRun::lacksSpace() const
 {
     const double available = freeBytes(QFile::encodeName(folder).constData());
     return available >= 0 && static_cast<double>(member.size) + spaceMargin > available;
 }
 
 /// The library fills the whole dictionary that a header claims, which may be 4 GiB for one byte.
-bool RarHandler::lacksMemory() const
+bool RarRun::lacksMemory() const
 {
     const auto memory = static_cast<quint64>(sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE));
     const bool lacks = member.dictionary > memory / 2;
@@ -119,14 +176,14 @@ bool RarHandler::lacksMemory() const
     return lacks;
 }
 
-bool RarHandler::isUnsafe() const
+bool RarRun::isUnsafe() const
 {
     return member.symbolicLink || isSuspiciousMember(member.name)
            || !isInsideFolder(folder, folder + u'/' + currentFile);
 }
 
 /// A post may have been packed twice, under one name.
-bool RarHandler::overwritesVolume()
+bool RarRun::overwritesVolume()
 {
     const QString path = QDir::cleanPath(folder + u'/' + currentFile);
     const QString name = QFileInfo(path).fileName();
@@ -136,13 +193,14 @@ bool RarHandler::overwritesVolume()
     return arrived.contains(name) || volumes.contains(folder + u'/' + name);
 }
 
-Result RarHandler::skip()
+Result RarRun::skip()
 {
+    // Deliberate: the misspelt word.
     qDebug() << "RARhandler: skipping file because of symlink or suspicous filename" << currentFile;
     return archive->skipMember();
 }
 
-Result RarHandler::extract()
+Result RarRun::extract()
 {
     qDebug() << "RARhandler: extracting file" << currentFile << "size" << member.size;
     // Made at once, for whoever wants to read it as it grows. The folder may be missing yet.
@@ -150,42 +208,40 @@ Result RarHandler::extract()
     const bool made = !target.exists() && target.open(QIODevice::ReadWrite);
     target.close();
     emit memberBegun(currentFile, member.size);
-    emit currentlyExtracting(currentFile);
     const Result result = archive->extractMember();
     if (result != Result::Ok && made && target.size() == 0)
         target.remove(); // as after a wrong password
     return result;
 }
 
-void RarHandler::keepOrRemoveVolumes()
+void RarRun::complete()
 {
-    {
+    const bool keeps = [this] {
         const QMutexLocker lock(&volumeMutex);
-        for (const QString &volume : std::as_const(volumes))
-            unpackedVolumes.insert(volume);
-        if (keepsVolumes)
-            keptVolumes += std::exchange(volumes, {});
-    }
+        return keepsVolumes;
+    }();
     for (const QString &volume : std::as_const(volumes)) {
+        if (keeps)
+            break;
         qDebug() << "Removing processed RAR file:" << volume;
         QFile::remove(volume);
     }
-    volumes.clear();
+    emit completed(volumes, keeps);
 }
 
-void RarHandler::askPassword(const QString &rarfile)
+void RarRun::askPassword(const QString &rarfile)
 {
     const QMutexLocker lock(&passwordMutex);
     if (!password.isEmpty() || stopRequested)
         return;
     qDebug() << "Password needed to decrypt RAR";
     asksPassword = true;
-    emit passwordNeeded(nzb, rarfile);
+    emit passwordNeeded(rarfile);
     sleepOn(passwordCondition, passwordMutex);
 }
 
 /// False when the user declines.
-bool RarHandler::unlock()
+bool RarRun::unlock()
 {
     askPassword(archive->firstVolume());
     const QMutexLocker lock(&passwordMutex);
@@ -195,12 +251,12 @@ bool RarHandler::unlock()
     return true;
 }
 
-int RarHandler::rarCallback(unsigned msg, long userData, long p1, long p2)
+int RarRun::rarCallback(unsigned msg, long userData, long p1, long p2)
 {
-    return reinterpret_cast<RarHandler *>(userData)->onRarCallback(msg, p1, p2);
+    return reinterpret_cast<RarRun *>(userData)->onRarCallback(msg, p1, p2);
 }
 
-int RarHandler::onRarCallback(unsigned msg, long p1, long p2)
+int RarRun::onRarCallback(unsigned msg, long p1, long p2)
 {
     if (msg == UCM_PROCESSDATA)
         bytesProcessed += static_cast<quint64>(p2);
@@ -215,7 +271,7 @@ int RarHandler::onRarCallback(unsigned msg, long p1, long p2)
 }
 
 /// @p path is where the library looks: only its last component is that of the volume.
-bool RarHandler::changeVolume(const QString &path)
+bool RarRun::changeVolume(const QString &path)
 {
     const QString name = QFileInfo(QDir::fromNativeSeparators(path)).fileName();
     const QString volume = QFileInfo(rarFile).path() + u'/' + name;
@@ -229,10 +285,10 @@ bool RarHandler::changeVolume(const QString &path)
     return true;
 }
 
-bool RarHandler::waitForVolume(const QString &name)
+bool RarRun::waitForVolume(const QString &name)
 {
     const QMutexLocker lock(&volumeMutex);
-    waitingFor = name;
+    awaited = name;
     if (!volumeReady(name)) {
         if (stopRequested)
             return false;
@@ -240,12 +296,12 @@ bool RarHandler::waitForVolume(const QString &name)
         sleepOn(volumeCondition, volumeMutex);
     }
     const bool ready = volumeReady(name);
-    waitingFor.clear();
+    awaited.clear();
     return ready;
 }
 
 /// With volumeMutex held.
-bool RarHandler::volumeReady(const QString &name) const
+bool RarRun::volumeReady(const QString &name) const
 {
     return QFile::exists(folder + u'/' + name) && arrived.value(name, false);
 }
