@@ -165,7 +165,7 @@ void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumena
     if (const Par2Process *pass = work.value(nzb).repair)
         takeNames(nzb, pass); // of sets before this one
     showRepair(nzb, QString());
-    if (!requestBlocks(nzb, std::max(number, 1), volumename))
+    if (!requestBlocks(nzb, number, volumename))
         par2Failed(nzb);
 }
 

@@ -73,7 +73,7 @@ void Marlowick::joinParts(NzbFile *nzbfile)
     clock.start();
     connect(&combiner, &FileCombiner::processingError, this, &Marlowick::splitCombinerError);
     combiner.run();
-    qDebug() << "Combined in" << clock.elapsed() << "miliseconds";
+    qDebug() << "Combined in" << clock.elapsed() << "miliseconds"; // deliberate: the spelling
 }
 
 void Marlowick::splitCombinerError(Nzb *nzb, const QString & /*file*/, const QString &error)

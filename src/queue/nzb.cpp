@@ -3,15 +3,14 @@
 #include "queue/nzb.h"
 
 #include <QHash>
-#include <QThread>
 
 #include <algorithm>
 #include <numeric>
 #include <tuple>
 #include <vector>
 
+#include "queue/displaytext.h"
 #include "queue/nzbfile.h"
-#include "queue/percentage.h"
 
 using namespace Qt::StringLiterals;
 
@@ -153,15 +152,4 @@ void Nzb::sortFiles()
 QString Nzb::cleanName(const QString &name)
 {
     return isNzbName(name) ? name.chopped(4).trimmed() : name.trimmed();
-}
-
-void Nzb::addExtractedFile(const QString &file, quint64 bytesExtracted)
-{
-    if (QThread::currentThread() == thread()) {
-        extractedFiles_.insert(file, bytesExtracted);
-        return;
-    }
-    // By name, for the thread sanitizer: it cannot see which thread is done with a functor first.
-    QMetaObject::invokeMethod(this, "addExtractedFile", Qt::QueuedConnection, Q_ARG(QString, file),
-                              Q_ARG(quint64, bytesExtracted));
 }

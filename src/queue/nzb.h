@@ -50,6 +50,10 @@ public:
     [[nodiscard]] QString downloadFolder() const { return folder_; }
     /// Files that post-processing made: name relative to folder(), and size in bytes.
     [[nodiscard]] QMap<QString, quint64> &extractedFiles() { return extractedFiles_; }
+    void addExtractedFile(const QString &file, quint64 bytesExtracted)
+    {
+        extractedFiles_.insert(file, bytesExtracted);
+    }
 
     /// Takes @p file out of the job and deletes it, unless a connection still holds one of its
     /// articles: then it lives on as a child of the job until that article has come back.
@@ -68,10 +72,6 @@ public:
 
     /// Cuts one ".nzb" off the end, in any case, and trims white space.
     [[nodiscard]] static QString cleanName(const QString &name);
-
-public slots:
-    /// Records a file that post-processing made. @p file is relative to folder().
-    void addExtractedFile(const QString &file, quint64 bytesExtracted);
 
 private:
     void readNzb(const QString &nzbFile);

@@ -8,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-#include "queue/percentage.h"
+#include "queue/displaytext.h"
 #include "queue/subject.h"
 #include "queue/writablexml.h"
 

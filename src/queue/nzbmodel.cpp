@@ -5,6 +5,7 @@
 #include <QBrush>
 
 #include "engine/marlowick.h"
+#include "queue/displaytext.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -13,9 +14,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 enum Column { FileColumn, SizeColumn, StatusColumn, ColumnCount };
-
-/// Characters of a name: laying out a hostile one of a million would take seconds.
-constexpr int longestShown = 1000;
 
 constexpr struct {
     QLatin1StringView picture;
@@ -147,7 +145,7 @@ QVariant NzbModel::text(const INzbItem *item, int column) const
 {
     switch (column) {
     case FileColumn:
-        return item->name().left(longestShown);
+        return shortened(item->name());
     case SizeColumn:
         return formatSize(static_cast<double>(item->size()));
     case StatusColumn:

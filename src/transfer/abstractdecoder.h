@@ -35,11 +35,12 @@ public:
     /// the hexadecimal form of @p name. The length is not limited.
     [[nodiscard]] static QString sanitizeFilename(const QByteArray &name);
 
-protected:
-    /// Bytes that no line of an article reaches. A decoder that waits for a line's end fails
-    /// beyond them, so that a hostile server cannot fill the memory.
+    /// Bytes that no line from a server reaches: replies have at most 512 (RFC 3977 3.1), lines of
+    /// articles rarely 1000. What waits for a line's end fails beyond them, so that a hostile
+    /// server cannot fill the memory.
     static constexpr qsizetype maximalLine = 1024 * 1024;
 
+protected:
     QString folder;
     QString filename_;
     quint64 bytes_ = 0;

@@ -20,10 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A server that sends more than this without a line end is at fault: replies have at most 512
-/// bytes (RFC 3977 3.1), body lines of articles rarely 1000.
-constexpr qint64 maxLineLength = 1024 * 1024;
-
 /// What one connection takes from the network, and decrypts, before the others and the window get
 /// their turn: Qt's limit is for its buffer of encrypted bytes, which are decrypted all at once.
 /// Without it eight connections decrypt eight whole articles first.
@@ -288,7 +284,7 @@ void NNTP::readAvailable()
 void NNTP::readReply()
 {
     if (!socket->canReadLine()) {
-        if (socket->bytesAvailable() > maxLineLength)
+        if (socket->bytesAvailable() > AbstractDecoder::maximalLine)
             abortForEndlessLine();
         else if (ssl && socket->bytesAvailable() >= decryptedAtOnce)
             socket->setReadBufferSize(0); // or the rest of a long line would wait for room for ever
@@ -304,7 +300,7 @@ void NNTP::readReply()
     if (line.size() > 2)
         handleReply(line);
     // Only one line is read of what comes in at once, so lines that nobody asked for pile up.
-    if (self && socket->bytesAvailable() > maxLineLength)
+    if (self && socket->bytesAvailable() > AbstractDecoder::maximalLine)
         abortWithError(0, tr("The server sent more than it was asked for"));
 }
 

@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include "queue/displaytext.h"
 #include "ui/deletedialog.h"
 
 namespace {
@@ -37,7 +38,7 @@ void BoxQueue::append(const Maker &make)
 
 void BoxQueue::append(QMessageBox::Icon icon, const QString &title, const QString &text)
 {
-    append([this, icon, title, text = text.left(1000)] {
+    append([this, icon, title, text = shortened(text)] {
         return new QMessageBox(icon, title, text, QMessageBox::Ok,
                                qobject_cast<QWidget *>(parent()));
     });

@@ -9,6 +9,7 @@
 
 #include "engine/marlowick.h"
 #include "post/freebytes.h"
+#include "queue/displaytext.h"
 #include "ui/boxqueue.h"
 #include "ui/mainwindow.h"
 #include "ui_mainwindow.h"
@@ -35,7 +36,7 @@ void MainWindow::onError(int /*code*/, const QString &msg)
 void MainWindow::onNotice(int /*code*/, const QString &msg)
 {
     qDebug().nospace() << "Notice: " << msg;
-    ui->statusBar->showMessage(msg.left(1000), noticeMsec); // a hostile name can be of any length
+    ui->statusBar->showMessage(shortened(msg), noticeMsec);
 }
 
 void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, int secondsleft)

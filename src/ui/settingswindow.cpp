@@ -230,6 +230,7 @@ bool SettingsWindow::isComplete()
         QString title;
         QString text;
     } requirements[] = {
+        // deliberate: "does not exists"
         {!textOf(ui->hostname).isEmpty(), ServerTab, ui->hostname, tr("Hostname required"),
          tr("Please enter the hostname of your Usenet server")},
         {textOf(ui->password).isEmpty() || !textOf(ui->username).isEmpty(), ServerTab, ui->username,

@@ -6,6 +6,7 @@
 #include <QProgressDialog>
 
 #include "engine/marlowick.h"
+#include "queue/displaytext.h"
 #include "queue/nzbfile.h"
 #include "transfer/nntp.h"
 #include "ui/settingswindow.h"
@@ -24,7 +25,7 @@ constexpr int repliesOfLogin = 3;
 QString boxText(const QString &message)
 {
     const QString paragraph = u"<p>"_s;
-    const QString text = message.left(1000); // nobody reads more
+    const QString text = shortened(message);
     if (!QString(text).remove(paragraph).contains(u'<'))
         return text;
     return paragraph + text.toHtmlEscaped().replace(paragraph.toHtmlEscaped(), paragraph);

@@ -15,3 +15,7 @@
     constexpr double highest = std::numeric_limits<int>::max();
     return QString::number(static_cast<int>(std::min(percent, highest))) + QLatin1StringView(" %");
 }
+
+/// As much of a name or message as anyone reads: to lay out a hostile one of a million characters
+/// would take seconds.
+[[nodiscard]] inline QString shortened(const QString &text) { return text.left(1000); }
