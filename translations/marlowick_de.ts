@@ -224,10 +224,6 @@
         <translation>Fehler beim Anlegen des Einstellungsordners „%1“. Einstellungen und Warteschlange können nicht gespeichert werden.</translation>
     </message>
     <message>
-        <source>0.99d</source>
-        <translation>0.99d</translation>
-    </message>
-    <message>
         <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
         <translation>Der Server verlangt ein Passwort. Bitte geben Sie es im Fenster „Einstellungen“ an.</translation>
     </message>

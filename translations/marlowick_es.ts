@@ -224,10 +224,6 @@
         <translation>Error al crear la carpeta de ajustes «%1». No se pueden guardar los ajustes ni la cola.</translation>
     </message>
     <message>
-        <source>0.99d</source>
-        <translation>0.99d</translation>
-    </message>
-    <message>
         <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
         <translation>El servidor pide una contraseña. Indíquela en la ventana «Ajustes».</translation>
     </message>

@@ -224,10 +224,6 @@
         <translation>Erreur à la création du dossier des paramètres «&#xa0;%1&#xa0;». Les paramètres et la file ne peuvent pas être enregistrés.</translation>
     </message>
     <message>
-        <source>0.99d</source>
-        <translation>0.99d</translation>
-    </message>
-    <message>
         <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
         <translation>Le serveur demande un mot de passe. Veuillez l’indiquer dans la fenêtre «&#xa0;Paramètres&#xa0;».</translation>
     </message>

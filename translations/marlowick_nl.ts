@@ -224,10 +224,6 @@
         <translation>Fout bij het aanmaken van de instellingenmap ‘%1’. Instellingen en wachtrij kunnen niet worden opgeslagen.</translation>
     </message>
     <message>
-        <source>0.99d</source>
-        <translation>0.99d</translation>
-    </message>
-    <message>
         <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
         <translation>De server vraagt om een wachtwoord. Geef het op in het venster ‘Instellingen’.</translation>
     </message>

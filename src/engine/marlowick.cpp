@@ -76,4 +76,6 @@ QString Marlowick::mediaPlayer() const
     return Settings::expand(settings_->get(Settings::mediaPlayer));
 }
 
+QString Marlowick::version() const { return tr(MARLOWICK_VERSION); }
+
 void Marlowick::setSaveInterval(int seconds) { saveTimer.start(seconds * 1000); }

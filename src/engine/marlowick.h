@@ -43,7 +43,7 @@ public:
     /// The folder below which each job gets its own.
     [[nodiscard]] QString downloadFolder() const;
     [[nodiscard]] QString mediaPlayer() const;
-    [[nodiscard]] QString version() const { return tr("0.99d"); }
+    [[nodiscard]] QString version() const;
     [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
     /// The jobs in the order of download and display. The model may change that order; jobs come
     /// and go through addNZB() and deleteItem() alone.
