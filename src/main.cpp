@@ -25,8 +25,8 @@ void complain(const char *text, const QString &path)
     QTextStream(stderr) << QCoreApplication::translate("main", text).arg(path) << Qt::endl;
 }
 
-/// Hands the command line on to the instance that is running, which may be at work in another
-/// folder; what it makes of it is its affair.
+/// Hands the command line on to the running instance, which may have another working folder and
+/// decides what to do with it.
 void sendArguments(QtSingleApplication &application)
 {
     const QStringList arguments = QCoreApplication::arguments();
@@ -43,8 +43,8 @@ void sendArguments(QtSingleApplication &application)
     }
 }
 
-/// The window may have to ask the user before it is there. What comes meanwhile from a second start
-/// waits for it, and a signal ends the dialogs.
+/// The window may have to ask the user while it is being made. Messages from a second start wait
+/// until then, and a signal ends the dialogs.
 int run(QtSingleApplication &application)
 {
     const TerminationSignals termination;

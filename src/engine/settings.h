@@ -4,15 +4,15 @@
 
 #include <QSettings>
 
-/// When archives are unpacked. A file without the key, or with an odd value, has Unset, which
-/// unpacks, but only after the download.
+/// When archives are unpacked. Unset, for a missing key or an unknown value, unpacks after the
+/// download.
 enum class RarHandling { Unset, Disabled, During, After };
 
-/// All configuration: one flat set of keys in one INI file. Nothing is cached or announced: who
-/// needs a value reads it at that moment, so that a change takes effect with the next read.
+/// All configuration: one flat set of keys in one INI file. Nothing is cached or announced: each
+/// value is read when it is needed, so a change takes effect with the next read.
 ///
-/// A key that is absent reads as T(); one of the wrong type converts as QVariant does. The limits
-/// of a value are the settings dialog's, and not checked again. Lives on the GUI thread.
+/// A missing key reads as T(), a value of the wrong type as QVariant converts it. Only the settings
+/// dialog limits the values. Lives on the GUI thread.
 class Settings final : public QSettings {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Settings)
@@ -37,8 +37,8 @@ public:
     static constexpr Key<bool> pausePAR2{"pausePAR2"}; ///< hold PAR2 files back until needed
     static constexpr Key<bool> clearOnCompletion{"clearOnCompletion"};
 
-    /// The file beside the program if there is one, even an empty one, which makes an installation
-    /// movable; that of the user otherwise.
+    /// Opens the file beside the program if it exists, even if it is empty, so that an installation
+    /// can be moved; otherwise that of the user.
     [[nodiscard]] static Settings *open(QObject *parent);
 
     template <class T> [[nodiscard]] T get(Key<T> key) const
@@ -49,7 +49,7 @@ public:
     {
         setValue(QLatin1StringView(key.name), value);
     }
-    /// Stored in base 64, an encoding without a secret. Only Latin-1 survives.
+    /// Stored in Base64, which protects nothing. Only Latin-1 characters survive.
     [[nodiscard]] QString password() const;
     void setPassword(const QString &text);
     [[nodiscard]] RarHandling rarHandling() const;
@@ -62,8 +62,8 @@ public:
 
     /// The folder of the settings file.
     [[nodiscard]] QString folder() const;
-    /// Writes what has been set, for the eyes of the file's owner alone: it holds the password.
-    /// False when the file cannot be written.
+    /// Writes the file, readable only by its owner, since it holds the password. False if it cannot
+    /// be written.
     [[nodiscard]] bool save() const;
 
 private:

@@ -26,8 +26,8 @@ qint64 totalSize(const QStringList &paths)
         [](qint64 sum, const QString &path) { return sum + QFileInfo(path).size(); });
 }
 
-/// Whether what has been written will stay. A quota, or a disk in the network, may refuse it only
-/// when the file is closed, and any handle of it will do for that.
+/// Whether the written data will stay. A quota or a network disk may refuse it only when the file
+/// is closed; closing a copy of the handle shows that as well.
 bool isAccepted(const QFile &output)
 {
     const int copy = fcntl(output.handle(), F_DUPFD_CLOEXEC, 0);
@@ -82,7 +82,7 @@ void FileCombiner::run()
         emit processingComplete(nzb, outputName);
 }
 
-/// The output is there already. Right in size it is taken for the work of an earlier run.
+/// The output exists already. If its size is right, an earlier run has made it.
 void FileCombiner::finishEarlierRun()
 {
     if (totalSize(parts) != QFileInfo(outputName).size()) {
@@ -108,17 +108,17 @@ bool FileCombiner::join()
     return true;
 }
 
-/// Leaves @p output open behind the data of the first piece, and without a buffer: a full disk must
-/// show before the piece is deleted.
+/// Leaves @p output open, positioned after the data of the first piece. It has no buffer, so that a
+/// full disk shows before the piece is deleted.
 bool FileCombiner::takeFirstPart(QFile &output)
 {
     const bool placed = sparseOutput && firstNumber != 1;
     if (!placed && renameFile(parts.first(), outputName)) {
-        // An output that does not open shows in the first write to it.
+        // If the output does not open, the first write to it fails.
         static_cast<void>(output.open(QIODevice::Append | QIODevice::Unbuffered));
         return true;
     }
-    // The name is free; NewOnly also keeps off what a dangling link points to.
+    // The name is free; NewOnly also protects the target of a dangling link.
     if (!output.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered)) {
         fail(tr("Error opening output file '%1'").arg(outputName));
         return false;

@@ -11,9 +11,9 @@ class QIODevice;
 
 /// Joins a numbered series of files into one and deletes the pieces.
 ///
-/// The output is named after the first piece, less its last extension. One object a series: fill it
-/// with addFile(), then either startProcessing(), which reports through queued signals, or run() on
-/// the calling thread. There is no cancellation.
+/// The output is named after the first piece, without its last extension. Use one object for each
+/// series: fill it with addFile(), then call either startProcessing(), which reports through queued
+/// signals, or run(), which works on the calling thread. A join cannot be cancelled.
 class FileCombiner final : public QThread {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(FileCombiner)
@@ -26,7 +26,8 @@ public:
 
     /// @param path  full path of a piece
     void addFile(const QString &path) { parts << path; }
-    /// True unless the series, judged by its two ends, runs from 1 to the number of pieces.
+    /// True unless the first piece is number 1 and the number of the last one is the count of
+    /// pieces.
     [[nodiscard]] bool hasGaps();
     void startProcessing() { start(QThread::LowPriority); }
     /// Blocks until the thread has ended, and returns the full path of the output.
@@ -39,7 +40,7 @@ public:
 signals:
     /// @p file is the full path of the output, empty when there was no piece.
     void processingComplete(Nzb *nzb, QString file);
-    /// Nothing is rolled back: pieces already joined are gone, the output so far stays.
+    /// Nothing is rolled back: pieces already joined are gone, and the unfinished output stays.
     void processingError(Nzb *nzb, QString file, QString error);
 
 private:

@@ -30,7 +30,7 @@ QStringList lines(const QByteArray &text) { return QFile::decodeName(text).split
 
 } // namespace
 
-/// The mark in the place of what is dropped keeps the rest of a cut line from looking like a line.
+/// The mark keeps the rest of a cut line from looking like a whole line.
 void Par2Output::append(const QByteArray &text)
 {
     text_ += text;

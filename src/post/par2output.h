@@ -6,27 +6,27 @@
 #include <QMap>
 #include <QStringList>
 
-/// What the PAR2 program prints, as it arrives, and what that says of a set of volumes.
+/// Collects the output of the PAR2 program as it arrives, and reads from it the state of a set.
 class Par2Output {
 public:
-    /// No more than the last so many bytes are kept, and a mark of what was dropped before them.
+    /// Only this many bytes at the end are kept, after a mark in the place of those dropped.
     static constexpr qsizetype maxSize = 256 * 1024;
 
     enum class Answer { Unknown, Repaired, Correct, NeedsBlocks, CorruptVolume };
 
     struct Verdict {
         Answer answer = Answer::Unknown;
-        int blocks = 0; ///< that the set lacks; 0 also when the number cannot be read
+        int blocks = 0; ///< still needed; 0 also when the number cannot be read
     };
 
     void append(const QByteArray &text);
     void clear() { text_.clear(); }
     [[nodiscard]] const QByteArray &text() const { return text_; }
-    /// By the last line that starts with words that are known.
+    /// Read from the last line that starts with known words.
     [[nodiscard]] Verdict verdict() const;
-    /// The files that the set is made for, by name.
+    /// The names of the files that the set protects.
     [[nodiscard]] QStringList targets() const;
-    /// By the name of a target, that of a file which more than half of its data was found in.
+    /// For the name of a target: the name of the file that holds more than half of its data.
     [[nodiscard]] QMap<QString, QString> foundIn() const;
 
 private:

@@ -28,8 +28,8 @@ QString findExecutable(const QStringList &candidates)
     return executable;
 }
 
-/// The program refuses a volume with a wildcard anywhere in its path. It runs in the volume's
-/// folder, so that a folder of such a name can be left out.
+/// The program refuses a path that holds a wildcard. It runs in the volume's folder, so the name of
+/// that folder can be left out.
 QString volumeArgument(const QFileInfo &volume)
 {
     const QString folder = volume.absolutePath();
@@ -95,7 +95,7 @@ void Par2Process::startVolume(const QString &group, const QString &file)
     process->setStandardInputFile(QProcess::nullDevice());
     connect(process, &QProcess::finished, this, &Par2Process::onFinished);
     connect(process, &QProcess::readyRead, this, &Par2Process::readOutput);
-    // Queued: it may come from within start().
+    // Queued, because start() may emit it.
     connect(process, &QProcess::errorOccurred, this, &Par2Process::onError, Qt::QueuedConnection);
     process->setWorkingDirectory(volume.absolutePath());
     qDebug() << "Starting par2 repair using" << file;
@@ -107,7 +107,7 @@ void Par2Process::startVolume(const QString &group, const QString &file)
 void Par2Process::onFinished()
 {
     readOutput();
-    // It is speaking, and so has to outlive this object, should a slot delete that.
+    // We are inside a signal of the process, which must outlive this object if a slot deletes us.
     process->setParent(nullptr);
     std::exchange(process, nullptr)->deleteLater();
     qDebug() << "PAR2 response" << QString::fromLocal8Bit(output.text());
@@ -129,7 +129,7 @@ void Par2Process::onFinished()
     finishGroup(failed);
 }
 
-/// A crash is not looked at: the program has ended then, and onFinished() judges its output.
+/// A crash is ignored here: the program has ended then, and onFinished() judges its output.
 void Par2Process::onError(QProcess::ProcessError error)
 {
     if (error != QProcess::FailedToStart)

@@ -16,8 +16,8 @@ class Nzb;
 ///
 /// Connect the signals, then call startNextGroup(). The program runs once for each set of volumes,
 /// one set after another, in the folder of the volumes; what it prints decides what comes next.
-/// Needs an event loop. There is no time-out: deleting the object kills the running program, which
-/// may leave a half-written file beside the damaged one. The object may be deleted in any slot.
+/// Needs an event loop. There is no time-out. Deleting the object kills the running program, which
+/// may leave a half-written file beside the damaged one. Any slot may delete the object.
 class Par2Process : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Par2Process)
@@ -34,11 +34,11 @@ public:
     /// Starts on the next set; after the last one tells how the pass ended, before it returns.
     void startNextGroup();
 
-    /// Each set has been found correct, or is so now.
+    /// Each set was found correct or has been repaired.
     [[nodiscard]] bool isInOrder() const { return failed == 0 && repaired + allCorrect != 0; }
     [[nodiscard]] bool hasRepaired() const { return repaired != 0; }
-    /// Of the sets that are in order: the names of their files, and by such a name that of another
-    /// file which its data was found in. They come from the volumes, and may be anything.
+    /// The names of the files of all sets that are in order; and for some of them, the name of
+    /// another file in which the data was found. They come from the volumes and may be anything.
     [[nodiscard]] const QStringList &targets() const { return targets_; }
     [[nodiscard]] const QMap<QString, QString> &foundIn() const { return foundIn_; }
 
@@ -47,12 +47,12 @@ signals:
     void repairComplete(Nzb *nzb);
     /// All sets are done and one at least was found correct, whatever became of the others.
     void nothingToRepair(Nzb *nzb);
-    /// The set lacks @p number recovery blocks. @p volumename is the path of its volumes up to
+    /// The set needs @p number more recovery blocks. @p volumename is the path of its volumes up to
     /// ".vol". The pass may go on with other sets: it is over with passEnded().
     void needMoreBlocks(Nzb *nzb, int number, QString volumename);
-    /// The pass is over and nothing follows. Comes once, last, and always, but for a program that
-    /// never ends. @p answered is false when none of the other signals came in this pass: no set,
-    /// no program that starts, or a set failed by an unknown output and none was found correct.
+    /// The pass is over. This is the last signal of each pass, unless the program never ends.
+    /// @p answered is false when none of the other signals came: there was no set, the program
+    /// could not be started, or a set failed with unknown output and none was found correct.
     void passEnded(Nzb *nzb, bool answered);
 
 protected:

@@ -12,15 +12,15 @@
 
 namespace {
 
-// The library cuts a longer destination without a word, and would write elsewhere.
+// The library silently cuts a longer destination, and would write elsewhere.
 constexpr qsizetype maxFolderBytes = 2000;
 constexpr unsigned storeMethod = 0x30;
 
-/// By its kind too: a header's attributes may deny that the library would make a link of it.
+/// Looks at the kind as well: the attributes may hide that the library would make a link.
 bool isSymbolicLink(const RARHeaderDataEx &header)
 {
     constexpr unsigned unixLink = 1;
-    constexpr unsigned junction = 3; // between them is the link of Windows
+    constexpr unsigned junction = 3; // a link of Windows lies between them
     return (header.FileAttr & 0xF000) == 0xA000
            || (header.RedirType >= unixLink && header.RedirType <= junction);
 }

@@ -12,9 +12,9 @@ struct RARHeaderDataEx;
 
 /// One RAR set under the unrar library, which is read from its first volume to its last.
 ///
-/// The library opens the next volume by itself and asks for it only when it cannot find it. So it
-/// is shown a private folder, with one symbolic link for each volume admitted so far: it then asks
-/// for every volume, before it opens it. The thread that makes the object is the one to use it.
+/// The library opens the next volume by itself and asks only for one that it cannot find. It is
+/// therefore shown a private folder with a symbolic link for each volume admitted so far, so that
+/// it asks for every volume before it opens it. Use the object on the thread that made it.
 class RarArchive final {
 public:
     /// The library's callback; the messages are those of <unrar/dll.hpp>.
@@ -27,7 +27,7 @@ public:
         bool encrypted = false;
         bool symbolicLink = false;
         quint64 dictionary = 0; ///< bytes of memory that unpacking takes
-        bool nameCut = false; ///< the name is longer than the library tells
+        bool nameCut = false; ///< the name is longer than the library can return
     };
 
     /// Opens the archive; openResult() is 0 if that went well.

@@ -89,7 +89,7 @@ bool RarHandler::startsRun(const QString &name) const
 
 void RarHandler::startRun(const QString &name)
 {
-    awaitEnd(this); // It has reported, but start() does nothing before the thread has ended.
+    awaitEnd(this); // The last run has reported, but start() does nothing until its thread ends.
     current = std::make_unique<RarRun>(nzb->folder(), name);
     connectRun();
     current->setPassword(password);
@@ -102,15 +102,15 @@ void RarHandler::startRun(const QString &name)
 void RarHandler::connectRun()
 {
     RarRun *run = current.get();
-    // To this object: whoever stops the handler can have delivered what is still under way to it.
+    // Queued to this object, so that pending signals can be delivered after the thread has ended.
     connect(run, &RarRun::memberBegun, this,
             [this](const QString &file, quint64 size) { nzb->addExtractedFile(file, size); });
     connect(run, &RarRun::volumeMissed, this, &RarHandler::reviewVolume);
-    // Connected first, called first: whoever hears of the end finds isProcessing() changed.
+    // Connected first, so called first: isProcessing() has changed when receivers hear of the end.
     connect(run, &RarRun::completed, this, &RarHandler::noteCompletion);
     connect(run, &RarRun::failed, this, &RarHandler::noteFailure);
     connect(run, &RarRun::suspended, this, &RarHandler::noteSuspension);
-    // On the worker, whose signals are queued to their receivers from there.
+    // These are emitted on the worker thread, and queued to their receivers from there.
     const auto relay = [this, run](auto signal, auto function) {
         connect(run, signal, this, function, Qt::DirectConnection);
     };
@@ -152,8 +152,8 @@ bool RarHandler::isPlacedByHand(const QString &name) const
     return true;
 }
 
-/// The run goes to sleep for a volume which, as far as it knows, has not arrived. One that no file
-/// of the job is named after was put there by the user.
+/// The run goes to sleep for a volume that has not arrived as far as it knows. The user may have
+/// put it there.
 void RarHandler::reviewVolume()
 {
     noteArrivals();
@@ -199,7 +199,7 @@ void RarHandler::noteCompletion(const QStringList &volumes, bool kept)
     if (kept)
         keptVolumes += volumes;
     if (!keepsVolumes)
-        removeKeptVolumes(); // they have become dispensable while the signal was under way
+        removeKeptVolumes(); // the repair has ended since the run looked
 }
 
 void RarHandler::noteFailure()
@@ -216,7 +216,7 @@ void RarHandler::noteSuspension()
 
 void RarHandler::setRarPassword(const QString &text)
 {
-    password = text.toLocal8Bit(); // as the library reads it
+    password = text.toLocal8Bit(); // the encoding that the library expects
     if (current)
         current->setPassword(password);
 }

@@ -13,8 +13,8 @@ class NzbFile;
 class RarRun;
 
 /// Unpacks the RAR archives of one job, one after another, on a thread of its own. What happens on
-/// that thread is a RarRun; all that is here belongs to the main thread, but for the emission of
-/// the signals, which are queued to their receivers.
+/// that thread is a RarRun. All operations here belong to the main thread; signals are emitted on
+/// the worker thread and queued to their receivers.
 ///
 /// It can do so while volumes are still arriving: for a volume that has not arrived whole the run
 /// sleeps until fileCompleted() tells of it. Volumes are deleted once their archive is unpacked,
@@ -46,26 +46,26 @@ public:
     void removeKeptVolumes();
     /// Whether @p file has been a volume of an archive that is unpacked.
     [[nodiscard]] bool hasUnpacked(const NzbFile *file) const;
-    /// To be called when nothing more arrives: a run that sleeps for a volume which no file of the
-    /// job is fails with that volume's name. One that sleeps for a damaged file sleeps on, unless
-    /// @p evenDamaged.
+    /// To be called when nothing more arrives. A run that waits for a volume which is no file of
+    /// the job then fails, with that volume's name. One that waits for a damaged file goes on
+    /// waiting, unless @p evenDamaged.
     void giveUpLostVolume(bool evenDamaged);
-    /// Takes each file that lies there for whole, whatever is known of its articles.
+    /// Treats each file on disk as whole, whatever is known of its articles.
     void setTrustsDisk(bool trusts) { trustsDisk = trusts; }
     /// Files that a repair has made and the job does not list: an archive may begin with one.
     void setRestoredFiles(const QStringList &names) { restored = names; }
 
-    /// Ends the run for good, and blocks until the thread has ended: at once if it sleeps, at the
-    /// next volume that has not arrived otherwise, or at the end of the archive.
+    /// Ends the run for good, and blocks until the thread has ended. A sleeping run ends at once,
+    /// any other at the next volume that has not arrived or at the end of the archive.
     void stop() { end(false); }
-    /// The same at once, in the midst of a member.
+    /// The same, but the run ends at once, even within a member.
     void abort() { end(true); }
 
     /// A run was started and has neither completed nor failed. Changes when the signal that tells
     /// so is delivered, not before: the job would count as complete in between.
     [[nodiscard]] bool isProcessing() const { return processing; }
     [[nodiscard]] bool hasFailed() const { return failed; }
-    /// Given up for good, for want of space or of a password.
+    /// Given up for good, because of too little space or no password.
     [[nodiscard]] bool isSuspended() const { return suspended; }
     /// It reads or writes files: it is processing, and neither asleep nor suspended.
     [[nodiscard]] bool isAtWork() const;
@@ -83,7 +83,7 @@ signals:
     void lowDiskspace(quint64 needed);
     /// Deliberate: nothing of ours listens.
     void currentlyExtracting(QString filename);
-    /// From the main thread: isAtWork() has become false, and nothing else told so.
+    /// Emitted on the main thread: isAtWork() has become false, and no other signal says so.
     void resting(Nzb *nzb);
 
 protected:

@@ -203,7 +203,7 @@ Result RarRun::skip()
 Result RarRun::extract()
 {
     qDebug() << "RARhandler: extracting file" << currentFile << "size" << member.size;
-    // Made at once, for whoever wants to read it as it grows. The folder may be missing yet.
+    // Created at once, for a preview that reads it as it grows. Its folder may not exist yet.
     QFile target(folder + u'/' + currentFile);
     const bool made = !target.exists() && target.open(QIODevice::ReadWrite);
     target.close();
@@ -266,7 +266,7 @@ int RarRun::onRarCallback(unsigned msg, long p1, long p2)
         return 0;
     if (!changeVolume(QFile::decodeName(reinterpret_cast<const char *>(p1))))
         return -1;
-    // Asked for again, a volume is there and cannot be opened: the library would ask for ever.
+    // A second request means that the volume cannot be opened: the library would ask for ever.
     return p2 == RAR_VOL_ASK && !archive->admitVolume(rarFile) ? -1 : 0;
 }
 

@@ -35,19 +35,19 @@ public:
     void setArrived(const QHash<QString, bool> &files);
     /// Wakes a run that sleeps for the volume @p name, which fails if that is not ready.
     void wake(const QString &name);
-    /// Has a run fail that sleeps for a volume which no file is named after or, with
-    /// @p evenDamaged, for any.
+    /// Makes a run fail that sleeps for a volume which is no file of the job, or for any
+    /// volume with @p evenDamaged.
     void giveUpVolume(bool evenDamaged);
-    /// Empty ends a run that asks for one.
+    /// An empty password ends a run that asks for one.
     void setPassword(const QByteArray &text);
     /// Whether the volumes stay when the archive is unpacked.
     void setKeepsVolumes(bool keeps);
-    /// Ends the run at the next volume that is not ready, or in the midst of a member.
+    /// Ends the run at the next volume that is not ready or, with @p atOnce, even within a member.
     void stop(bool atOnce);
 
     /// The bare name of the volume that the run sleeps for; empty when it does not.
     [[nodiscard]] QString waitingFor();
-    /// It sleeps, and nothing that has been told to it wakes it.
+    /// It sleeps, and nothing has happened that wakes it.
     [[nodiscard]] bool isAsleep();
 
 signals:

@@ -6,10 +6,10 @@
 #include <QThread>
 #include <QWaitCondition>
 
-// What the thread sanitizer has to be told, as Qt's library is not built for it: these functions do
-// so in a build for it, and nothing more than their names say in any other.
+// Qt's library is not built for the thread sanitizer, which therefore has to be told of some
+// things. In any other build these functions do only what their names say.
 
-/// To be called last on @p thread: awaitEnd() is to see all that it has done.
+/// To be called last on @p thread, so that awaitEnd() sees everything that it has done.
 inline void announceEnd(QThread *thread) { QtTsan::futexRelease(thread); }
 
 /// Waits until @p thread has ended.
@@ -19,7 +19,7 @@ inline void awaitEnd(QThread *thread)
     QtTsan::futexAcquire(thread);
 }
 
-/// Sleeps until @p condition is met; others may have the locked @p mutex meanwhile.
+/// Sleeps until @p condition is met; others may lock @p mutex in the meantime.
 inline void sleepOn(QWaitCondition &condition, QMutex &mutex)
 {
     QtTsan::mutexPreUnlock(&mutex, 0);

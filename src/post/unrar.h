@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// The unrar library's header, which defines its own types only where it is told of the system. It
-// brings macros such as HANDLE and LONG: for source files alone, and as the last include.
+// The unrar library's header, which defines its types only if _UNIX is defined. It brings macros
+// such as HANDLE and LONG, so include it in source files only, after everything else.
 #ifndef _UNIX
 #define _UNIX
 #endif

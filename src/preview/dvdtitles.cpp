@@ -30,7 +30,7 @@ quint32 numberAt(QByteArrayView record, qsizetype at)
     return little == qFromBigEndian<quint32>(record.data() + at + 4) ? little : 0;
 }
 
-/// What @p record, which holds the whole name, says of a large title file.
+/// The large title file that @p record describes, if it does. @p record holds the whole name.
 std::optional<DvdTitle> titleOf(QByteArrayView record, QByteArrayView name)
 {
     if (name.size() + nameLengthAt >= byteAt(record, recordLengthAt) || name.size() < shortestName)

@@ -24,17 +24,17 @@ public:
     /// False if the image is smaller than any that holds a film, or cannot be opened. True even if
     /// no title file was found: read() gives nothing then.
     bool open(OpenMode mode) override;
-    /// Where the next byte of film lies in the image; at the end of a title file the image's size
-    /// on disk, so that a reader who compares the two takes all that is there for read.
+    /// Where the next byte of film lies in the image. At the end of a title file it is the image's
+    /// size on disk, so that a caller who compares the two sees that everything has been read.
     [[nodiscard]] qint64 pos() const override;
-    /// At most @p maxlen bytes of film. Empty when none is there at present, as when the next title
-    /// file begins beyond the end of a growing image; a later call tries again.
+    /// At most @p maxlen bytes of film. Empty when there are none at present, for instance because
+    /// the next title file begins beyond the end of a growing image; a later call tries again.
     [[nodiscard]] QByteArray read(qint64 maxlen);
 
 private:
     void nextTitle();
 
-    QMap<QByteArray, DvdTitle> vobs; ///< what is still to be read, by name
-    quint64 endPos = 0; ///< of the current title file, in the image
-    quint64 curPos = 0; ///< of the next byte, in the image
+    QMap<QByteArray, DvdTitle> vobs; ///< titles still to be read, by name
+    quint64 endPos = 0; ///< end of the current title file in the image
+    quint64 curPos = 0; ///< position of the next byte in the image
 };

@@ -73,8 +73,7 @@ void Preview::onConnection()
     server.close();
 }
 
-/// The request line alone counts; what else the client sends has no effect, nor has a request for
-/// another path.
+/// Only the request line counts; a request for another path is ignored.
 void Preview::onIncomingData()
 {
     if (!socket->canReadLine()) {
@@ -98,10 +97,11 @@ void Preview::onStatTimer()
         sendData();
 }
 
-/// The pump: runs whenever the socket has got rid of some bytes, until it holds a chunk again.
+/// Runs whenever the socket has sent some bytes, and fills it up to one chunk again.
 void Preview::sendData()
 {
-    bool searched = false; // once a call: a piece and its joined file, both empty, lead in circles
+    // Only once in a call: an empty piece and its empty joined file would alternate for ever.
+    bool searched = false;
     while (isServing() && !sendChunk()) {
         if (isGrowing()) {
             if (!hasGrown())
@@ -121,7 +121,7 @@ bool Preview::isServing() const
     return nzb && socket && socket->state() == QAbstractSocket::ConnectedState;
 }
 
-/// False when all has been sent that was on disk of the current file.
+/// False when everything that is on disk of the current file has been sent.
 bool Preview::sendChunk()
 {
     const qint64 room = chunkSize - socket->bytesToWrite();
@@ -203,7 +203,7 @@ qint64 Preview::replaceByJoinedFile()
     return joinedOffset;
 }
 
-/// Without a buffer, which would keep zeros in the place of what arrives meanwhile.
+/// Without a buffer, which would keep zeros in the place of bytes that arrive later.
 void Preview::openFile(qint64 offset)
 {
     constexpr auto mode = QIODevice::ReadOnly | QIODevice::Unbuffered;

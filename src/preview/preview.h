@@ -17,12 +17,12 @@ class QTcpSocket;
 ///
 /// It starts the media player with the address of a server of its own on the loopback interface,
 /// which serves one client and hands it the files one after another, as one body of HTTP/1.0
-/// without a length. What the player has taken paces it: at most one chunk is held in memory. A
-/// file that is still being unpacked makes the stream rest until it has grown; in a file that is
-/// being downloaded what has not arrived reads as zeros.
+/// without a length. The player sets the pace: at most one chunk is held in memory. When a file is
+/// still being unpacked, the stream waits until it has grown. In a file that is being downloaded,
+/// missing parts read as zeros.
 ///
-/// It neither changes the job nor the order of its download, and tells the user nothing: a player
-/// that cannot be started leaves it waiting. Lives on the GUI thread.
+/// It changes neither the job nor the order of its download, and reports nothing to the user: if
+/// the player cannot be started, the preview goes on waiting. Lives on the GUI thread.
 class Preview final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Preview)
@@ -32,8 +32,8 @@ public:
     /// Kills the player; previewFinished() is not emitted.
     ~Preview() override;
 
-    /// The full paths of the files with video that can be read by now, in the order in which they
-    /// are streamed, and their sizes in bytes: the final one if it is known.
+    /// The full paths of the video files that can be read already, in the order in which they are
+    /// streamed, with their final sizes in bytes as far as these are known.
     [[nodiscard]] static QMap<QString, quint64> previewableFiles(Nzb *nzb);
 
     /// @param arguments  of the player; the address is appended to them
@@ -74,5 +74,5 @@ private:
     QTcpSocket *socket = nullptr; ///< the one client
     QTcpServer server;
     IsoFile *iso = nullptr; ///< reads currentFile if it is a DVD image
-    bool answered = false; ///< the client's request
+    bool answered = false; ///< the client's request has been answered
 };

@@ -14,7 +14,7 @@ public:
     using QObject::QObject;
 
     [[nodiscard]] virtual QString name() const = 0;
-    /// Size in bytes as posted, that is encoded, until decoding shows it to be more.
+    /// Size in bytes as posted, that is encoded; more if the decoded data is larger.
     [[nodiscard]] virtual quint64 size() const = 0;
     /// Translated text for the status column; the progress bar reads its percentage from it.
     [[nodiscard]] virtual QString status() const = 0;

@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The part of @p path that exists, free of symbolic links. Empty when what follows it could lead
-/// elsewhere once it is made: a dangling link, or a ".." behind a folder that is not there yet.
+/// The part of @p path that exists, with symbolic links resolved. Empty if the rest could lead
+/// elsewhere once it is made: a dangling link, or ".." after a folder that does not exist yet.
 QString canonicalStem(const QString &path)
 {
     QFileInfo stem(path);
@@ -25,8 +25,8 @@ QString canonicalStem(const QString &path)
     return stem.canonicalFilePath();
 }
 
-/// True when only the last step of @p path is below @p folder, and is no symbolic link: one look at
-/// the disk tells that it leads nowhere else. All that a download writes is such a path.
+/// True when @p path is a direct entry of @p folder and no symbolic link. One look at the disk is
+/// enough for that, and all files of a download are such entries.
 bool isEntryOf(const QString &folder, const QString &path)
 {
     if (!path.startsWith(folder) || path.indexOf(u'/', folder.size()) != folder.size())

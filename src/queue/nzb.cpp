@@ -17,8 +17,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 struct SortKey {
-    QString place; ///< its own name, or that of the volume which it goes ahead of
-    bool own; ///< false for a file that goes ahead of another
+    QString place; ///< its own name, or that of the volume before which it is sorted
+    bool own; ///< false for a file that is sorted before a volume
     QString name;
     NzbFile *file;
 
@@ -28,7 +28,7 @@ struct SortKey {
     }
 };
 
-/// By seriesName(), the old-style volume of the lowest name.
+/// For each seriesName(), the lowest name of an old-style volume.
 QHash<QString, QString> lowestVolumes(const QList<NzbFile *> &files)
 {
     QHash<QString, QString> lowest;

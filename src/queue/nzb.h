@@ -60,10 +60,10 @@ public:
     void removeFile(NzbFile *file);
     /// True while a connection holds an article of this job, of a removed file too.
     [[nodiscard]] bool hasActiveSegments() const;
-    /// True when the job is damaged. A PAR2 file that is held back does not count: it may never be
-    /// wanted.
+    /// True when the job is damaged. A PAR2 file that is held back does not count, since it may
+    /// never be needed.
     [[nodiscard]] bool hasIncompleteFiles() const;
-    /// True when all that was wanted has arrived: each file is finished or a paused PAR2 file.
+    /// True when nothing is left to fetch: each file is finished or a paused PAR2 file.
     [[nodiscard]] bool isComplete() const;
     /// Sorts by name, with "x.rar" ahead of its old-style volumes "x.r00", "x.s12", "x.001".
     void sortFiles();

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The job as a handler of XML, which serves both an .nzb and the queue file, and as a writer of the
-// latter, which holds more.
+// The job as a reader of XML, both of an .nzb and of the queue file, and as a writer of the queue
+// file, which holds more.
 #include <QDebug>
 #include <QFileInfo>
 #include <QXmlStreamWriter>
@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Without what the queue file cannot hold, so that the job finds its folder again.
+/// Without characters that the queue file cannot hold, so that the job finds its folder again.
 QString printable(const QString &name)
 {
     return writableXml(name).removeIf([](QChar c) { return c < u' '; });

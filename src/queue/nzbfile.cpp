@@ -61,7 +61,7 @@ QString NzbFile::status() const
 void NzbFile::addSegment(int number, int bytes, const QString &messageId)
 {
     QString id = messageId;
-    id.squeeze(); // millions may wait, and a text from the XML reader holds spare room
+    id.squeeze(); // a text from the XML reader has spare memory, and millions of ids may wait
     pendingSegments.insert(number, id);
     size_ += bytes;
     incomplete = pendingSegments.size() + completedparts < parts;
@@ -75,7 +75,7 @@ QString NzbFile::nextSegment(int *seqnr)
     *seqnr = pendingSegments.firstKey();
     const QString messageId = pendingSegments.take(*seqnr);
     if (pendingSegments.isEmpty())
-        pendingSegments = {}; // the walk for the next article need not look into an empty map
+        pendingSegments = {}; // the search for the next article need not look into an empty map
     activeSegments.insert(*seqnr, messageId);
     return messageId;
 }
@@ -119,7 +119,7 @@ void NzbFile::markRepaired()
 void NzbFile::markLost()
 {
     incomplete = incomplete || completedparts > 0;
-    completedparts = 0; // which tells the next run, too
+    completedparts = 0; // saved, so that the next run knows it as well
 }
 
 QString NzbFile::baseName() const
@@ -148,7 +148,7 @@ void NzbFile::saveXml(QXmlStreamWriter &xml) const
     xml.writeEndElement();
 }
 
-/// A line out of which the constructor reads the present name and the number of parts.
+/// A subject line from which the constructor reads the present name and the number of parts.
 QString NzbFile::savedSubject() const
 {
     if (filename == subject)

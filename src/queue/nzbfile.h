@@ -9,7 +9,7 @@
 
 class QXmlStreamWriter;
 
-/// One file of a job and the articles that it is made of.
+/// One file of a job, and the articles from which it is made.
 ///
 /// A segment is one article, known by its number (from 1) and its message id. It waits in
 /// `pendingSegments`, moves to `activeSegments` when a connection takes it, and is in neither once
@@ -28,8 +28,8 @@ public:
     [[nodiscard]] QString status() const override;
     [[nodiscard]] bool isPaused() const override { return paused; }
     void setPaused(bool hold) override { paused = hold; }
-    /// True for a PAR2 volume that a repair, or the user, has asked for: when its job goes on after
-    /// a pause it is not held back again.
+    /// True for a PAR2 volume that a repair or the user has asked for. It is not held back again
+    /// when its job goes on after a pause.
     [[nodiscard]] bool isOrdered() const { return ordered; }
     void setOrdered(bool wanted) { ordered = wanted; }
 
@@ -49,7 +49,7 @@ public:
     {
         return pendingSegments.isEmpty() && activeSegments.isEmpty();
     }
-    /// Has the processor fetch what isPaused() and hasPendingSegments() read, and goes on.
+    /// Makes the processor load what isPaused() and hasPendingSegments() read, without waiting.
     void prefetch() const { __builtin_prefetch(&pendingSegments); }
 
     void addSegment(int number, int bytes, const QString &messageId);
@@ -70,7 +70,8 @@ public:
     void setFilename(const QString &name);
 
     /// The name without its extension and without a volume tail: "movie" for both
-    /// "movie.part01.rar" and "movie.vol003+02.par2". Takes a dot before the extension for granted.
+    /// "movie.part01.rar" and "movie.vol003+02.par2". Deliberate: cuts one character more than the
+    /// extension even without a dot.
     [[nodiscard]] QString baseName() const;
 
     /// Writes the file's element of the queue file, which lists what is still to be fetched.

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// Drag and drop: rows that change their place, and .nzb files that enter the queue.
+// Drag and drop: moving rows, and adding .nzb files to the queue.
 #include <QDataStream>
 #include <QIODevice>
 #include <QMimeData>
@@ -72,7 +72,7 @@ void NzbModel::addNzbFiles(const QMimeData *data)
     }
 }
 
-/// Row numbers are those at the start of the drag, and are not adjusted to the moves before them.
+/// Deliberate: row numbers are those at the start of the drag, not adjusted to earlier moves.
 bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to)
 {
     const int rows = rowCount(level);
@@ -84,7 +84,8 @@ bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, i
         qint32 parentRow = 0;
         qint32 from = 0;
         stream >> parentRow >> from;
-        // Another program may have made this: cut short, endless, of rows that do not exist.
+        // Another program may have made the data: cut short, endless, or with rows that are
+        // missing.
         if (stream.status() != QDataStream::Ok || pairs > rows || parentRow != level.row()
             || from < 0 || from >= rows)
             return false;
@@ -96,12 +97,12 @@ bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, i
     return true;
 }
 
-/// @param to  the final row. Going down, that is one behind the gap in which the row was dropped;
-/// Qt is told of the row where it really lands, so that selection and expansion go with it.
+/// @param to  the final row. Moving down, that is one after the gap in which the row was dropped.
+/// Qt is told the row where the item really lands, so that selection and expansion follow it.
 void NzbModel::moveItem(const QModelIndex &level, int from, int to)
 {
     if (!beginMoveRows(level, from, from, level, to > from ? to + 1 : to))
-        return; // it is there already
+        return; // the row is there already
     if (auto *job = qobject_cast<Nzb *>(itemAt(level)))
         job->moveFile(from, to);
     else

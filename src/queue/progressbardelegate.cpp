@@ -22,7 +22,7 @@ void ProgressbarDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
         return;
     }
     QStyleOptionProgressBar bar;
-    bar.state = QStyle::State_Horizontal; // the orientation; nothing of the cell's state
+    bar.state = QStyle::State_Horizontal; // the orientation, without the cell's own state
     bar.rect = option.rect;
     bar.minimum = 0;
     bar.maximum = 100;

@@ -16,8 +16,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 chunkSize = 16 * 1024;
-/// The reader calls itself for each level of elements, and in a DTD for each parenthesis: some
-/// 10,000 and 60,000 of them overflow the stack.
+/// The reader calls itself for each level of elements, and for each parenthesis in a DTD: some
+/// 10,000 levels or 60,000 parentheses overflow the stack.
 constexpr int maxDepth = 100;
 constexpr qint64 maxProlog = 2 * chunkSize;
 
@@ -100,7 +100,7 @@ XmlResult parse(QIODevice &device, QXmlContentHandler &handler, const XmlLimits 
     LimitedSource source(device, limits);
     LimitedHandler limited(handler, source, limits.elements);
     QXmlSimpleReader reader;
-    // Names are compared as they stand, and many xmlns attributes cost quadratic time.
+    // Names are compared with their prefixes; many xmlns attributes would take quadratic time.
     reader.setFeature(u"http://xml.org/sax/features/namespaces"_s, false);
     reader.setFeature(u"http://xml.org/sax/features/namespace-prefixes"_s, true);
     reader.setContentHandler(&limited);
@@ -113,7 +113,7 @@ XmlResult parse(QIODevice &device, QXmlContentHandler &handler, const XmlLimits 
 XmlResult readXml(const QString &fileName, QXmlContentHandler &handler, const XmlLimits &limits)
 {
     QFile file(fileName);
-    // Not a pipe, for one, whose opening would wait for a writer.
+    // Not a pipe, for instance: opening it would wait for a writer.
     if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return XmlResult::CannotOpen;
     if (file.peek(2) != "\x1f\x8b")

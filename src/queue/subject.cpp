@@ -21,8 +21,8 @@ QString alphanumericRun(const QString &text, qsizetype begin)
     return text.mid(begin, end - text.cbegin() - begin);
 }
 
-/// What stands before the dot at @p dot, back to a character that ends a file name. Index 0 is
-/// never looked at, so that an undelimited name loses its first character.
+/// The text before the dot at @p dot, back to a character that ends a file name. Deliberate: index
+/// 0 is never looked at, so that an undelimited name loses its first character.
 QString stemBefore(const QString &text, qsizetype dot)
 {
     static constexpr auto delimiters = R"(/ :\?*&`<>"|)"_L1;
@@ -52,7 +52,7 @@ void takeBareName(const QString &subject, Subject &result)
     result.filename = stemBefore(subject, dot) + u'.' + result.extension;
 }
 
-/// The number that begins at @p digits; one beyond the range of int becomes the highest int.
+/// The number that begins at @p digits; the highest int if it is larger.
 int leadingNumber(const char *digits, const char *end)
 {
     int number = 0;
@@ -60,7 +60,7 @@ int leadingNumber(const char *digits, const char *end)
     return error == std::errc::result_out_of_range ? std::numeric_limits<int>::max() : number;
 }
 
-/// m of the last "(n/m" in @p text; the closing parenthesis is not asked for.
+/// m of the last "(n/m" in @p text. Deliberate: a closing parenthesis is not necessary.
 int announcedParts(const QByteArray &text)
 {
     int parts = 1;

@@ -4,9 +4,9 @@
 
 #include <QString>
 
-/// @p text as a document can hold it. Half a surrogate pair, which an .nzb can smuggle in as a
-/// character reference, would make the whole document unreadable; at a control character, U+FFFE or
-/// U+FFFF the writer reports an error as if the disk were full.
+/// @p text without characters that an XML document cannot hold. Half a surrogate pair, which an
+/// .nzb can bring in as a character reference, would make the whole document unreadable. At a
+/// control character, U+FFFE or U+FFFF the writer reports an error as if the disk were full.
 [[nodiscard]] inline QString writableXml(const QString &text)
 {
     QString result = text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());

@@ -5,8 +5,8 @@
 #include <QObject>
 #include <QString>
 
-/// Turns the body of one article into bytes on disk. One object an article; lives on the GUI
-/// thread.
+/// Turns the body of one article into bytes on disk. There is one object for each article. Lives on
+/// the GUI thread.
 class AbstractDecoder : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(AbstractDecoder)
@@ -30,14 +30,14 @@ public:
     /// Called once when the article has ended, before the results are read.
     virtual void finish() { }
 
-    /// Drops what has no place in a file name: separators, shell and drive characters, everything
-    /// outside printable ASCII. A name that would be empty or hidden becomes "invalid-name-" and
-    /// the hexadecimal form of @p name. The length is not limited.
+    /// Removes separators, shell and drive characters, and everything outside printable ASCII. A
+    /// name that would be empty or hidden becomes "invalid-name-" and the hexadecimal form of
+    /// @p name. The length is not limited.
     [[nodiscard]] static QString sanitizeFilename(const QByteArray &name);
 
-    /// Bytes that no line from a server reaches: replies have at most 512 (RFC 3977 3.1), lines of
-    /// articles rarely 1000. What waits for a line's end fails beyond them, so that a hostile
-    /// server cannot fill the memory.
+    /// A line from a server that is longer than this many bytes is an error, so that a hostile
+    /// server cannot fill the memory. Replies have at most 512 (RFC 3977 3.1), lines of articles
+    /// rarely 1000.
     static constexpr qsizetype maximalLine = 1024 * 1024;
 
 protected:

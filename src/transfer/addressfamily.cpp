@@ -27,7 +27,7 @@ void avoid(const QString &host, Family tried)
         const QList<QHostAddress> addresses = found.addresses();
         if (addresses.isEmpty())
             return;
-        // Without a limit, the first address has used up the time.
+        // Without a limit, the first address has used up all the time.
         const Family dead =
             tried == QAbstractSocket::AnyIPProtocol ? addresses.first().protocol() : tried;
         const auto other = std::find_if(addresses.cbegin(), addresses.cend(),

@@ -4,20 +4,20 @@
 
 #include <QAbstractSocket>
 
-/// Which of a server's addresses its connections try: what one of them learns holds for all, until
-/// the program ends.
+/// Which of a server's addresses its connections try. What one connection learns holds for all of
+/// them until the program ends.
 ///
 /// A socket tries the addresses of a name one after another, each for 30 seconds. Where one of them
-/// swallows packets and its owner has less patience, it never gets to the other ones. For the main
-/// thread alone.
+/// swallows packets and the time-out is shorter, it never gets to the others. For the main thread
+/// alone.
 namespace AddressFamily {
 
 using Family = QAbstractSocket::NetworkLayerProtocol;
 
-/// What the next attempt is to be limited to; no limit, normally.
+/// The family to which the next attempt is limited; normally there is no limit.
 [[nodiscard]] Family of(const QString &host);
-/// Lets later attempts take the other family if @p host has one. @p tried is the limit that the
-/// failed attempt had.
+/// Makes later attempts use the other family if @p host has one. @p tried is the limit of the
+/// failed attempt.
 void avoid(const QString &host, Family tried);
 
 } // namespace AddressFamily

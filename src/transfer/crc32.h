@@ -7,16 +7,16 @@
 
 using Crc32Update = std::uint32_t(std::uint32_t crc, std::span<const std::uint8_t> data);
 
-/// Takes @p data into the running CRC-32 of IEEE 802.3 (reflected polynomial 0xEDB88320). @p crc
+/// Adds @p data to the running CRC-32 of IEEE 802.3 (reflected polynomial 0xEDB88320). @p crc
 /// starts as 0xFFFFFFFF; the complement of the last result is the checksum. Takes the fastest of
 /// crc32Kernels().
 [[nodiscard]] Crc32Update updateCrc32;
 
-/// The same by eight tables of 256 entries, eight bytes a step, on any processor.
+/// The same with eight tables of 256 entries, eight bytes a step, on any processor.
 [[nodiscard]] Crc32Update updateCrc32ByTables;
 
-/// The same by carry-less multiplication of 128 or 256 bits, or by the instruction of 64-bit Arm,
-/// where the processor has it.
+/// The same with carry-less multiplication of 128 or 256 bits, or with the instruction of 64-bit
+/// Arm; only for a processor that has it.
 [[nodiscard]] Crc32Update updateCrc32ByClmul;
 [[nodiscard]] Crc32Update updateCrc32ByWideClmul;
 [[nodiscard]] Crc32Update updateCrc32ByArm;

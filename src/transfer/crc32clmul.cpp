@@ -9,7 +9,7 @@
 #include "transfer/crc32.h"
 #include "transfer/crc32polynomial.h"
 
-// Bytes are carried over later ones by a multiplication that keeps the remainder. Four chains of
+// A multiplication that keeps the remainder carries bytes over later ones. Four chains of
 // 16 or 32 bytes each hide its latency.
 
 #define CLMUL __attribute__((target("pclmul")))
@@ -17,8 +17,8 @@
 
 namespace {
 
-// x to the power of @p bits modulo the polynomial, one place up, which makes good for the place
-// that a product of two reflected numbers is short of.
+// x to the power of @p bits modulo the polynomial, shifted by one place: the product of two
+// reflected numbers is one place short.
 constexpr long long powerOfX(int bits)
 {
     std::uint32_t value = 0x80000000;
@@ -58,7 +58,7 @@ WIDE_CLMUL __m256i fold(__m256i value, __m256i by, __m256i onto)
                                                    _mm256_clmulepi64_epi128(value, by, 0x11)));
 }
 
-// The tables take over for what is left: @p value has the same remainder as all bytes before.
+// The tables process the rest: @p value has the same remainder as all bytes before it.
 CLMUL std::uint32_t finish(__m128i value, std::span<const std::uint8_t> data)
 {
     for (; data.size() >= 16; data = data.subspan(16))

@@ -20,9 +20,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What one connection takes from the network, and decrypts, before the others and the window get
-/// their turn: Qt's limit is for its buffer of encrypted bytes, which are decrypted all at once.
-/// Without it eight connections decrypt eight whole articles first.
+/// The most bytes that one connection reads from the network and decrypts before the others and the
+/// window get their turn. Qt's limit applies to its buffer of encrypted bytes, all of which it
+/// decrypts at once: without a limit, eight connections decrypt eight whole articles first.
 constexpr qint64 decryptedAtOnce = 128 * 1024;
 
 /// A network read takes blocks of up to decryptedAtOnce bytes, which come and go. By default the C
@@ -36,7 +36,7 @@ void keepFreedMemory()
 #endif
 }
 
-/// As it is sent: a message id out of an NZB must not smuggle in a command of its own.
+/// A message id from an NZB must not smuggle in a command of its own.
 QString withoutControlCharacters(const QString &text)
 {
     QString result = text;
@@ -97,7 +97,7 @@ void NNTP::login()
     state = StateConnecting;
     family = AddressFamily::of(host);
     qDebug().nospace() << "Connecting to server: " << host << " port: " << port << " SSL: " << ssl;
-    lastActivity.start(); // first: a connect may fail at once, which stops the clock
+    lastActivity.start(); // before the connect, which may fail at once and stop the clock
     if (auto *sslSocket = qobject_cast<QSslSocket *>(socket))
         sslSocket->connectToHostEncrypted(host, quint16(port), QIODevice::ReadWrite, family);
     else
@@ -138,7 +138,7 @@ void NNTP::retryAfter(int seconds)
 {
     constexpr int longest = std::numeric_limits<int>::max() / 1000;
     retryPending = true;
-    // A wait that is under way goes on: aborts that keep coming must not put it off for ever.
+    // A running wait is not restarted: repeated aborts must not put the retry off for ever.
     if (!retryTimer.isActive())
         retryTimer.start(std::clamp(seconds, 0, longest) * 1000);
     qDebug() << "retry after" << seconds;
@@ -168,7 +168,8 @@ void NNTP::abortWithError(int code, const QString &msg)
         nzbfile = nullptr;
 }
 
-/// A refusal proves it only of the one family that was tried: otherwise all addresses have refused.
+/// A refusal proves it only if the attempt was limited to one family: without a limit, all
+/// addresses have refused.
 bool NNTP::provesFamilyDead(int code) const
 {
     const bool connecting =
@@ -287,7 +288,7 @@ void NNTP::readReply()
         if (socket->bytesAvailable() > AbstractDecoder::maximalLine)
             abortForEndlessLine();
         else if (ssl && socket->bytesAvailable() >= decryptedAtOnce)
-            socket->setReadBufferSize(0); // or the rest of a long line would wait for room for ever
+            socket->setReadBufferSize(0); // otherwise the rest of a long line never finds room
         return;
     }
     QByteArray line = takeLine();
@@ -299,7 +300,7 @@ void NNTP::readReply()
     const QPointer<NNTP> self(this);
     if (line.size() > 2)
         handleReply(line);
-    // Only one line is read of what comes in at once, so lines that nobody asked for pile up.
+    // Only one line is read at a time, so lines that nobody asked for pile up.
     if (self && socket->bytesAvailable() > AbstractDecoder::maximalLine)
         abortWithError(0, tr("The server sent more than it was asked for"));
 }
@@ -321,8 +322,8 @@ QString NNTP::withoutPassword(const QByteArray &reply) const
     return sent.isEmpty() ? text : text.replace(QLatin1StringView(sent), "***"_L1);
 }
 
-/// Any code from 200 to 399 moves the machine on; 430 alone has a meaning of its own, and what the
-/// others mean is for the receiver of error() to decide.
+/// Any code from 200 to 399 advances the state; 430 alone has a meaning of its own. The receiver of
+/// error() decides what all other codes mean.
 void NNTP::handleReply(const QByteArray &line)
 {
     constexpr int noSuchArticle = 430;

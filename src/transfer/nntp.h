@@ -40,8 +40,8 @@ public:
     /// @param folder  the job's folder, where the decoder writes
     /// @param seqnr  number of the article within @p nzbfile, from 1
     void getArticle(const QString &msgid, const QString &folder, NzbFile *nzbfile, int seqnr);
-    /// Says goodbye; the object deletes itself when the server has closed. On a closed socket it is
-    /// deleted before this returns.
+    /// Logs out; the object deletes itself when the server has closed the connection. If the socket
+    /// is closed already, the object is deleted before this returns.
     void quit();
     /// Calls login() after @p seconds, or earlier if a wait is under way already.
     void retryAfter(int seconds);
@@ -120,7 +120,7 @@ private:
     QString password;
     bool ssl;
     QAbstractSocket *socket = nullptr;
-    QAbstractSocket::NetworkLayerProtocol family = QAbstractSocket::AnyIPProtocol; ///< tried last
+    QAbstractSocket::NetworkLayerProtocol family = QAbstractSocket::AnyIPProtocol; ///< last tried
     QString msgid;
     QString folder;
     int seqnr = 0;
@@ -128,9 +128,9 @@ private:
     QPointer<NzbFile> nzbfile;
     QElapsedTimer lastActivity;
     quint64 bytesReceived_ = 0;
-    quint64 bytesBeforeArticle = 0; ///< of bytesReceived_
+    quint64 bytesBeforeArticle = 0; ///< bytesReceived_ when the article was requested
     QTimer retryTimer;
-    bool readQueued = false; ///< of what a TLS socket has decrypted
+    bool readQueued = false; ///< a call of readDecrypted() is on its way
     bool retryPending = false;
     bool deletePending = false;
     int terminatorMatch = 0;

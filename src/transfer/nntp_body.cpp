@@ -37,7 +37,7 @@ bool endsArticle(const QByteArray &chunk, int begun)
     return chunk.endsWith(terminator) || chunk == terminator.sliced(begun);
 }
 
-/// A line of 45 encoded bytes, the only length that posters use but for the last line.
+/// A line of 45 encoded bytes, the length that posters use for every line but the last.
 bool isFullUuencodeLine(const QByteArray &line)
 {
     return (line.size() == 63 || line.size() == 64) && line.startsWith('M');
@@ -101,7 +101,7 @@ void NNTP::readChunk()
     const QPointer<NNTP> self(this);
     // Unlike readAll(), this hands over the socket's own block without a copy.
     QByteArray chunk = socket->read(socket->bytesAvailable());
-    if (chunk.isEmpty()) // it would hide a terminator that has begun
+    if (chunk.isEmpty()) // an empty chunk would hide the first half of a terminator
         return;
     bytesReceived_ += static_cast<quint64>(chunk.size());
     if (abortedForEndlessArticle())

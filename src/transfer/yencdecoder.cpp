@@ -56,7 +56,7 @@ void YencDecoder::decode(QByteArray &data)
     emptyOutput();
 }
 
-// A control line that goes on gathers here, without being looked at again from its start.
+// Collects an unfinished control line without scanning it again from its start.
 bool YencDecoder::continuesOpenLine(const QByteArray &data)
 {
     if (!leftover.startsWith("\n=y") || data.contains('\n'))
@@ -83,7 +83,7 @@ void YencDecoder::walk(QByteArray &data)
         if (at == data.size())
             return;
         if (blockEnd - at < 3 && blockEnd < data.size())
-            continue; // the next block has what this byte is judged by
+            continue; // the next block decides about this byte
         if (data.at(at) == '=') { // with NUL or nothing behind it
             leftover = "=";
             at += 2;
@@ -121,7 +121,7 @@ qsizetype YencDecoder::handleControlLine(QByteArray &data, qsizetype lf, qsizety
     const auto line = QByteArrayView(data).sliced(lf + 1, lineEnd - lf - 1);
     if (line.startsWith("=ybegin ")) {
         if (!handleBegin(line)) {
-            data[lineEnd] = '\0'; // the next line is not one that follows an LF
+            data[lineEnd] = '\0'; // so that the next line does not count as following an LF
             return lf + 2;
         }
     } else if (line.startsWith("=ypart ")) {
@@ -143,7 +143,7 @@ bool YencDecoder::handleBegin(QByteArrayView line)
         return false;
     filename_ = sanitizeFilename(line.sliced(name + nameKey.size()).toByteArray());
     openFile();
-    // A size at the very end of the line is not acted upon.
+    // Deliberate: a size at the very end of the line has no effect.
     const auto size = valueOf(line, " size=");
     if (size && size->end() != line.end()) {
         const qint64 wholeFile = size->trimmed().toLongLong();
@@ -192,17 +192,17 @@ void YencDecoder::openFile()
 {
     delete std::exchange(file, nullptr);
     const QString path = folder % u'/' % filename_;
-    // The name holds no separator: only a link can lead elsewhere. Anything else that is wrong,
-    // such as a folder that is gone, the system tells best.
+    // The name holds no separator, so only a link can lead elsewhere. For any other failure, such
+    // as a missing folder, the system's own message is best.
     if (QFileInfo(path).isSymLink() && !isInsideFolder(folder, path))
         fail(tr("Error opening file: ") + tr("the name leads out of its folder"));
     file = new QFile(path, this);
-    // Unbuffered, so that a full disk shows at the write that meets it.
+    // Unbuffered, so that the write that fills the disk is the one that fails.
     if (!file->open(QIODevice::ReadWrite | QIODevice::Unbuffered))
         fail(tr("Error opening file: ") + file->errorString());
 }
 
-/// A quota, or a disk in the network, may refuse only now what has been written.
+/// A quota or a network disk may refuse written data only when the file is closed.
 void YencDecoder::closeFile()
 {
     file->close();
@@ -210,7 +210,7 @@ void YencDecoder::closeFile()
         fail(tr("Error writing to file. Check disk space"));
 }
 
-// What stands outside the body is dropped.
+// Bytes outside the body are dropped.
 void YencDecoder::emptyOutput()
 {
     if (phase == Phase::Body)

@@ -13,8 +13,8 @@ class QFile;
 ///
 /// The parts of a file may come in any order and over several connections at once: each decoder
 /// opens the file anew and writes its own range. A wrong size or checksum leaves isOk() false and
-/// the bytes on disk; only what hinders the writing is thrown. A long chunk is taken in pieces,
-/// each written as if it had come alone.
+/// the bytes on disk; only failures to write are thrown. A long chunk is processed in pieces, each
+/// written as if it had come alone.
 class YencDecoder final : public AbstractDecoder {
     Q_OBJECT
 
@@ -43,8 +43,8 @@ private:
     void writeDecoded();
 
     QByteArray outputBuffer;
-    qsizetype decodedSize = 0; // of what is in outputBuffer and not yet written
-    QByteArray leftover{"\n"}; // so that the first line counts as one that follows an LF
+    qsizetype decodedSize = 0; // bytes in outputBuffer that are not yet written
+    QByteArray leftover{"\n"}; // the first line counts as following an LF
     Phase phase = Phase::BeforeBegin;
     QFile *file = nullptr;
     quint32 crc = 0xFFFFFFFF;

@@ -7,7 +7,7 @@
 #include <span>
 
 struct YencProgress {
-    std::size_t consumed; ///< bytes of the input that are done with
+    std::size_t consumed; ///< bytes of the input that have been processed
     std::size_t produced; ///< decoded bytes in the output
 };
 
@@ -24,7 +24,7 @@ using YencWalk = YencProgress(std::span<const std::uint8_t> in, std::span<std::u
 /// @param out  at least as large as @p in; what lies behind the decoded bytes is scratch
 [[nodiscard]] YencWalk walkYenc;
 
-/// The same by one set of instructions each, where the processor has it.
+/// The same with one set of instructions each; only for a processor that has them.
 [[nodiscard]] YencWalk walkYencByBytes;
 [[nodiscard]] YencWalk walkYencBySse2;
 [[nodiscard]] YencWalk walkYencBySsse3;

@@ -11,7 +11,7 @@ namespace {
 
 __m128i is(__m128i bytes, char byte) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte)); }
 
-// Without a shuffle nothing can be squeezed out of a block, so this takes the runs between special
+// Without a shuffle nothing can be squeezed out of a block, so this copies the runs between special
 // bytes, 16 bytes at a time. Whole stores stay within the output, which never overtakes the input.
 YencCursor walkRuns(YencCursor at)
 {

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// The walk in blocks of 64 bytes that all wide kernels share: subtract, and squeeze out CR, LF and
-// the '=' of each escape, without a branch on what is in the block. A dot or '=' behind an LF and
-// what must not stand behind an '=' are looked for all at once, since they are rare. What needs
-// judgement, and the last bytes, are left to walkBytes(): a block looks at two bytes behind it.
-// Writing whole blocks stays within the output, which never overtakes the input.
+// The walk in blocks of 64 bytes that all wide kernels share. It subtracts, and squeezes out CR,
+// LF, and the '=' of each escape, without a branch on the block's content. A dot or '=' after an LF
+// and bytes that must not follow an '=' are rare, so one test looks for all of them. Such places
+// and the last bytes are left to walkBytes(), since a block looks at two bytes after it. Writing
+// whole blocks stays within the output, which never overtakes the input.
 
 #include <array>
 #include <bit>
@@ -24,16 +24,16 @@ struct YencCursor {
     std::uint8_t *out;
 };
 
-/// Walks until `in` has reached @p until, or less far if it meets a byte that it must not judge.
+/// Walks until `in` has reached @p until, or stops earlier at a byte that the caller has to judge.
 /// An escape or a stuffed dot at the border takes it past @p until.
 [[nodiscard]] YencCursor walkBytes(YencCursor at, const std::uint8_t *until);
 
-/// The same, but on to where a block may start: not behind an '='. A block takes that for the start
-/// of an escape, which it is not when it has been escaped itself.
+/// The same, but on to where a block may start, which is not after an '=': the block would take
+/// that for the start of an escape, even if it has been escaped itself.
 [[nodiscard]] YencCursor walkBytesToBlock(YencCursor at, const std::uint8_t *until);
 
-/// For each set of the bytes to keep among 16, their positions in order. The set has 15 bits: the
-/// last byte may always stand behind the others.
+/// For each selection of bytes to keep among 16, their positions in order. The selection has 15
+/// bits, since the last byte may always stand behind the others.
 using KeptPositions = std::vector<std::array<std::uint8_t, 16>>;
 [[nodiscard]] const KeptPositions &keptPositions();
 
@@ -56,7 +56,7 @@ template <typename Isa> class WideYencWalk final {
 public:
     YENC_TARGET static YencCursor walk(YencCursor at)
     {
-        std::ptrdiff_t byBytes = 1; // a block looks back
+        std::ptrdiff_t byBytes = 1; // since a block looks at the byte before it
         while (at.end - at.in >= byBytes + lookedAt) {
             const std::uint8_t *const until = at.in + byBytes;
             at = walkBytesToBlock(at, until);
@@ -90,8 +90,9 @@ private:
         return at;
     }
 
-    // Nothing if the block holds what walkBytes() must look at. Not inline, lest the compiler keeps
-    // what this could share with the common way, and runs out of registers there.
+    // Nothing if the block holds a byte that walkBytes() must judge. Not inline: otherwise the
+    // compiler keeps values that this could share with the common path, and runs out of registers
+    // there.
     [[gnu::noinline]] YENC_TARGET static std::optional<std::uint64_t>
     stuffedDots(const std::uint8_t *in)
     {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int lookAgainMsec = 100;
 
-/// The settings and the choice of a file may stay open for long, so they hold nothing up.
+/// The settings dialog and file dialogs may stay open for long, so boxes do not wait for them.
 bool questionStands()
 {
     const QWidget *dialog = QApplication::activeModalWidget();
@@ -55,7 +55,7 @@ void BoxQueue::waitUntilEmpty()
 
 void BoxQueue::showFirst()
 {
-    if (questionStands()) { // it belongs to others, who do not tell when it goes
+    if (questionStands()) { // another part shows it, and no signal says when it closes
         QTimer::singleShot(lookAgainMsec, this, &BoxQueue::showFirst);
         return;
     }

@@ -8,10 +8,9 @@
 
 #include <functional>
 
-/// Shows boxes one after another, never stacked, and none above a question of somebody else. None
-/// of them holds up what led to it: a bad file on the command line neither keeps the window from
-/// appearing nor the next file from being read, and a socket that failed does not wait in its
-/// signal for the user.
+/// Shows boxes one after another, never stacked, and none above a question of another part. No box
+/// blocks its caller: a bad file on the command line delays neither the window nor the next file,
+/// and a failed socket does not wait for the user inside its signal.
 class BoxQueue final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(BoxQueue)
@@ -20,10 +19,10 @@ public:
     /// @param window  the window that the boxes belong to and block
     explicit BoxQueue(QWidget *window);
 
-    /// Makes a box when its turn has come, or null if it is no longer wanted.
+    /// Makes a box when its turn has come; null if it is no longer needed.
     using Maker = std::function<QDialog *()>;
     void append(const Maker &make);
-    /// A text that nobody would read to its end, from a hostile name, is cut.
+    /// The text is shortened(), since a hostile name can make it very long.
     void append(QMessageBox::Icon icon, const QString &title, const QString &text);
     [[nodiscard]] bool isEmpty() const { return boxes.isEmpty(); }
     /// Returns once the user has answered every box, with the event loop running meanwhile.

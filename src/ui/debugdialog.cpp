@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Written by the GUI thread alone, with the mutex held, which any other thread needs to read it.
+/// Only the GUI thread writes it, holding the mutex; other threads hold the mutex to read it.
 DebugDialog *theInstance = nullptr;
 std::mutex instanceMutex;
 
@@ -40,8 +40,8 @@ QLatin1StringView prefix(QtMsgType type)
     return {};
 }
 
-/// A server's reply can have a megabyte, which the edit control would wrap for most of a minute, as
-/// its time grows with the square of the length: it is shown in pieces.
+/// A server's reply can have a megabyte, which is shown in pieces: the edit control would take most
+/// of a minute to wrap it, since its time grows with the square of the length.
 QString logLine(QtMsgType type, const QString &message)
 {
     constexpr qsizetype longest = 10'000;
@@ -56,7 +56,7 @@ QString logLine(QtMsgType type, const QString &message)
 void handleMessage(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
 {
     std::unique_lock lock(instanceMutex);
-    if (!theInstance) { // it was destroyed after Qt had looked up this handler
+    if (!theInstance) { // destroyed after Qt had looked up this handler
         std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
     } else if (theInstance->thread() == QThread::currentThread()) {
         lock.unlock();
@@ -91,7 +91,7 @@ DebugDialog::DebugDialog(QWidget *parent)
 DebugDialog::~DebugDialog()
 {
     qInstallMessageHandler(nullptr);
-    const std::lock_guard lock(instanceMutex); // a thread may be within the handler
+    const std::lock_guard lock(instanceMutex); // a thread may be inside the handler
     theInstance = nullptr;
 }
 
@@ -117,7 +117,7 @@ void DebugDialog::customEvent(QEvent * /*event*/)
     append(lines.join(u'\n'));
 }
 
-/// What the edit control itself has to say while it takes a line is dropped.
+/// Messages that the edit control itself logs while it adds a line are dropped.
 void DebugDialog::append(const QString &line)
 {
     if (std::exchange(appending, true))

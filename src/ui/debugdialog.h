@@ -11,30 +11,30 @@ namespace Ui {
 class DebugDialog;
 }
 
-/// Shows, from the moment it is made, what the program logs through qDebug() and its like, which
-/// then no longer reaches stderr. Closing only hides it.
+/// Shows, from its creation on, what the program logs through qDebug() and the like, which then no
+/// longer reaches stderr. Closing only hides the window.
 class DebugDialog final : public QDialog {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DebugDialog)
 
 public:
-    /// The one window, made with this parent if there is none. Without a parent it is deleted when
-    /// the application object goes. For the GUI thread alone.
+    /// The one window, which is made with this parent if necessary. Without a parent it is deleted
+    /// with the application object. Only for the GUI thread.
     [[nodiscard]] static DebugDialog *instance(QWidget *parent);
     ~DebugDialog() override;
 
-    /// Adds the message at once. For the GUI thread alone.
+    /// Adds the message at once. Only for the GUI thread.
     void appendMessage(QtMsgType type, const QString &message);
-    /// Has the event loop add the message. May be called by any thread that holds the lock which
-    /// keeps the window from being destroyed meanwhile.
+    /// Makes the event loop add the message. For any thread that holds the lock, which keeps the
+    /// window from being destroyed.
     void queueMessage(QtMsgType type, const QString &message);
 
 public slots:
-    /// Asks for a file and writes the log to it, in Latin-1. A failure is not told.
+    /// Asks for a file and writes the log to it in Latin-1. A failure is not reported.
     void save();
 
 protected:
-    /// Adds what has been queued.
+    /// Adds the queued messages.
     void customEvent(QEvent *event) override;
 
 private:

@@ -11,7 +11,7 @@ namespace Ui {
 class DeleteDialog;
 }
 
-/// Asks how far the removal of a row shall go, and answers like a message box.
+/// Asks whether to remove a row only from the list or its files from the disk as well.
 class DeleteDialog final : public QDialog {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DeleteDialog)

@@ -39,7 +39,7 @@ InstanceLink::InstanceLink(const QString &folder, const QString &id, int limit)
     , lock(folder + u'/' + id + u".lock"_s)
     , server(this)
 {
-    lock.setStaleLockTime(0); // only the lock of a dead process is stale, however old
+    lock.setStaleLockTime(0); // only the lock of a dead process is stale, whatever its age
     if (!folder.isEmpty() && lock.tryLock(0))
         return;
     running = lock.error() == QLockFile::LockFailedError;
@@ -53,7 +53,7 @@ void InstanceLink::takeMessages()
         return;
     connect(&server, &QLocalServer::newConnection, this, &InstanceLink::acceptSenders,
             Qt::UniqueConnection);
-    // The lock is held, so a socket that is there belongs to nobody.
+    // We hold the lock, so an existing socket is a leftover.
     QLocalServer::removeServer(socketPath_);
     server.setSocketOptions(QLocalServer::UserAccessOption);
     if (!server.listen(socketPath_))
@@ -118,7 +118,7 @@ void InstanceLink::readMessage(QLocalSocket *sender)
     }
     if (sender->bytesAvailable() < headerBytes + qint64(length))
         return;
-    // Whatever follows is no part of the protocol, and the receiver may run an event loop.
+    // Further bytes are not part of the protocol, and the receiver may run an event loop.
     disconnect(sender, &QLocalSocket::readyRead, this, nullptr);
     sender->skip(headerBytes);
     const QByteArray text = sender->read(length);

@@ -9,10 +9,11 @@
 class QDeadlineTimer;
 class QLocalSocket;
 
-/// Keeps one process of an id the first, and carries texts from the later ones to it.
+/// Lets one process of an id be the first, and carries messages from later ones to it.
 ///
-/// Whoever holds the lock file is first and listens on a local socket beside it. One connection
-/// carries one message: its length as 32 bits in network order, then that many bytes of UTF-8.
+/// The process that holds the lock file is the first, and listens on a local socket beside it. One
+/// connection carries one message: its length as 32 bits in network order, then that many bytes of
+/// UTF-8.
 /// The first instance answers with one byte when it takes the message.
 class InstanceLink final : public QObject {
     Q_OBJECT
@@ -20,10 +21,10 @@ class InstanceLink final : public QObject {
 
 public:
     static constexpr quint32 maxMessageBytes = 1024 * 1024;
-    static constexpr int maxSenders = 20; ///< at once; another one drops the oldest
+    static constexpr int maxSenders = 20; ///< at once; one more replaces the oldest
 
-    /// Tries to become the first instance of @p id. Without a usable @p folder the process runs
-    /// as if it were alone: better two windows than none.
+    /// Tries to become the first instance of @p id. Without a usable @p folder the process runs as
+    /// if it were alone, since two windows are better than none.
     /// @param silenceLimit  milliseconds until a silent sender is dropped
     InstanceLink(const QString &folder, const QString &id, int silenceLimit = 3000);
 
@@ -54,6 +55,6 @@ private:
     QString socketPath_;
     int silenceLimit;
     QLockFile lock;
-    QLocalServer server; // after the lock: the socket goes before the lock is given back
+    QLocalServer server; // declared after the lock, so that it is destroyed first
     bool running = false;
 };

@@ -36,8 +36,8 @@ constexpr int firstConnectionMsec = 100;
 
 } // namespace
 
-// The order is the point: the model must see the queue being loaded, and nothing is downloaded
-// before the window is there.
+// The order matters: the model must exist before the queue is loaded, and the window before the
+// download starts.
 MainWindow::MainWindow()
     : ui(std::make_unique<Ui::MainWindow>())
     , engine(new Marlowick(this))
@@ -59,10 +59,10 @@ MainWindow::MainWindow()
     diskTimer.start(diskCheckMsec);
     connect(ui->treeView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &MainWindow::onCurrentRowChanged);
-    // When a job goes whose file is the current row, the view tells nothing.
+    // The view reports nothing when a job is removed whose file is the current row.
     connect(model, &NzbModel::rowsRemoved, this,
             [this] { onCurrentRowChanged(currentRow(), QModelIndex()); });
-    // Whether the session really ends is told later, and then Qt closes the window.
+    // The session may still go on. If it ends, Qt closes the window.
     connect(qGuiApp, &QGuiApplication::commitDataRequest, engine, &Marlowick::saveQueue);
     QTimer::singleShot(firstConnectionMsec, engine, &Marlowick::startToDownloadQueue);
 }
@@ -75,7 +75,7 @@ void MainWindow::setUpView()
     view->setModel(model);
     view->header()->setStretchLastSection(false);
     view->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    // Widths for the usual letters; larger ones get as much more.
+    // Widths for the usual letters; they grow with larger ones.
     const int letters = qMax(usualLetters, QFontInfo(view->font()).pixelSize());
     view->setColumnWidth(sizeColumn, 100 * letters / usualLetters);
     view->setColumnWidth(statusColumn, 150 * letters / usualLetters);
@@ -86,18 +86,18 @@ void MainWindow::setUpView()
     view->insertActions(
         view->actions().constFirst(),
         {ui->actionPause, ui->actionDelete, ui->actionPreview, ui->actionRepairAndUnpack});
-    // Nothing tells when an article of a job gets under way or has come.
+    // No signal says when the first article of a job is requested or its last one has arrived.
     connect(view, &QueueView::aboutToShowMenu, this, &MainWindow::enableRepair);
     view->setFocus();
 }
 
-/// There is no menu bar: the keyboard reaches the actions by the tab key.
+/// There is no menu bar, so the tab key has to reach the actions.
 void MainWindow::setUpToolBar()
 {
     const QList<QAction *> actions = ui->toolBar->actions();
     QWidget *previous = ui->treeView;
-    // What does not fit is behind this one of Qt's own, which is made for the mouse alone. It comes
-    // before what it reveals.
+    // Buttons that do not fit are behind this one of Qt's own, which is made for the mouse only. In
+    // the tab order it comes before the buttons that it reveals.
     if (auto *more = ui->toolBar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s)) {
         more->setAccessibleName(tr("More"));
         more->setFocusPolicy(Qt::TabFocus);
@@ -139,7 +139,7 @@ void MainWindow::connectEngine()
     connect(engine, &Marlowick::notice, this, &MainWindow::onNotice);
     connect(engine, &Marlowick::downloadStatistics, this, &MainWindow::updateDownloadStats);
     connect(engine, &Marlowick::fileComplete, this, &MainWindow::onFileComplete);
-    // However a job goes, nobody watches it any more.
+    // A removed job, whatever the reason, is no longer watched.
     connect(engine, &Marlowick::beforeNzbDelete, this,
             [this](Nzb *nzb) { delete previews.take(nzb); });
     connect(engine, &Marlowick::nzbComplete, this, &MainWindow::onNzbComplete);
@@ -148,8 +148,8 @@ void MainWindow::connectEngine()
             [this](bool empty) { engine->setErrorBoxShown(!empty); });
 }
 
-/// Also when the download folder has vanished, as with a disk that is not mounted. The start goes
-/// on whatever the user does.
+/// Asks also if the download folder is missing, for instance because its disk is not mounted. The
+/// start goes on whatever the user does.
 void MainWindow::askForMissingSettings()
 {
     if (engine->settings()->get(Settings::hostname).isEmpty()
@@ -168,7 +168,7 @@ void MainWindow::loadQueue()
         this, tr("Loading queue failed"),
         tr("There was an error loading the queue. Do you want to load the backup file?"),
         QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
-    // Only the end of the program leaves the question open: the next start asks again.
+    // The question stays open only if the program ends; then the next start asks again.
     queueUndecided = answer != QMessageBox::Yes && answer != QMessageBox::No;
     if (answer != QMessageBox::Yes)
         return;
@@ -181,7 +181,7 @@ void MainWindow::loadQueue()
     }
 }
 
-/// The program's own path goes along and is dropped, as is everything that is no NZB.
+/// The program's own path is among them and is ignored, like everything that is no NZB.
 void MainWindow::importCommandLine()
 {
     const QStringList arguments = QCoreApplication::arguments();
@@ -208,14 +208,14 @@ void MainWindow::closeEvent(QCloseEvent *event)
 {
     stopAndSave();
     if (!boxes->isEmpty()) {
-        boxes->waitUntilEmpty(); // what could not be saved is told while there is a window,
-        stopAndSave(); // and the engine has lived on meanwhile
+        boxes->waitUntilEmpty(); // a failure to save is reported while the window is there,
+        stopAndSave(); // and the engine has gone on in the meantime
         boxes->waitUntilEmpty();
     }
     event->accept();
 }
 
-// The null is read at run time, or the compiler would drop the store.
+// The null pointer is read at run time, so that the compiler cannot drop the store.
 void MainWindow::simulateCrash()
 {
     int *volatile nowhere = nullptr;

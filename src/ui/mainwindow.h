@@ -22,7 +22,7 @@ namespace Ui {
 class MainWindow;
 }
 
-/// The program's one window. Owns the engine, shows its queue and what it has to say, and hands the
+/// The program's one window. Owns the engine, shows its queue and its messages, and passes the
 /// user's commands on to it.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
@@ -36,14 +36,14 @@ public:
     ~MainWindow() override;
 
 public slots:
-    /// The one door for paths from outside: imports an existing ".nzb" file, drops anything else.
+    /// All paths from outside enter here: imports an existing ".nzb" file, ignores anything else.
     void handleMessage(const QString &message);
     /// Shows the free space of the download folder, and suspends all downloads when it is low.
     void checkDiskspace();
-    /// Ends the program as closing the window does, but asks nothing and waits for no answer, also
-    /// not for that to a dialog that stands.
+    /// Ends the program as closing the window does, but asks nothing and does not wait for open
+    /// dialogs.
     void end();
-    /// Ends the program by a memory fault, for trying what a crash leaves behind.
+    /// Ends the program with a memory fault, to try what a crash leaves behind.
     static void simulateCrash();
 
 protected:

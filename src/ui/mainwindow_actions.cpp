@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The user's commands, and what enters from outside.
+// The user's commands, and paths that come in from outside.
 #include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
@@ -62,7 +62,7 @@ QModelIndex MainWindow::currentRow() const
     return ui->treeView->selectionModel()->currentIndex();
 }
 
-/// That of the current row, which may be one of its files.
+/// The job of the current row; the row may be one of its files.
 Nzb *MainWindow::currentJob() const { return jobOf(NzbModel::itemAt(currentRow())); }
 
 void MainWindow::on_actionPause_triggered(bool checked)
@@ -82,8 +82,7 @@ void MainWindow::on_actionPause_triggered(bool checked)
         engine->startToDownloadQueue();
 }
 
-/// PAR2 volumes that are held back until they are needed stay so when the job goes on, but for
-/// those that have been asked for.
+/// When the job goes on, PAR2 volumes stay held back unless they have been asked for.
 void MainWindow::setJobPaused(Nzb *nzb, bool paused)
 {
     if (paused || !engine->settings()->get(Settings::pausePAR2)) {
@@ -101,7 +100,7 @@ void MainWindow::setJobPaused(Nzb *nzb, bool paused)
 
 void MainWindow::on_actionDelete_triggered()
 {
-    // Held by its index: the job may be complete and cleared while the question stands.
+    // A persistent index: the job may be completed and cleared while the question is shown.
     const QPersistentModelIndex row = currentRow();
     if (!row.isValid())
         return;
@@ -160,8 +159,8 @@ void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
     boxes->append([this, job] { return passwordBox(job); });
 }
 
-/// The selected row tells which job it asks for. Cancel declines: the extraction is told in any
-/// case, for it waits. Null if the job has been deleted meanwhile.
+/// The selected row shows for which job it asks. Cancel declines, and the waiting extraction is
+/// told so. Null if the job has been deleted in the meantime.
 QDialog *MainWindow::passwordBox(Nzb *nzb)
 {
     const QModelIndex row = model->index(static_cast<int>(engine->queue()->indexOf(nzb)), 0);

@@ -21,7 +21,7 @@ constexpr int previewCheckMsec = 500;
 
 } // namespace
 
-/// The job of a row, which may be that of one of its files.
+/// The job of a row; the row may be one of its files.
 Nzb *MainWindow::jobOf(INzbItem *item)
 {
     auto *nzb = qobject_cast<Nzb *>(item);
@@ -59,7 +59,7 @@ void MainWindow::onPreviewCompleted(Nzb *nzb)
     previews.remove(nzb);
 }
 
-/// A job can become one with something to watch while its row is the current one.
+/// A job may become watchable while its row is the current one.
 void MainWindow::onFileComplete(NzbFile *nf)
 {
     if (nf->isFinished())

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// What the engine has to say: boxes, the status bar, and the disk.
+// The engine's messages in boxes and in the status bar, and the check of the disk.
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -48,7 +48,7 @@ void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, 
         timeLeftLabel->setText(tr("  **d **h **m left "));
         return;
     }
-    // Rounded without a carry: an hour less a second reads 60 minutes.
+    // Deliberate: rounded without a carry, so that one second less than an hour reads 60 minutes.
     const int minutes = static_cast<int>(secondsleft % hour / 60.0 + 0.5);
     timeLeftLabel->setText(tr(" %1d %2h %3m left  ")
                                .arg(QString::number(secondsleft / day),

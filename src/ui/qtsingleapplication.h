@@ -11,7 +11,8 @@ class QWidget;
 
 /// The application object of a program that runs once per user.
 ///
-/// A copy of the executable in another folder, or another user's process, is another program.
+/// A copy of the executable in another folder counts as another program, as does the process of
+/// another user.
 class QtSingleApplication final : public QApplication {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QtSingleApplication)
@@ -19,7 +20,7 @@ class QtSingleApplication final : public QApplication {
 public:
     QtSingleApplication(int &argc, char **argv);
 
-    /// True if another process of this program was there first.
+    /// True if another process of this program was started before.
     [[nodiscard]] bool isRunning() const { return link.isRunning(); }
 
     /// Sends @p message to the first instance; see InstanceLink::sendMessage.
@@ -32,7 +33,7 @@ public:
     void setActivationWindow(QWidget *window, bool activateOnMessage = true);
 
 public slots:
-    /// Brings the activation window to the front, out of its minimised state if need be.
+    /// Brings the activation window to the front, even if it was minimised.
     void activateWindow();
 
 signals:

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What the model says about a row.
+/// The content of a row according to the model.
 QVariantList contentsOf(const QModelIndex &index)
 {
     QVariantList contents{index.data(Qt::DecorationRole).value<QIcon>().cacheKey(),
@@ -64,8 +64,8 @@ void QueueView::addMove(const QString &text, const QKeySequence &key, int step)
     addAction(action);
 }
 
-/// Among the rows of its level. Whichever way it goes, the lower of two neighbours is dropped on
-/// the upper and takes its place.
+/// Moves the row within its level. In both directions the lower of two neighbours is dropped on the
+/// upper one and takes its place.
 void QueueView::moveCurrentRow(int step)
 {
     QModelIndex upper = currentIndex().siblingAtColumn(0);
@@ -112,7 +112,7 @@ bool QueueView::viewportEvent(QEvent *event)
     const QModelIndex index = indexAt(help->pos());
     const QRect cell = visualRect(index);
     const bool fits = sizeHintForIndex(index).width() <= cell.width();
-    // As a paragraph it is broken into lines, and a name is not taken for HTML.
+    // A paragraph is broken into lines, and escaping keeps a name from being read as HTML.
     const QString text = u"<p>"_s + index.data().toString().toHtmlEscaped() + u"</p>"_s;
     QToolTip::showText(help->globalPos(), fits ? QString() : text, viewport(), cell);
     return true;
@@ -128,7 +128,7 @@ void QueueView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,
                         const QModelIndex &index) const
 {
     QTreeView::drawRow(painter, option, index);
-    // It may have changed since repaintChanged() looked, and this may be only a part of the row.
+    // The row may have changed since repaintChanged() looked, and only a part may be painted.
     const auto known = shown.constFind(option.rect.top());
     if (known != shown.cend() && *known != contentsOf(index))
         shown.erase(known);

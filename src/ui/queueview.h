@@ -8,11 +8,11 @@
 #include <QTreeView>
 #include <QVariant>
 
-/// The tree of the queue. Each progress concerns two rows, a file's and its job's. Finding them
-/// would take time that grows with the queue, so the view looks through the rows on the screen
-/// instead, a few times a second however many articles arrive, and repaints those that have
-/// changed. Alt and an arrow key move the current row, as the mouse does. What a column is too
-/// narrow for stands in a tool tip.
+/// The tree of the queue. Each progress changes two rows, that of a file and that of its job.
+/// Finding them would take time that grows with the queue, so the view compares the rows on the
+/// screen instead, a few times a second however many articles arrive, and repaints those that have
+/// changed. Alt and an arrow key move the current row, as the mouse does. A tool tip shows a text
+/// that is too wide for its column.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
@@ -24,11 +24,11 @@ public:
                      const QList<int> &roles = {}) override;
 
 public slots:
-    /// Repaints the rows on the screen that no longer show what the model says.
+    /// Repaints the rows on the screen that differ from the model.
     void repaintChanged();
 
 signals:
-    /// The menu of the actions, by mouse or key.
+    /// Shows the menu of the actions, opened by mouse or key.
     void aboutToShowMenu();
 
 protected:
@@ -43,6 +43,6 @@ private:
     void moveCurrentRow(int step);
 
     QTimer repaintTimer;
-    /// By the top of a row, what all of it shows.
+    /// The content of each painted row, by its upper edge.
     mutable QHash<int, QVariantList> shown;
 };

@@ -53,14 +53,14 @@ QString firstExisting(const QStringList &paths, const QString &otherwise)
     return otherwise;
 }
 
-/// Stands until the test is over, whatever the user or the window manager does.
+/// Stays until the test is over, whatever the user or the window manager does.
 class TestProgress final : public QProgressDialog {
 public:
     TestProgress(const QString &text, QWidget *parent)
         : QProgressDialog(text, QString(), 0, 100, parent)
     {
         findChild<QProgressBar *>()->setAccessibleName(text);
-        reset(); // or it would show itself after a few seconds
+        reset(); // otherwise it would show itself after a few seconds
     }
 
     void reject() override { }
@@ -81,7 +81,7 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent,
 {
     ui->setupUi(this);
     fixSize();
-    // To a screen reader the frame around the tabs would be one more thing that takes the focus.
+    // For a screen reader, the frame around the tabs would be one more control with focus.
     ui->tabWidget->setFocusPolicy(Qt::NoFocus); // for the tabs, too
     ui->tabWidget->tabBar()->setFocusPolicy(Qt::TabFocus);
     progress->setWindowTitle(windowTitle());
@@ -101,12 +101,12 @@ SettingsWindow::SettingsWindow(Marlowick *theEngine, QWidget *parent,
 
 SettingsWindow::~SettingsWindow() = default;
 
-/// The form's size or, for large letters, what they need. What the screen lacks is scrolled.
+/// The form's size, or more for large letters. The dialog scrolls if the screen is too small.
 void SettingsWindow::fixSize()
 {
     const QList<QWidget *> parts = findChildren<QWidget *>();
     for (QWidget *part : parts)
-        part->updateGeometry(); // or the layouts remember what it was without a text
+        part->updateGeometry(); // otherwise the layouts use sizes from before the texts were set
     layout()->activate();
     const QSize frame = size() - ui->scrollArea->size();
     const QSize scrollBar(style()->pixelMetric(QStyle::PM_ScrollBarExtent), 0);
@@ -115,7 +115,7 @@ void SettingsWindow::fixSize()
     setFixedSize(size().expandedTo(wanted).boundedTo(room));
 }
 
-/// The word behind the number, in the form that the number wants.
+/// The unit after the number, in the singular or plural.
 void SettingsWindow::showUnit(QSpinBox *number, QLabel *unit)
 {
     const auto show = [number, unit](int seconds) {
@@ -219,7 +219,7 @@ void SettingsWindow::OKclicked()
     }
 }
 
-/// Otherwise the user has been told what is missing.
+/// False after telling the user what is missing.
 bool SettingsWindow::isComplete()
 {
     const QString player = expandedPathOf(ui->mediaPlayer);
@@ -254,7 +254,7 @@ bool SettingsWindow::isComplete()
     return true;
 }
 
-/// The number of connections counts, too: a test shows whether the account is still good for one.
+/// Deliberate: a changed number of connections leads to a test as well.
 bool SettingsWindow::isServerStored() const
 {
     const Settings *settings = engine->settings();
@@ -265,7 +265,7 @@ bool SettingsWindow::isServerStored() const
            && settings->get(Settings::port) == chosenPort().number;
 }
 
-// These two texts are not translated. A dialog that is cancelled empties the field.
+// Deliberate: these two texts are not translated, and cancelling empties the field.
 void SettingsWindow::on_browseMplayer_clicked()
 {
     const QString file = QFileDialog::getOpenFileName(this, u"Select media player application"_s,

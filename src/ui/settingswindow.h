@@ -22,7 +22,7 @@ namespace Ui {
 class SettingsWindow;
 }
 
-/// How long the test of a server waits for what, in milliseconds.
+/// The waits of a server test, in milliseconds.
 struct ServerTestPauses {
     int afterClosing = 1000; ///< for the server to notice that connections of the pool are gone
     int restart = 2000; ///< before the downloads go on
@@ -30,11 +30,12 @@ struct ServerTestPauses {
     int farewell = 30000; ///< for a server that does not close after QUIT
 };
 
-/// The settings, all of which it writes when they are accepted. A changed server is proved first:
-/// a connection of the dialog's own logs in with the new values, and nothing is stored if it fails.
+/// The settings dialog. It writes all settings when they are accepted. A changed server is tested
+/// first: a connection of the dialog's own logs in with the new values, and nothing is stored if
+/// that fails.
 ///
-/// While that test runs no control is live, and neither Escape nor the window manager closes the
-/// dialog.
+/// While the test runs, all controls are disabled, and neither Escape nor the window manager closes
+/// the dialog.
 class SettingsWindow final : public QDialog {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SettingsWindow)
@@ -43,7 +44,7 @@ public:
     SettingsWindow(Marlowick *engine, QWidget *parent, const ServerTestPauses &pauses = {});
     ~SettingsWindow() override;
 
-    /// Writes every value as it stands in the dialog, and tells the user if that fails.
+    /// Writes every value of the dialog, and tells the user if that fails.
     void saveSettings();
 
 public slots:

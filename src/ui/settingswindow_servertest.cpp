@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The login with which a changed server is proved.
+// The login that tests a changed server.
 #include <QMessageBox>
 #include <QProgressDialog>
 
@@ -16,12 +16,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Greeting, user and password: each may take up to a time-out. A server that drips bytes is never
-/// silent for that long, but gets no more time than an honest one.
+/// Greeting, user and password: each may take up to one time-out. A server that sends single bytes
+/// is never silent for that long, but gets no more time than others.
 constexpr int repliesOfLogin = 3;
 
-/// What a server or its certificate says must not be taken for markup, which can name files to be
-/// loaded. The connection itself uses paragraphs alone.
+/// Text from a server or its certificate must not be read as markup, which could load files. The
+/// connection itself uses only paragraphs.
 QString boxText(const QString &message)
 {
     const QString paragraph = u"<p>"_s;
@@ -61,7 +61,7 @@ void SettingsWindow::watchServerTest()
         connection->abortWithError(NNTP::NetworkTimeout, tr("Network time-out"));
 }
 
-/// Nothing that the connection does from here on reaches the dialog; the caller lets it go.
+/// Detaches the connection from the dialog. The caller has to delete it.
 NNTP *SettingsWindow::endServerTest()
 {
     watchTimer.stop();
@@ -85,7 +85,7 @@ void SettingsWindow::servertest_loggedIn()
     NNTP *proved = endServerTest();
     proved->setParent(engine); // it may outlive the dialog, but not the program
     saveSettings();
-    // Not earlier: it is speaking, and a box of saveSettings() may stand for long.
+    // Not earlier: we are inside its signal, and a box of saveSettings() may stay open for long.
     QTimer::singleShot(pauses.farewell, proved, &NNTP::deleteLater);
     proved->quit();
     QTimer::singleShot(pauses.restart, engine, &Marlowick::startToDownloadQueue);

@@ -4,12 +4,12 @@
 
 #include "queue/progressbardelegate.h"
 
-/// Makes a colour that the model gives a text brighter on a dark ground, where pure red could
-/// hardly be read. The theme's own colours stay.
+/// Brightens a text colour of the model on a dark background, where pure red is hard to read. The
+/// theme's own colours stay.
 void brightenOnDark(QStyleOptionViewItem *option);
 
-/// Draws the status column as ProgressbarDelegate does, with texts that can be read on a dark
-/// ground.
+/// Draws the status column like ProgressbarDelegate, with texts that are readable on a dark
+/// background.
 class StatusDelegate final : public ProgressbarDelegate {
 public:
     using ProgressbarDelegate::ProgressbarDelegate;

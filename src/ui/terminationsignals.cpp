@@ -11,10 +11,10 @@
 namespace {
 
 constexpr int terminating[] = {SIGTERM, SIGINT, SIGHUP};
-int eventDescriptor = -1; ///< set before the first signal is watched, constant from then on
+int eventDescriptor = -1; ///< constant once the first signal is watched
 std::atomic_flag hasCome; ///< the handler may run on two threads at once
 
-/// Runs on whichever thread the system chooses, so it calls nothing but what is safe in a handler.
+/// Runs on any thread, as the system chooses, and calls only functions that are safe in a handler.
 void onSignal(int number)
 {
     if (hasCome.test_and_set()) {

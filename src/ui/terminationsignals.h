@@ -4,10 +4,9 @@
 
 #include <QSocketNotifier>
 
-/// Tells when the process is asked to end by SIGTERM, SIGINT or SIGHUP, once. From then on a
-/// further signal of these ends it at once. One that was ignored at the start of the program, as
-/// nohup does, stays so. There is one object of this class at most, and it lasts as long as the
-/// process.
+/// Reports the first SIGTERM, SIGINT or SIGHUP, which asks the process to end. A further one ends
+/// the process at once. A signal that was ignored at the start, as under nohup, stays ignored.
+/// There is at most one object of this class, and it lasts as long as the process.
 class TerminationSignals final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(TerminationSignals)

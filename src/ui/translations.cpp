@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The language that was found, or nothing.
+/// The language that was found; empty without one.
 QString install(const QLocale &locale, const QString &name, const QString &folder)
 {
     auto *translator = new QTranslator(QCoreApplication::instance());
@@ -26,7 +26,7 @@ QString install(const QLocale &locale, const QString &name, const QString &folde
 void installTranslations(const QLocale &locale)
 {
     const QString language = install(locale, u"marlowick"_s, u":/i18n"_s);
-    // The same for Qt, which knows more languages: no box shall speak two.
+    // Qt gets the same language, although it knows more: no box shall mix two languages.
     if (!language.isEmpty())
         install(QLocale(language), u"qtbase"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath));
 }

@@ -4,9 +4,9 @@
 
 class QLocale;
 
-/// Makes the application object speak the first language of @p locale that there is a translation
-/// for, Qt's own buttons and messages included as far as Qt's translations are installed.
+/// Sets the application's language to the first one of @p locale that has a translation. That
+/// includes Qt's own buttons and messages if Qt's translations are installed.
 ///
-/// The program's texts come from the resources below ":/i18n", which the executable has to bring.
-/// To be called before the first window is made; without a translation all stays English.
+/// The program's texts come from the executable's resources below ":/i18n". Call this before the
+/// first window is made. Without a translation everything stays English.
 void installTranslations(const QLocale &locale);
