@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # shellcheck shell=bash disable=SC2016,SC2034
-# Shared by the scripts beside it and by .ci/run; sourced, never run. Needs what a fresh Debian has:
-# bash, apt-get, perl.
+# Shared by the scripts beside it and by .ci/run; sourced, never run. Needs only bash, apt-get and
+# perl, which a fresh Debian has.
 # From the environment: MARLOWICK_WERROR=ON makes compiler warnings errors, MARLOWICK_PRECOMPILE=ON
 # precompiles headers, MARLOWICK_BUILD names the folder of the release build.
 
@@ -73,14 +73,13 @@ unavailable_packages() {
     done
 }
 
-# Adds the component non-free to the source entries of Debian's own archive. Which those are is told
-# by the signed release files that apt-get update has fetched; other people's entries stay as they
-# are.
+# Adds the component non-free to the source entries of Debian's own archive. The signed release
+# files that apt-get update has fetched show which entries those are; all others stay unchanged.
 enable_non_free() {
     local file uri suite
     while IFS='|' read -r file uri suite; do
         file=${file%:*}
-        echo "Entry of $suite in $file: with the component non-free from now on"
+        echo "Adding the component non-free to the entry of $suite in $file"
         if [[ $file == *.sources ]]; then
             as_root env URI="${uri%/}" SUITE="$suite" perl -i -00 -pe '
                 next unless /^URIs:(?:.*\n?[ \t])*.*(?<!\S)\Q$ENV{URI}\E\/?(?!\S)/m;
@@ -97,7 +96,7 @@ enable_non_free() {
         'Created-By: Packages' 'Origin: Debian' 'Component: main')
 }
 
-# install_packages <package>...  does nothing, not even ask apt, when all are there
+# install_packages <package>...  does nothing, without asking apt, if all are installed
 install_packages() {
     local missing
     mapfile -t missing < <(missing_packages "$@")
@@ -109,7 +108,7 @@ entries in /etc/apt, then: apt-get update && apt-get install --no-install-recomm
         echo "This needs root or sudo, and there is neither." >&2
         exit 1
     fi
-    apt_get -q update || echo "Some package lists are not up to date; going on with what is there."
+    apt_get -q update || echo "Some package lists are not up to date; going on with the old ones."
     if [[ -n $(unavailable_packages "${missing[@]}") ]]; then
         enable_non_free
         apt_get -q update
@@ -117,7 +116,7 @@ entries in /etc/apt, then: apt-get update && apt-get install --no-install-recomm
     apt_get -q install --no-install-recommends "${missing[@]}"
 }
 
-# configure <preset> <build folder> <cmake option>...  unless done before with the same options
+# configure <preset> <build folder> <cmake option>...  skipped if done before with the same options
 configure() {
     local preset=$1 folder=$2
     shift 2
@@ -131,7 +130,7 @@ configure() {
         return
     fi
     step "Configuring $folder (preset $preset)" \
-        "If the message above speaks of an old cache, delete $folder and try again."
+        "If the message above mentions an old cache, delete $folder and try again."
     cmake --preset "$preset" -B "$folder" "${options[@]}"
     echo "${options[*]}" >"$folder/configured-with"
 }
@@ -141,18 +140,18 @@ build() {
     local folder=$1
     shift
     step "Building $* in $folder" \
-        "The compiler's message stands above. If $folder itself is broken, delete it and try again."
+        "See the compiler's message above. If $folder itself is broken, delete it and try again."
     cmake --build "$folder" --parallel "$(nproc)" --target "$@"
 }
 
 # make_package <build folder> <lintian option>...  leaves the path in $package
 make_package() {
     local folder=$1
-    step "Making the Debian package in $folder" "cpack's message stands above."
+    step "Making the Debian package in $folder" "See cpack's message above."
     rm -f "$folder"/*.deb
     (cd "$folder" && cpack -G DEB)
     package=$(realpath "$folder"/*.deb)
-    step "Checking it with lintian" "lintian-explain-tags TAG tells what a tag means."
+    step "Checking it with lintian" "lintian-explain-tags TAG explains a tag."
     lintian --fail-on error,warning "${@:2}" "$package"
     echo "$package"
 }

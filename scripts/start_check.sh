@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # shellcheck shell=bash
-# The check that an installed program starts and runs once, for those who have sourced lib.sh. What
-# they leave in the folder $work goes with them.
+# The check that an installed program starts, and runs only once. Source lib.sh before. The folder
+# $work is deleted at the end, with everything in it.
 
 work=$(mktemp -d)
 program=
@@ -25,8 +25,8 @@ wait_for_log() {
     return 1
 }
 
-# write_settings <folder> <the same as seen from here>
-# They allow no connection, so nothing leaves the machine.
+# write_settings <folder> <the same folder as seen from here>
+# The settings allow no connection, so nothing leaves the machine.
 write_settings() {
     mkdir -p "$2/downloads"
     printf '[General]\nhostname=127.0.0.1\nthreads=0\ndownloadFolder=%s/downloads\n' \
