@@ -22,7 +22,7 @@ build_packages=(
 )
 test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)
-clang_packages=(clang libclang-rt-dev)
+clang_packages=(clang clang-tidy libclang-rt-dev)
 ci_packages=(clang-format desktop-file-utils appstream mandoc g++-aarch64-linux-gnu qemu-user)
 package_packages=(dpkg-dev lintian)
 

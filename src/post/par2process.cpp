@@ -21,7 +21,7 @@ QString findExecutable(const QStringList &candidates)
 {
     const auto found = std::find_if(candidates.cbegin(), candidates.cend(),
                                     [](const QString &path) { return QFile::exists(path); });
-    const QString executable = found == candidates.cend() ? QString() : *found;
+    QString executable = found == candidates.cend() ? QString() : *found;
     qDebug() << "par2 found" << executable << "possible" << candidates;
     if (executable.isEmpty())
         throw std::runtime_error(Par2Process::tr("Cannot find par2 executable").toStdString());

@@ -169,8 +169,8 @@ bool RarRun::lacksSpace() const
 /// The library fills the whole dictionary that a header claims, which may be 4 GiB for one byte.
 bool RarRun::lacksMemory() const
 {
-    const auto memory = static_cast<quint64>(sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE));
-    const bool lacks = member.dictionary > memory / 2;
+    const qint64 memory = qint64{sysconf(_SC_PHYS_PAGES)} * sysconf(_SC_PAGESIZE);
+    const bool lacks = member.dictionary > static_cast<quint64>(memory) / 2;
     if (lacks)
         qDebug() << "RARhandler: not enough memory for" << currentFile << member.dictionary;
     return lacks;

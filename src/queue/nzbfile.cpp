@@ -73,7 +73,7 @@ QString NzbFile::nextSegment(int *seqnr)
         return {};
     }
     *seqnr = pendingSegments.firstKey();
-    const QString messageId = pendingSegments.take(*seqnr);
+    QString messageId = pendingSegments.take(*seqnr);
     if (pendingSegments.isEmpty())
         pendingSegments = {}; // the search for the next article need not look into an empty map
     activeSegments.insert(*seqnr, messageId);
