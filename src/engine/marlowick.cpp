@@ -9,6 +9,9 @@
 
 #include "post/filecombiner.h"
 #include "post/rarhandler.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+#include "queue/queue.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -28,7 +31,9 @@ bool makePrivateFolder(const QString &folder)
 
 Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     : QObject(parent)
+    , queue_(new Queue(this))
 {
+    relayQueue();
     openSettings();
     qDebug().nospace() << "Loading settings from: " << settings_->fileName();
     qDebug().nospace() << "Queue filename: " << queueFileName;
@@ -47,6 +52,36 @@ Marlowick::~Marlowick()
         delete job.rarHandler;
     qDeleteAll(findChildren<FileCombiner *>()); // those of deleted jobs, too
     qDeleteAll(connections);
+}
+
+void Marlowick::relayQueue()
+{
+    connect(queue_, &Queue::beforeAddNZB, this, &Marlowick::beforeAddNZB);
+    connect(queue_, &Queue::NZBadded, this, &Marlowick::NZBadded);
+    connect(queue_, &Queue::beforeNzbDelete, this, &Marlowick::beforeNzbDelete);
+    connect(queue_, &Queue::beforeNzbFileDelete, this, &Marlowick::beforeNzbFileDelete);
+    connect(queue_, &Queue::NzbItemDeleted, this, &Marlowick::NzbItemDeleted);
+    connect(queue_, &Queue::beforeQueueReset, this, &Marlowick::beforeQueueReset);
+    connect(queue_, &Queue::queueReset, this, &Marlowick::queueReset);
+    // The other way round: these the rows hear, too.
+    connect(this, &Marlowick::downloadProgresses, queue_, &Queue::downloadProgresses);
+    connect(this, &Marlowick::nzbComplete, queue_, &Queue::statusChanged);
+    connect(this, &Marlowick::statusChanged, queue_, &Queue::statusChanged);
+    connect(queue_, &Queue::nzbRemoved, this, &Marlowick::forget);
+    connect(queue_, &Queue::nzbFileRemoved, this, &Marlowick::processLater);
+}
+
+const QList<Nzb *> *Marlowick::queue() const { return &queue_->jobs(); }
+
+bool Marlowick::hasWork() const { return queue_->hasWork(); }
+
+bool Marlowick::allPaused() const { return queue_->allPaused(); }
+
+void Marlowick::pauseAll() { queue_->pauseAll(); }
+
+bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
+{
+    return queue_->nextArticle(file, number, messageId);
 }
 
 void Marlowick::openSettings()

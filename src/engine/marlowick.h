@@ -21,6 +21,7 @@ class INzbItem;
 class NNTP;
 class Nzb;
 class NzbFile;
+class Queue;
 class RarHandler;
 
 /// The engine: owner of the settings, the queue and the connections, and the one who decides what
@@ -45,9 +46,11 @@ public:
     [[nodiscard]] QString mediaPlayer() const;
     [[nodiscard]] QString version() const;
     [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
-    /// The jobs in the order of download and display. The model may change that order; jobs come
-    /// and go through addNZB() and deleteItem() alone.
-    [[nodiscard]] QList<Nzb *> *queue() { return &nzbs; }
+    /// The jobs in the order of download and display.
+    [[nodiscard]] const QList<Nzb *> *queue() const;
+    /// The same with its announcements, for the model. Jobs come and go through addNZB() and
+    /// deleteItem() alone.
+    [[nodiscard]] Queue *jobs() const { return queue_; }
     /// Starts the periodic save of the queue.
     void setSaveInterval(int seconds);
 
@@ -153,6 +156,7 @@ private:
                     const QString &qName) override;
     bool characters(const QString &text) override;
 
+    void relayQueue();
     void openSettings();
     void writeQueue();
 
@@ -165,7 +169,6 @@ private:
     void dismiss(NNTP *connection);
     void drop(NNTP *connection);
 
-    [[nodiscard]] bool isQueued(NzbFile *file) const;
     void finishFile(NzbFile *nzbfile, const QString &filename);
     void joinParts(NzbFile *nzbfile);
 
@@ -204,16 +207,15 @@ private:
     [[nodiscard]] bool unpacksDamaged(const Nzb *nzb) const;
     [[nodiscard]] bool hasWorkLeft(Nzb *nzb);
 
-    void releaseRemoved(NzbFile *file);
+    void forget(Nzb *nzb);
     void processLater(Nzb *nzb);
     void endProcessing(Nzb *nzb);
 
     void decoderFailed(bool passing, const QString &msg);
     [[nodiscard]] quint64 checkTimeouts();
     void updateStatistics(quint64 total);
-    [[nodiscard]] quint64 bytesLeft() const;
 
-    QList<Nzb *> nzbs;
+    Queue *queue_;
     QList<NNTP *> connections;
     QMap<const Nzb *, JobWork> work; ///< of the jobs that have had any
     QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file

@@ -16,6 +16,7 @@
 #include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -84,7 +85,7 @@ void settle(NzbFile *file)
 
 bool Marlowick::canRepairAndUnpack(const Nzb *nzb) const
 {
-    return nzbs.contains(nzb) && !nzb->hasActiveSegments() && !QDir(nzb->folder()).isEmpty();
+    return queue_->contains(nzb) && !nzb->hasActiveSegments() && !QDir(nzb->folder()).isEmpty();
 }
 
 void Marlowick::repairAndUnpack(Nzb *nzb)
@@ -183,7 +184,7 @@ void Marlowick::resumeNext()
         return;
     resumeTimer.start(0);
     Nzb *nzb = toResume.takeFirst();
-    if (!nzb || !nzbs.contains(nzb) || !nzb->isComplete() || isBusy(nzb) || !hasWorkLeft(nzb))
+    if (!nzb || !queue_->contains(nzb) || !nzb->isComplete() || isBusy(nzb) || !hasWorkLeft(nzb))
         return;
     resumed = nzb;
     if (unpacksDamaged(nzb))

@@ -8,6 +8,7 @@
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -26,10 +27,10 @@ void Marlowick::nntpError(int error, const QString &msg, NzbFile *nzbfile, int s
 {
     qDebug().nospace() << "NNTP/socket error: " << error << ' ' << msg;
     Nzb *nzb = nzbfile ? qobject_cast<Nzb *>(nzbfile->parent()) : nullptr;
-    const bool jobDeleted = nzb && !nzbs.contains(nzb);
+    const bool jobDeleted = nzb && !queue_->contains(nzb);
     if (nzbfile) {
         nzbfile->requeueSegment(seqnr);
-        releaseRemoved(nzbfile);
+        queue_->release(nzbfile);
     }
     NNTP *connection = senderConnection();
     if (!connection) { // it was logging out
@@ -72,7 +73,7 @@ void Marlowick::decoderFailed(bool passing, const QString &msg)
     if (passing) {
         QTimer::singleShot(1000, this, &Marlowick::startToDownloadQueue);
     } else if (!errorShown) {
-        pauseAll();
+        queue_->pauseAll();
         errorShown = true;
         emit error(0, msg + tr(". Pausing downloads"));
     }

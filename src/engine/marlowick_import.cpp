@@ -11,6 +11,7 @@
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -36,16 +37,16 @@ void makeFolder(const QString &folder)
 
 Nzb *Marlowick::addNZB(const QString &nzbFile)
 {
-    emit beforeAddNZB(nzbFile);
+    queue_->beginAdd(nzbFile);
     Nzb *nzb = nullptr;
     try {
         nzb = importNzb(nzbFile);
     } catch (const std::runtime_error &) {
-        emit NZBadded(nullptr);
+        queue_->endAdd(nullptr);
         throw;
     }
-    nzbs.append(nzb);
-    emit NZBadded(nzb);
+    queue_->append(nzb);
+    queue_->endAdd(nzb);
     if (connections.isEmpty())
         startToDownloadQueue();
     return nzb;
@@ -55,7 +56,7 @@ Nzb *Marlowick::addNZB(const QString &nzbFile)
 Nzb *Marlowick::importNzb(const QString &nzbFile)
 {
     const QString folder = downloadFolder();
-    auto nzb = std::make_unique<Nzb>(this, folder, nzbFile);
+    auto nzb = std::make_unique<Nzb>(queue_, folder, nzbFile);
     // The download folder comes first: names such as ".." exist in it, and so are never taken.
     makeFolder(folder);
     nzb->setName(unusedName(folder, nzb->name()));

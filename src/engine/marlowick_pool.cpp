@@ -5,11 +5,11 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
-#include <algorithm>
 
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -19,33 +19,12 @@ namespace {
 /// A server that does not close after QUIT is not waited for any longer than this.
 constexpr int farewellMsec = 30000;
 
-bool isWanted(const NzbFile *file) { return !file->isPaused() && file->hasPendingSegments(); }
-
-/// How many files the walk asks the memory for ahead of the one that it looks at: they lie
-/// anywhere, and it would wait for each.
-constexpr int filesAhead = 32;
-
-/// The first file in queue order that has something to fetch, or null. Linear in the files before
-/// it; keeping no index is what lets a reorder, pause or delete take effect at once.
-NzbFile *firstWanted(const QList<Nzb *> &queue)
-{
-    for (const Nzb *nzb : queue) {
-        const int count = nzb->fileCount();
-        for (int i = 0; i < count; ++i) {
-            nzb->fileAt(std::min(i + filesAhead, count - 1))->prefetch();
-            if (NzbFile *file = nzb->fileAt(i); isWanted(file))
-                return file;
-        }
-    }
-    return nullptr;
-}
-
 } // namespace
 
 void Marlowick::startToDownloadQueue()
 {
     const int threads = settings_->get(Settings::threads);
-    if (threads <= connectionCount() || !hasWork() || (errorBoxShown && passwordAsked))
+    if (threads <= connectionCount() || !queue_->hasWork() || (errorBoxShown && passwordAsked))
         return;
     errorShown = false;
     passwordAsked = false;
@@ -80,34 +59,12 @@ NNTP *Marlowick::senderConnection() const
 void Marlowick::nntpLoggedIn()
 {
     const int count = connectionCount();
-    if (hasWork())
+    if (queue_->hasWork())
         emit notice(0, tr("Connected (%1)").arg(count));
     assignArticle(senderConnection());
     // A server that asks for a password would ask the next connection too, box after box.
-    if (settings_->get(Settings::threads) > count && hasWork() && !passwordAsked)
+    if (settings_->get(Settings::threads) > count && queue_->hasWork() && !passwordAsked)
         startToDownloadQueue();
-}
-
-bool Marlowick::hasWork() const { return firstWanted(nzbs) != nullptr; }
-
-bool Marlowick::allPaused() const
-{
-    return std::all_of(nzbs.cbegin(), nzbs.cend(), [](const Nzb *nzb) { return nzb->isPaused(); });
-}
-
-void Marlowick::pauseAll()
-{
-    for (Nzb *nzb : std::as_const(nzbs))
-        nzb->setPaused(true);
-}
-
-bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
-{
-    file = firstWanted(nzbs);
-    if (!file)
-        return false;
-    messageId = file->nextSegment(&number);
-    return true;
 }
 
 void Marlowick::assignArticle(NNTP *connection)
@@ -117,7 +74,7 @@ void Marlowick::assignArticle(NNTP *connection)
     NzbFile *file = nullptr;
     int number = 0;
     QString messageId;
-    if (!nextArticle(file, number, messageId)) {
+    if (!queue_->nextArticle(file, number, messageId)) {
         qDebug() << "Queue empty, telling NNTP to logout";
         dismiss(connection);
         return;

@@ -17,6 +17,7 @@
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -177,7 +178,7 @@ void Marlowick::setStatus(Nzb *nzb, const QString &status)
 bool Marlowick::isStale(const Nzb *nzb) const
 {
     const auto *handler = qobject_cast<RarHandler *>(sender());
-    return !nzbs.contains(nzb) || (handler && handler != work.value(nzb).rarHandler);
+    return !queue_->contains(nzb) || (handler && handler != work.value(nzb).rarHandler);
 }
 
 void Marlowick::rarErrorProcessing(Nzb *nzb, const QString &rarfile)
@@ -224,7 +225,7 @@ void Marlowick::rarPasswordNeeded(Nzb *nzb, const QString &rarfile)
 
 void Marlowick::setRarPassword(Nzb *nzb, const QString &password)
 {
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     if (password.isEmpty())
         showSuspended(nzb, tr("Not unpacked: no password"));

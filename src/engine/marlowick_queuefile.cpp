@@ -14,6 +14,7 @@
 
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
+#include "queue/queue.h"
 #include "queue/readxml.h"
 
 using namespace Qt::StringLiterals;
@@ -85,7 +86,7 @@ void Marlowick::writeQueue()
     xml.writeStartDocument();
     xml.writeComment("Marlowick queue file - looks a bit like a NZB but is not"_L1);
     xml.writeStartElement("qzb"_L1);
-    for (const Nzb *nzb : nzbs)
+    for (const Nzb *nzb : queue_->jobs())
         nzb->saveXml(xml);
     xml.writeEndElement();
     xml.writeEndDocument();
@@ -99,23 +100,21 @@ void Marlowick::loadQueue(const QString &fileName)
     const QString path = fileName.isEmpty() ? queueFileName : fileName;
     if (!QFile::exists(path))
         return;
-    const qsizetype before = nzbs.size();
+    const qsizetype before = queue_->jobs().size();
     const XmlResult result = readXml(path, *this, queueLimits);
     for (; rowsOpen > 0; --rowsOpen) // the file has broken off inside of a job
-        emit NZBadded(nullptr);
+        queue_->endAdd(nullptr);
     if (result == XmlResult::CannotOpen)
         throw std::runtime_error(tr("Error loading queue file").toStdString());
     if (result == XmlResult::Damaged)
         throw std::runtime_error(tr("Error parsing queue file").toStdString());
-    resumeLater(nzbs.sliced(before));
+    resumeLater(queue_->jobs().sliced(before));
 }
 
 /// What a failed loadQueue() has read stays allocated.
 void Marlowick::loadBackup()
 {
-    emit beforeQueueReset();
-    nzbs.clear();
-    emit queueReset();
+    queue_->clear();
     loadQueue(backupFileName);
     queueFileDamaged = QFile::exists(backupFileName);
 }
@@ -124,31 +123,31 @@ bool Marlowick::startElement(const QString &namespaceURI, const QString &localNa
                              const QString &qName, const QXmlAttributes &attributes)
 {
     if (qName != "nzb"_L1)
-        return nzbs.isEmpty()
-               || nzbs.last()->startElement(namespaceURI, localName, qName, attributes);
-    auto *nzb = new Nzb(this, downloadFolder(), QString());
+        return queue_->jobs().isEmpty()
+               || queue_->jobs().last()->startElement(namespaceURI, localName, qName, attributes);
+    auto *nzb = new Nzb(queue_, downloadFolder(), QString());
     static_cast<void>(nzb->startElement(namespaceURI, localName, qName, attributes));
     nzb->setName(folderName(nzb->name()));
     ++rowsOpen;
-    emit beforeAddNZB(nzb->name());
-    nzbs.append(nzb);
+    queue_->beginAdd(nzb->name());
+    queue_->append(nzb);
     return true;
 }
 
 bool Marlowick::endElement(const QString &namespaceURI, const QString &localName,
                            const QString &qName)
 {
-    if (nzbs.isEmpty())
+    if (queue_->jobs().isEmpty())
         return true;
-    static_cast<void>(nzbs.last()->endElement(namespaceURI, localName, qName));
+    static_cast<void>(queue_->jobs().last()->endElement(namespaceURI, localName, qName));
     if (qName == "nzb"_L1) {
         --rowsOpen;
-        emit NZBadded(nzbs.last());
+        queue_->endAdd(queue_->jobs().last());
     }
     return true;
 }
 
 bool Marlowick::characters(const QString &text)
 {
-    return nzbs.isEmpty() || nzbs.last()->characters(text);
+    return queue_->jobs().isEmpty() || queue_->jobs().last()->characters(text);
 }

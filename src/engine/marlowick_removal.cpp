@@ -16,6 +16,7 @@
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -96,43 +97,18 @@ void Marlowick::endProcessing(Nzb *nzb)
 
 void Marlowick::deleteItem(INzbItem *item)
 {
-    if (auto *file = qobject_cast<NzbFile *>(item)) {
-        auto *nzb = qobject_cast<Nzb *>(file->parent());
-        const bool waitedFor = !nzb->isComplete();
-        const bool underWay = file->hasActiveSegments();
-        emit beforeNzbFileDelete(file);
-        nzb->removeFile(file);
-        if (waitedFor && !underWay)
-            processLater(nzb);
-    } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
-        emit beforeNzbDelete(nzb);
-        nzbs.removeAll(nzb);
-        const JobWork job = work.take(nzb);
-        delete job.rarHandler;
-        delete job.repair;
-        if (!nzb->hasActiveSegments())
-            delete nzb;
-    }
-    emit NzbItemDeleted();
+    if (auto *nzb = qobject_cast<Nzb *>(item))
+        queue_->remove(nzb);
+    else if (auto *file = qobject_cast<NzbFile *>(item))
+        queue_->remove(file);
 }
 
-bool Marlowick::isQueued(NzbFile *file) const
+/// The job has left the queue.
+void Marlowick::forget(Nzb *nzb)
 {
-    auto *nzb = qobject_cast<Nzb *>(file->parent());
-    return nzbs.contains(nzb) && nzb->indexOf(file) >= 0;
-}
-
-/// Frees a removed item that was kept for an article under way, once the last one has come back.
-void Marlowick::releaseRemoved(NzbFile *file)
-{
-    auto *nzb = qobject_cast<Nzb *>(file->parent());
-    if (!nzbs.contains(nzb)) {
-        if (!nzb->hasActiveSegments())
-            delete nzb;
-    } else if (nzb->indexOf(file) < 0 && !file->hasActiveSegments()) {
-        delete file;
-        processLater(nzb);
-    }
+    const JobWork job = work.take(nzb);
+    delete job.rarHandler;
+    delete job.repair;
 }
 
 /// Looks at a job that has lost a file, which may have been the last one that it waited for. Not at
@@ -140,7 +116,7 @@ void Marlowick::releaseRemoved(NzbFile *file)
 void Marlowick::processLater(Nzb *nzb)
 {
     QTimer::singleShot(0, nzb, [this, nzb] {
-        if (nzbs.contains(nzb) && nzb->fileCount() > 0 && isReady(nzb))
+        if (queue_->contains(nzb) && nzb->fileCount() > 0 && isReady(nzb))
             processNzb(nzb);
     });
 }

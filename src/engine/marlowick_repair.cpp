@@ -21,6 +21,7 @@
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -160,7 +161,7 @@ bool Marlowick::requestBlocks(Nzb *nzb, int number, const QString &volumeName)
 
 void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumename)
 {
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     if (const Par2Process *pass = work.value(nzb).repair)
         takeNames(nzb, pass); // of sets before this one
@@ -171,7 +172,7 @@ void Marlowick::par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumena
 
 void Marlowick::par2RepairComplete(Nzb *nzb)
 {
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     JobWork &job = work[nzb];
     if (job.anew)
@@ -188,7 +189,7 @@ void Marlowick::par2RepairComplete(Nzb *nzb)
 /// job that is taken anew.
 void Marlowick::par2Failed(Nzb *nzb)
 {
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     const JobWork job = work.value(nzb);
     if (job.repair)
@@ -243,7 +244,7 @@ void Marlowick::takeNames(Nzb *nzb, const Par2Process *pass)
 void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
 {
     sender()->deleteLater();
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     JobWork &job = work[nzb];
     if (job.repair == sender())
@@ -251,7 +252,7 @@ void Marlowick::par2PassEnded(Nzb *nzb, bool answered)
     const bool again = std::exchange(job.lookAgain, false);
     if (!answered)
         repairFailed(nzb, tr("Damaged: repair failed"));
-    if (!nzbs.contains(nzb))
+    if (!queue_->contains(nzb))
         return;
     if (again && isReady(nzb))
         processNzb(nzb);

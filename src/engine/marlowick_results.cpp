@@ -11,6 +11,7 @@
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -23,12 +24,12 @@ void Marlowick::dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename
         return assignArticle(connection);
     passwordAsked = passwordAsked && errorBoxShown; // the server does no longer
     nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
-    if (isQueued(nzbfile)) {
+    if (queue_->contains(nzbfile)) {
         emit downloadProgresses(nzbfile);
         if (nzbfile->isFinished())
             finishFile(nzbfile, filename);
     } else {
-        releaseRemoved(nzbfile); // nobody who listens knows it any more
+        queue_->release(nzbfile); // nobody who listens knows it any more
     }
     assignArticle(senderConnection());
 }
@@ -39,7 +40,7 @@ void Marlowick::articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqn
     NNTP *connection = senderConnection();
     if (nzbfile && connection) {
         nzbfile->segmentNotFound(seqnr);
-        releaseRemoved(nzbfile);
+        queue_->release(nzbfile);
     }
     // No look at completion here: a file whose last article is missing reads as finished, but is
     // neither joined nor announced.

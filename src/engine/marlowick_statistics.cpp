@@ -6,8 +6,7 @@
 #include <limits>
 
 #include "engine/marlowick.h"
-#include "queue/nzb.h"
-#include "queue/nzbfile.h"
+#include "queue/queue.h"
 #include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
@@ -47,24 +46,11 @@ void Marlowick::updateStatistics(quint64 total)
         const auto elapsed = static_cast<quint64>(std::max<qint64>(speedClock.elapsed(), 1));
         // Whole bytes per millisecond first: the speed moves in steps of 1000 bytes per second.
         bytesPerSecond = clampedToInt((total - lastBytesReceived) / elapsed * 1000);
-        const quint64 left = bytesLeft();
+        const quint64 left = queue_->bytesLeft();
         const quint64 secondsLeft =
             bytesPerSecond ? left / static_cast<quint64>(bytesPerSecond) : 0;
         emit downloadStatistics(bytesPerSecond, left, clampedToInt(secondsLeft));
     }
     lastBytesReceived = total;
     speedClock.start();
-}
-
-quint64 Marlowick::bytesLeft() const
-{
-    quint64 left = 0;
-    for (const Nzb *nzb : nzbs) {
-        for (int i = 0; i < nzb->fileCount(); ++i) {
-            const NzbFile *file = nzb->fileAt(i);
-            if (!file->isPaused())
-                left += file->size() - std::min(file->size(), file->completedBytes());
-        }
-    }
-    return left;
 }

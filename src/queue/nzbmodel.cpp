@@ -4,10 +4,10 @@
 
 #include <QBrush>
 
-#include "engine/marlowick.h"
 #include "queue/displaytext.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -52,10 +52,9 @@ const void *pointer(const INzbItem *item) { return item; }
 
 } // namespace
 
-NzbModel::NzbModel(QObject *parent, Marlowick *engine)
+NzbModel::NzbModel(QObject *parent, Queue *queue)
     : QAbstractTableModel(parent)
-    , engine(engine)
-    , queue(engine->queue())
+    , queue(queue)
     , folderIcon(icon("folder"_L1))
     , defaultIcon(icon("page_white"_L1))
 {
@@ -65,16 +64,15 @@ NzbModel::NzbModel(QObject *parent, Marlowick *engine)
         for (const QString &key : keys)
             icons.insert(key, shown);
     }
-    connect(engine, &Marlowick::beforeAddNZB, this, &NzbModel::onBeforeAddNZB);
-    connect(engine, &Marlowick::NZBadded, this, &NzbModel::onNZBadded);
-    connect(engine, &Marlowick::beforeNzbDelete, this, &NzbModel::onBeforeNzbDelete);
-    connect(engine, &Marlowick::beforeNzbFileDelete, this, &NzbModel::onBeforeNzbFileDelete);
-    connect(engine, &Marlowick::NzbItemDeleted, this, &NzbModel::onNzbItemDeleted);
-    connect(engine, &Marlowick::downloadProgresses, this, &NzbModel::onNzbFileUpdate);
-    connect(engine, &Marlowick::nzbComplete, this, &NzbModel::onNzbComplete);
-    connect(engine, &Marlowick::statusChanged, this, &NzbModel::onNzbComplete); // as much is new
-    connect(engine, &Marlowick::beforeQueueReset, this, [this] { beginResetModel(); });
-    connect(engine, &Marlowick::queueReset, this, [this] { endResetModel(); });
+    connect(queue, &Queue::beforeAddNZB, this, &NzbModel::onBeforeAddNZB);
+    connect(queue, &Queue::NZBadded, this, &NzbModel::onNZBadded);
+    connect(queue, &Queue::beforeNzbDelete, this, &NzbModel::onBeforeNzbDelete);
+    connect(queue, &Queue::beforeNzbFileDelete, this, &NzbModel::onBeforeNzbFileDelete);
+    connect(queue, &Queue::NzbItemDeleted, this, &NzbModel::onNzbItemDeleted);
+    connect(queue, &Queue::downloadProgresses, this, &NzbModel::onNzbFileUpdate);
+    connect(queue, &Queue::statusChanged, this, &NzbModel::onNzbComplete);
+    connect(queue, &Queue::beforeQueueReset, this, [this] { beginResetModel(); });
+    connect(queue, &Queue::queueReset, this, [this] { endResetModel(); });
 }
 
 INzbItem *NzbModel::itemAt(const QModelIndex &index)
@@ -86,7 +84,7 @@ QModelIndex NzbModel::index(int row, int column, const QModelIndex &parent) cons
 {
     if (row < 0 || row >= rowCount(parent))
         return {};
-    const INzbItem *item = queue->value(row);
+    const INzbItem *item = queue->jobs().value(row);
     if (const Nzb *job = jobAt(parent))
         item = job->fileAt(row);
     return createIndex(row, column, pointer(item));
@@ -101,7 +99,7 @@ QModelIndex NzbModel::parent(const QModelIndex &index) const
 /// Invalid for a job that is not in the queue.
 QModelIndex NzbModel::jobIndex(Nzb *nzb) const
 {
-    const int row = static_cast<int>(queue->indexOf(nzb));
+    const int row = static_cast<int>(queue->jobs().indexOf(nzb));
     return row < 0 ? QModelIndex() : createIndex(row, 0, pointer(nzb));
 }
 
@@ -114,7 +112,7 @@ QModelIndex NzbModel::sibling(int row, int column, const QModelIndex &index) con
 int NzbModel::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
-        return static_cast<int>(queue->size());
+        return static_cast<int>(queue->jobs().size());
     const Nzb *job = parent.column() == FileColumn ? jobAt(parent) : nullptr;
     return job ? job->fileCount() : 0;
 }

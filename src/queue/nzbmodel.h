@@ -8,15 +8,15 @@
 #include <QMap>
 
 class INzbItem;
-class Marlowick;
 class Nzb;
 class NzbFile;
+class Queue;
 
 /// The queue as a tree of two levels, jobs and their files, in three columns.
 ///
 /// Holds no copy of anything: each answer is read from the items when it is asked for, and the
-/// engine's signals before and after each change become Qt's notifications. Dragged rows change the
-/// order of the queue, and with it that of the download; dropped .nzb files enter it.
+/// queue's signals before and after each change become Qt's notifications. Dragged rows change the
+/// order of the queue, and with it that of the download.
 ///
 /// An index carries its INzbItem as internal pointer. On dataChanged a view has to repaint all that
 /// it shows, for the corners name no one item. Lives on the GUI thread.
@@ -25,8 +25,8 @@ class NzbModel : public QAbstractTableModel {
     Q_DISABLE_COPY_MOVE(NzbModel)
 
 public:
-    /// @param engine  must outlive the model
-    NzbModel(QObject *parent, Marlowick *engine);
+    /// @param queue  must outlive the model
+    NzbModel(QObject *parent, Queue *queue);
 
     /// The job or file of a row; null for an invalid index.
     [[nodiscard]] static INzbItem *itemAt(const QModelIndex &index);
@@ -45,12 +45,15 @@ public:
                                       int role = Qt::DisplayRole) const override;
     [[nodiscard]] QStringList mimeTypes() const override;
     [[nodiscard]] QMimeData *mimeData(const QModelIndexList &indexes) const override;
-    /// Adds the .nzb files among dropped URLs, without a word about those that fail, or else moves
-    /// dragged rows. False when rows are to leave their level or their job, or do not exist; those
-    /// ahead of them stay moved.
+    /// Tells of the .nzb files among dropped URLs, or else moves dragged rows. False when rows are
+    /// to leave their level or their job, or do not exist; those ahead of them stay moved.
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                       const QModelIndex &parent) override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+signals:
+    /// The file may not exist, and be anything.
+    void nzbFileDropped(QString path);
 
 public slots:
     void onBeforeAddNZB(const QString &name);
@@ -66,12 +69,11 @@ private:
     [[nodiscard]] QVariant text(const INzbItem *item, int column) const;
     [[nodiscard]] QIcon iconForExtension(const QString &extension) const;
 
-    void addNzbFiles(const QMimeData *data);
+    void takeNzbFiles(const QMimeData *data);
     [[nodiscard]] bool moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to);
     void moveItem(const QModelIndex &level, int from, int to);
 
-    Marlowick *engine;
-    QList<Nzb *> *queue;
+    Queue *queue;
     QMap<QString, QIcon> icons;
     QIcon folderIcon;
     QIcon defaultIcon;

@@ -1,19 +1,18 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// Drag and drop: moving rows, and adding .nzb files to the queue.
+// Drag and drop: moving rows, and .nzb files for the queue.
 #include <QDataStream>
 #include <QIODevice>
 #include <QMimeData>
 #include <QUrl>
 
 #include <algorithm>
-#include <stdexcept>
 
-#include "engine/marlowick.h"
 #include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbmodel.h"
+#include "queue/queue.h"
 
 using namespace Qt::StringLiterals;
 
@@ -45,7 +44,7 @@ bool NzbModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int ro
     if (action == Qt::IgnoreAction)
         return true;
     if (data->hasUrls()) {
-        addNzbFiles(data);
+        takeNzbFiles(data);
         return true;
     }
     if (!data->hasFormat(rowIdsFormat))
@@ -58,17 +57,13 @@ bool NzbModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int ro
     return moveDragged(rowIds, QModelIndex(), rowCount());
 }
 
-void NzbModel::addNzbFiles(const QMimeData *data)
+void NzbModel::takeNzbFiles(const QMimeData *data)
 {
     const QList<QUrl> urls = data->urls();
     for (const QUrl &url : urls) {
         const QString path = url.toLocalFile();
-        if (!isNzbName(path))
-            continue;
-        try {
-            engine->addNZB(path);
-        } catch (const std::runtime_error &) { // the next one may be good
-        }
+        if (isNzbName(path))
+            emit nzbFileDropped(path);
     }
 }
 

@@ -44,7 +44,7 @@ MainWindow::MainWindow()
     , boxes(new BoxQueue(this))
 {
     ui->setupUi(this);
-    model = new NzbModel(this, engine);
+    model = new NzbModel(this, engine->jobs());
     setUpView();
     setUpToolBar();
     setUpStatusBar();
@@ -135,6 +135,12 @@ QLabel *MainWindow::addStatusLabel(const QString &text, const QString &meaning)
 
 void MainWindow::connectEngine()
 {
+    connect(model, &NzbModel::nzbFileDropped, this, [this](const QString &path) {
+        try {
+            engine->addNZB(path);
+        } catch (const std::runtime_error &) { // without a word: the next one may be good
+        }
+    });
     connect(engine, &Marlowick::error, this, &MainWindow::onError);
     connect(engine, &Marlowick::notice, this, &MainWindow::onNotice);
     connect(engine, &Marlowick::downloadStatistics, this, &MainWindow::updateDownloadStats);

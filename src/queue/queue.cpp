@@ -1,0 +1,116 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "queue/queue.h"
+
+#include <algorithm>
+
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+namespace {
+
+/// How many files the walk asks the memory for ahead of the one that it looks at: they lie
+/// anywhere, and it would wait for each.
+constexpr int filesAhead = 32;
+
+/// The first file in queue order that has something to fetch, or null. Linear in the files before
+/// it; keeping no index is what lets a reorder, pause or delete take effect at once.
+NzbFile *firstWanted(const QList<Nzb *> &queue)
+{
+    for (const Nzb *nzb : queue) {
+        const int count = nzb->fileCount();
+        for (int i = 0; i < count; ++i) {
+            nzb->fileAt(std::min(i + filesAhead, count - 1))->prefetch();
+            NzbFile *file = nzb->fileAt(i);
+            if (!file->isPaused() && file->hasPendingSegments())
+                return file;
+        }
+    }
+    return nullptr;
+}
+
+Nzb *jobOf(const NzbFile *file) { return qobject_cast<Nzb *>(file->parent()); }
+
+} // namespace
+
+bool Queue::contains(NzbFile *file) const
+{
+    const Nzb *nzb = jobOf(file);
+    return contains(nzb) && nzb->indexOf(file) >= 0;
+}
+
+void Queue::remove(Nzb *nzb)
+{
+    emit beforeNzbDelete(nzb);
+    nzbs.removeAll(nzb);
+    emit nzbRemoved(nzb);
+    if (!nzb->hasActiveSegments())
+        delete nzb;
+    emit NzbItemDeleted();
+}
+
+void Queue::remove(NzbFile *file)
+{
+    Nzb *nzb = jobOf(file);
+    const bool waitedFor = !nzb->isComplete();
+    const bool underWay = file->hasActiveSegments();
+    emit beforeNzbFileDelete(file);
+    nzb->removeFile(file);
+    if (waitedFor && !underWay)
+        emit nzbFileRemoved(nzb);
+    emit NzbItemDeleted();
+}
+
+void Queue::release(NzbFile *file)
+{
+    Nzb *nzb = jobOf(file);
+    if (!contains(nzb)) {
+        if (!nzb->hasActiveSegments())
+            delete nzb;
+    } else if (nzb->indexOf(file) < 0 && !file->hasActiveSegments()) {
+        delete file;
+        emit nzbFileRemoved(nzb);
+    }
+}
+
+void Queue::clear()
+{
+    emit beforeQueueReset();
+    nzbs.clear();
+    emit queueReset();
+}
+
+bool Queue::hasWork() const { return firstWanted(nzbs) != nullptr; }
+
+bool Queue::nextArticle(NzbFile *&file, int &number, QString &messageId)
+{
+    file = firstWanted(nzbs);
+    if (!file)
+        return false;
+    messageId = file->nextSegment(&number);
+    return true;
+}
+
+bool Queue::allPaused() const
+{
+    return std::all_of(nzbs.cbegin(), nzbs.cend(), [](const Nzb *nzb) { return nzb->isPaused(); });
+}
+
+void Queue::pauseAll()
+{
+    for (Nzb *nzb : std::as_const(nzbs))
+        nzb->setPaused(true);
+}
+
+quint64 Queue::bytesLeft() const
+{
+    quint64 left = 0;
+    for (const Nzb *nzb : nzbs) {
+        for (int i = 0; i < nzb->fileCount(); ++i) {
+            const NzbFile *file = nzb->fileAt(i);
+            if (!file->isPaused())
+                left += file->size() - std::min(file->size(), file->completedBytes());
+        }
+    }
+    return left;
+}

@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QObject>
+
+class Nzb;
+class NzbFile;
+
+/// The jobs in the order of download and display, with an announcement before and after each change
+/// of that list.
+///
+/// Its jobs are its children. An item that is removed while a connection still fetches one of its
+/// articles leaves the queue at once but stays allocated, so that the late result finds a living
+/// object; release() frees it then. Lives on the GUI thread; nothing here fails.
+class Queue final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(Queue)
+
+public:
+    using QObject::QObject;
+
+    [[nodiscard]] const QList<Nzb *> &jobs() const { return nzbs; }
+    [[nodiscard]] bool contains(const Nzb *nzb) const { return nzbs.contains(nzb); }
+    /// False for a file that has been removed, alone or with its job.
+    [[nodiscard]] bool contains(NzbFile *file) const;
+
+    /// Announces a job, which is named @p name or made from the NZB file @p name.
+    void beginAdd(const QString &name) { emit beforeAddNZB(name); }
+    void append(Nzb *nzb) { nzbs.append(nzb); }
+    /// Closes what beginAdd() opened; @p nzb is null when no whole job has come of it.
+    void endAdd(Nzb *nzb) { emit NZBadded(nzb); }
+    /// Without an announcement: the model, where the user moves jobs, makes its own.
+    void move(int from, int to) { nzbs.move(from, to); }
+    void remove(Nzb *nzb);
+    void remove(NzbFile *file);
+    /// Frees a removed item that was kept for an article under way, once the last one has come
+    /// back. To be called when an article of @p file has; afterwards file and job may be gone.
+    void release(NzbFile *file);
+    /// Empties the queue. The jobs stay allocated.
+    void clear();
+
+    /// True when some unpaused file has a pending segment.
+    [[nodiscard]] bool hasWork() const;
+    /// The scheduling decision: the first unpaused file from the top of the queue that has a
+    /// pending segment, and of it the lowest one, which becomes active. False without one.
+    [[nodiscard]] bool nextArticle(NzbFile *&file, int &number, QString &messageId);
+    /// True when every job is paused, and for an empty queue.
+    [[nodiscard]] bool allPaused() const;
+    void pauseAll();
+    /// Bytes still to be fetched of all files that are not paused.
+    [[nodiscard]] quint64 bytesLeft() const;
+
+signals:
+    void beforeAddNZB(QString name);
+    void NZBadded(Nzb *nzb);
+    void beforeNzbDelete(Nzb *nzb);
+    void beforeNzbFileDelete(NzbFile *file);
+    void NzbItemDeleted();
+    /// Around a change of the whole queue at once, of which no other signal tells.
+    void beforeQueueReset();
+    void queueReset();
+    /// The job has left the list and is about to be deleted, at once or with its last article.
+    void nzbRemoved(Nzb *nzb);
+    /// A file for which the job may have waited has been removed, and no article of it is under
+    /// way.
+    void nzbFileRemoved(Nzb *nzb);
+
+    // Others tell by these that a row shows something new.
+    void downloadProgresses(NzbFile *file);
+    void statusChanged(Nzb *nzb);
+
+private:
+    QList<Nzb *> nzbs;
+};
