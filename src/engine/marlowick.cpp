@@ -5,8 +5,11 @@
 #include <QDebug>
 #include <QDir>
 
+#include <stdexcept>
 #include <utility>
 
+#include "engine/queuefile.h"
+#include "engine/speedmeter.h"
 #include "post/filecombiner.h"
 #include "post/rarhandler.h"
 #include "queue/nzb.h"
@@ -32,12 +35,14 @@ bool makePrivateFolder(const QString &folder)
 Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     : QObject(parent)
     , queue_(new Queue(this))
+    , meter(new SpeedMeter(*queue_, this))
 {
     relayQueue();
     openSettings();
     qDebug().nospace() << "Loading settings from: " << settings_->fileName();
-    qDebug().nospace() << "Queue filename: " << queueFileName;
+    qDebug().nospace() << "Queue filename: " << queueFile->name();
 
+    connect(meter, &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
     checkSockets();
     connect(&socketTimer, &QTimer::timeout, this, &Marlowick::checkSockets);
     socketTimer.start(tick);
@@ -97,8 +102,7 @@ void Marlowick::openSettings()
                            .arg(QDir::toNativeSeparators(folder)));
         });
     }
-    queueFileName = folder + "/queue.qzb"_L1;
-    backupFileName = queueFileName + ".old"_L1;
+    queueFile = std::make_unique<QueueFile>(folder);
 }
 
 QString Marlowick::downloadFolder() const
@@ -114,3 +118,35 @@ QString Marlowick::mediaPlayer() const
 QString Marlowick::version() const { return tr(MARLOWICK_VERSION); }
 
 void Marlowick::setSaveInterval(int seconds) { saveTimer.start(seconds * 1000); }
+
+void Marlowick::saveQueue()
+{
+    // Deliberate: of a disk without room for the whole queue nothing is told.
+    if (queueFile->save(queue_->jobs()) == QueueFile::Written::CannotOpen) {
+        saveTimer.stop();
+        emit error(0, tr("Error saving queue file"));
+    }
+}
+
+void Marlowick::loadQueue(const QString &fileName)
+{
+    const qsizetype before = queue_->jobs().size();
+    readQueue(queueFile->load(*queue_, downloadFolder(), fileName), before);
+}
+
+/// What a failed loadQueue() has read stays allocated.
+void Marlowick::loadBackup()
+{
+    queue_->clear();
+    readQueue(queueFile->loadBackup(*queue_, downloadFolder()), 0);
+}
+
+/// @param before  the jobs that have been there before
+void Marlowick::readQueue(XmlResult result, qsizetype before)
+{
+    if (result == XmlResult::CannotOpen)
+        throw std::runtime_error(tr("Error loading queue file").toStdString());
+    if (result == XmlResult::Damaged)
+        throw std::runtime_error(tr("Error parsing queue file").toStdString());
+    resumeLater(queue_->jobs().sliced(before));
+}

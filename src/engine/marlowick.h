@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QElapsedTimer>
 #include <QList>
 #include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QTimer>
-#include <QXmlDefaultHandler>
 
 #include <chrono>
 #include <memory>
@@ -22,16 +20,17 @@ class NNTP;
 class Nzb;
 class NzbFile;
 class Queue;
+class QueueFile;
 class RarHandler;
+class SpeedMeter;
+enum class XmlResult;
 
 /// The engine: owner of the settings, the queue and the connections, and the one who decides what
 /// follows each result. Lives on the GUI thread; all its signals are direct.
 ///
 /// Nothing is scheduled ahead: a connection that is free asks for work, and the engine walks the
 /// queue from the top. Each subject has its own source file, marlowick_*.cpp.
-///
-/// It is a handler of XML only to read the queue file's top level; each job reads itself.
-class Marlowick final : public QObject, private QXmlDefaultHandler {
+class Marlowick final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Marlowick)
 
@@ -150,22 +149,15 @@ protected slots:
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
 
 private:
-    bool startElement(const QString &namespaceURI, const QString &localName, const QString &qName,
-                      const QXmlAttributes &attributes) override;
-    bool endElement(const QString &namespaceURI, const QString &localName,
-                    const QString &qName) override;
-    bool characters(const QString &text) override;
-
     void relayQueue();
     void openSettings();
-    void writeQueue();
+    void readQueue(XmlResult result, qsizetype before);
 
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
 
     [[nodiscard]] NNTP *senderConnection() const;
     [[nodiscard]] NNTP *makeConnection();
     void assignArticle(NNTP *connection);
-    static bool makeFolderAnew(Nzb *nzb);
     void dismiss(NNTP *connection);
     void drop(NNTP *connection);
 
@@ -213,25 +205,19 @@ private:
 
     void decoderFailed(bool passing, const QString &msg);
     [[nodiscard]] quint64 checkTimeouts();
-    void updateStatistics(quint64 total);
 
     Queue *queue_;
+    SpeedMeter *meter;
     QList<NNTP *> connections;
     QMap<const Nzb *, JobWork> work; ///< of the jobs that have had any
     QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
     QPointer<Nzb> resumed; ///< the one that is at work
     QTimer resumeTimer;
     Settings *settings_ = nullptr;
-    QString queueFileName;
-    QString backupFileName;
-    QElapsedTimer speedClock;
+    std::unique_ptr<QueueFile> queueFile;
     QTimer socketTimer;
     QTimer saveTimer;
     bool errorShown = false;
     bool errorBoxShown = false;
-    int rowsOpen = 0; ///< beforeAddNZB() without NZBadded(), while the queue file is read
-    bool queueFileDamaged = false; ///< so that it must not take the place of the backup
     bool passwordAsked = false; ///< the server has, since a connection was last opened
-    int bytesPerSecond = 0;
-    quint64 lastBytesReceived = 0;
 };

@@ -5,6 +5,7 @@
 #include <QDebug>
 #include <utility>
 
+#include "engine/jobfolder.h"
 #include "engine/marlowick.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"

@@ -3,10 +3,10 @@
 
 // The connection pool: how many there are, and which article each fetches next.
 #include <QDebug>
-#include <QDir>
-#include <QFileInfo>
 
+#include "engine/jobfolder.h"
 #include "engine/marlowick.h"
+#include "engine/speedmeter.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
@@ -85,20 +85,6 @@ void Marlowick::assignArticle(NNTP *connection)
     emit downloadProgresses(file);
 }
 
-/// Makes the job's folder if it is gone, or the download folder is another one since the last run.
-/// Not the download folder: its disk may just not be mounted. False when there was nothing to do,
-/// or no way.
-bool Marlowick::makeFolderAnew(Nzb *nzb)
-{
-    if (QFileInfo::exists(nzb->folder()) || !QFileInfo::exists(nzb->downloadFolder())
-        || !QDir().mkdir(nzb->folder()))
-        return false;
-    qDebug().nospace() << "Created folder: " << nzb->folder();
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        nzb->fileAt(i)->markLost();
-    return true;
-}
-
 /// Lets a connection log out. It belongs to nobody from here on and ends itself.
 void Marlowick::dismiss(NNTP *connection)
 {
@@ -112,4 +98,21 @@ void Marlowick::drop(NNTP *connection)
 {
     connections.removeAll(connection);
     connection->deleteLater();
+}
+
+void Marlowick::checkSockets() { meter->update(checkTimeouts()); }
+
+/// Ends the connections that have been silent for too long; returns the bytes that all of them have
+/// received so far.
+quint64 Marlowick::checkTimeouts()
+{
+    const int timeout = settings_->get(Settings::networkTimeout);
+    quint64 total = 0;
+    const QList<NNTP *> alive = connections;
+    for (NNTP *connection : alive) {
+        total += connection->bytesReceived();
+        if (timeout <= connection->idleSeconds())
+            connection->abortWithError(NNTP::NetworkTimeout, u"Network time-out"_s);
+    }
+    return total;
 }

@@ -1,0 +1,166 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "engine/queuefile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QXmlDefaultHandler>
+#include <QXmlStreamWriter>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <quazip/quagzipfile.h>
+#include <unistd.h>
+
+#include "engine/jobfolder.h"
+#include "queue/nzb.h"
+#include "queue/queue.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Moves @p file to @p backup, which does not exist, and leaves an empty file in its place. A crash
+/// finds at each moment a file of that name: a queue file that is missing counts as an empty queue,
+/// an empty one as damaged, and then the backup is offered.
+/// @returns false where the file system cannot exchange two names at once
+bool replaceByEmptyFile(const QString &file, const QString &backup)
+{
+    const QByteArray from = QFile::encodeName(file);
+    const QByteArray to = QFile::encodeName(backup);
+    const int created = open(to.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (created < 0)
+        return false;
+    close(created);
+    if (renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_EXCHANGE) == 0)
+        return true;
+    unlink(to.constData());
+    return false;
+}
+
+/// Puts @p backup in the place of @p file in one step, so that a crash finds one of them.
+void restoreBackup(const QString &backup, const QString &file)
+{
+    if (QFileInfo(backup).isFile())
+        std::rename(QFile::encodeName(backup).constData(), QFile::encodeName(file).constData());
+}
+
+/// Reads the top level of a queue file; each job reads itself.
+class Reader final : public QXmlDefaultHandler {
+public:
+    Reader(Queue &queue, const QString &downloadFolder)
+        : queue(queue)
+        , downloadFolder(downloadFolder)
+    {
+    }
+
+    bool startElement(const QString &namespaceURI, const QString &localName, const QString &qName,
+                      const QXmlAttributes &attributes) override
+    {
+        if (qName != "nzb"_L1)
+            return !last() || last()->startElement(namespaceURI, localName, qName, attributes);
+        auto *nzb = new Nzb(&queue, downloadFolder, QString());
+        static_cast<void>(nzb->startElement(namespaceURI, localName, qName, attributes));
+        nzb->setName(folderName(nzb->name()));
+        ++rowsOpen;
+        queue.beginAdd(nzb->name());
+        queue.append(nzb);
+        return true;
+    }
+
+    bool endElement(const QString &namespaceURI, const QString &localName,
+                    const QString &qName) override
+    {
+        if (!last())
+            return true;
+        static_cast<void>(last()->endElement(namespaceURI, localName, qName));
+        if (qName == "nzb"_L1) {
+            --rowsOpen;
+            queue.endAdd(last());
+        }
+        return true;
+    }
+
+    bool characters(const QString &text) override { return !last() || last()->characters(text); }
+
+    /// For a file that has broken off inside of a job.
+    void closeRows()
+    {
+        for (; rowsOpen > 0; --rowsOpen)
+            queue.endAdd(nullptr);
+    }
+
+private:
+    [[nodiscard]] Nzb *last() const
+    {
+        return queue.jobs().isEmpty() ? nullptr : queue.jobs().last();
+    }
+
+    Queue &queue;
+    QString downloadFolder;
+    int rowsOpen = 0;
+};
+
+} // namespace
+
+QueueFile::QueueFile(const QString &folder)
+    : queueFileName(folder + "/queue.qzb"_L1)
+    , backupFileName(queueFileName + ".old"_L1)
+{
+}
+
+QueueFile::Written QueueFile::save(const QList<Nzb *> &jobs)
+{
+    const Written written = write(jobs);
+    if (written == Written::CannotOpen)
+        restoreBackup(backupFileName, queueFileName);
+    damaged = written == Written::Full;
+    return written;
+}
+
+/// After loadBackup(), or a save for which the disk had no room, the queue file is damaged and is
+/// written over where it lies: moved to the backup's name it would take the place of the only good
+/// file before there is another.
+QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
+{
+    if (!damaged && QFile::exists(queueFileName)) {
+        QFile::remove(backupFileName);
+        if (!replaceByEmptyFile(queueFileName, backupFileName))
+            QFile::rename(queueFileName, backupFileName);
+    }
+    QuaGzipFile file(queueFileName);
+    if (!file.open(QIODevice::WriteOnly))
+        return Written::CannotOpen;
+    QXmlStreamWriter xml(&file);
+    xml.setAutoFormatting(true);
+    xml.writeStartDocument();
+    xml.writeComment("Marlowick queue file - looks a bit like a NZB but is not"_L1);
+    xml.writeStartElement("qzb"_L1);
+    for (const Nzb *nzb : jobs)
+        nzb->saveXml(xml);
+    xml.writeEndElement();
+    xml.writeEndDocument();
+    const bool flushed = file.flush(); // also what only the closing would have written
+    const bool whole = flushed && !xml.hasError();
+    file.close();
+    return whole ? Written::Whole : Written::Full;
+}
+
+XmlResult QueueFile::load(Queue &queue, const QString &downloadFolder, const QString &fileName)
+{
+    const QString path = fileName.isEmpty() ? queueFileName : fileName;
+    if (!QFile::exists(path))
+        return XmlResult::Read;
+    Reader reader(queue, downloadFolder);
+    const XmlResult result = readXml(path, reader, queueLimits);
+    reader.closeRows();
+    return result;
+}
+
+XmlResult QueueFile::loadBackup(Queue &queue, const QString &downloadFolder)
+{
+    const XmlResult result = load(queue, downloadFolder, backupFileName);
+    if (result == XmlResult::Read)
+        damaged = QFile::exists(backupFileName);
+    return result;
+}
