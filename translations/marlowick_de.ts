@@ -2,6 +2,48 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>ConnectionPool</name>
+    <message>
+        <source>Connecting to server...</source>
+        <translation>Verbindung mit dem Server wird hergestellt …</translation>
+    </message>
+    <message>
+        <source>Connected (%1)</source>
+        <translation>Verbunden (%1)</translation>
+    </message>
+    <message>
+        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
+        <translation>Der Server verlangt ein Passwort. Bitte geben Sie es im Fenster „Einstellungen“ an.</translation>
+    </message>
+    <message>
+        <source>Supplied password not accepted. Check server settings</source>
+        <translation>Das Passwort wurde nicht akzeptiert. Prüfen Sie die Servereinstellungen</translation>
+    </message>
+    <message>
+        <source>Server settings changed</source>
+        <translation>Servereinstellungen geändert</translation>
+    </message>
+    <message>
+        <source>Last error: </source>
+        <translation>Letzter Fehler: </translation>
+    </message>
+    <message>
+        <source>, retrying in </source>
+        <translation>, neuer Versuch in </translation>
+    </message>
+    <message numerus="yes">
+        <source> seconds</source>
+        <translation>
+            <numerusform> Sekunde</numerusform>
+            <numerusform> Sekunden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>. Pausing downloads</source>
+        <translation>. Downloads werden angehalten</translation>
+    </message>
+</context>
+<context>
     <name>DebugDialog</name>
     <message>
         <source>Debug log</source>
@@ -224,45 +266,6 @@
         <translation>Fehler beim Anlegen des Einstellungsordners „%1“. Einstellungen und Warteschlange können nicht gespeichert werden.</translation>
     </message>
     <message>
-        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
-        <translation>Der Server verlangt ein Passwort. Bitte geben Sie es im Fenster „Einstellungen“ an.</translation>
-    </message>
-    <message>
-        <source>Supplied password not accepted. Check server settings</source>
-        <translation>Das Passwort wurde nicht akzeptiert. Prüfen Sie die Servereinstellungen</translation>
-    </message>
-    <message>
-        <source>Server settings changed</source>
-        <translation>Servereinstellungen geändert</translation>
-    </message>
-    <message>
-        <source>Last error: </source>
-        <translation>Letzter Fehler: </translation>
-    </message>
-    <message>
-        <source>, retrying in </source>
-        <translation>, neuer Versuch in </translation>
-    </message>
-    <message numerus="yes">
-        <source> seconds</source>
-        <translation>
-            <numerusform> Sekunde</numerusform>
-            <numerusform> Sekunden</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>. Pausing downloads</source>
-        <translation>. Downloads werden angehalten</translation>
-    </message>
-    <message>
-        <source>Connecting to server...</source>
-        <translation>Verbindung mit dem Server wird hergestellt …</translation>
-    </message>
-    <message>
-        <source>Connected (%1)</source>
-        <translation>Verbunden (%1)</translation>
-    </message>
-    <message>
         <source>NZB complete: </source>
         <translation>NZB vollständig: </translation>
     </message>
@@ -321,6 +324,10 @@
     <message>
         <source>Not unpacked: not enough disk space</source>
         <translation>Nicht entpackt: nicht genug Speicherplatz</translation>
+    </message>
+    <message>
+        <source>0.99d</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

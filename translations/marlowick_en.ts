@@ -2,7 +2,7 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="en">
 <context>
-    <name>Marlowick</name>
+    <name>ConnectionPool</name>
     <message numerus="yes">
         <source> seconds</source>
         <translation>

@@ -2,6 +2,48 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="es" sourcelanguage="en">
 <context>
+    <name>ConnectionPool</name>
+    <message>
+        <source>Connecting to server...</source>
+        <translation>Conectando con el servidor...</translation>
+    </message>
+    <message>
+        <source>Connected (%1)</source>
+        <translation>Conectado (%1)</translation>
+    </message>
+    <message>
+        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
+        <translation>El servidor pide una contraseña. Indíquela en la ventana «Ajustes».</translation>
+    </message>
+    <message>
+        <source>Supplied password not accepted. Check server settings</source>
+        <translation>La contraseña no ha sido aceptada. Compruebe los ajustes del servidor</translation>
+    </message>
+    <message>
+        <source>Server settings changed</source>
+        <translation>Los ajustes del servidor han cambiado</translation>
+    </message>
+    <message>
+        <source>Last error: </source>
+        <translation>Último error: </translation>
+    </message>
+    <message>
+        <source>, retrying in </source>
+        <translation>, nuevo intento en </translation>
+    </message>
+    <message numerus="yes">
+        <source> seconds</source>
+        <translation>
+            <numerusform> segundo</numerusform>
+            <numerusform> segundos</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>. Pausing downloads</source>
+        <translation>. Se pausan las descargas</translation>
+    </message>
+</context>
+<context>
     <name>DebugDialog</name>
     <message>
         <source>Debug log</source>
@@ -224,45 +266,6 @@
         <translation>Error al crear la carpeta de ajustes «%1». No se pueden guardar los ajustes ni la cola.</translation>
     </message>
     <message>
-        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
-        <translation>El servidor pide una contraseña. Indíquela en la ventana «Ajustes».</translation>
-    </message>
-    <message>
-        <source>Supplied password not accepted. Check server settings</source>
-        <translation>La contraseña no ha sido aceptada. Compruebe los ajustes del servidor</translation>
-    </message>
-    <message>
-        <source>Server settings changed</source>
-        <translation>Los ajustes del servidor han cambiado</translation>
-    </message>
-    <message>
-        <source>Last error: </source>
-        <translation>Último error: </translation>
-    </message>
-    <message>
-        <source>, retrying in </source>
-        <translation>, nuevo intento en </translation>
-    </message>
-    <message numerus="yes">
-        <source> seconds</source>
-        <translation>
-            <numerusform> segundo</numerusform>
-            <numerusform> segundos</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>. Pausing downloads</source>
-        <translation>. Se pausan las descargas</translation>
-    </message>
-    <message>
-        <source>Connecting to server...</source>
-        <translation>Conectando con el servidor...</translation>
-    </message>
-    <message>
-        <source>Connected (%1)</source>
-        <translation>Conectado (%1)</translation>
-    </message>
-    <message>
         <source>NZB complete: </source>
         <translation>NZB completo: </translation>
     </message>
@@ -321,6 +324,10 @@
     <message>
         <source>Not unpacked: not enough disk space</source>
         <translation>Sin descomprimir: no hay suficiente espacio en disco</translation>
+    </message>
+    <message>
+        <source>0.99d</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

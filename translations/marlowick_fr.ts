@@ -2,6 +2,48 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr" sourcelanguage="en">
 <context>
+    <name>ConnectionPool</name>
+    <message>
+        <source>Connecting to server...</source>
+        <translation>Connexion au serveur…</translation>
+    </message>
+    <message>
+        <source>Connected (%1)</source>
+        <translation>Connecté (%1)</translation>
+    </message>
+    <message>
+        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
+        <translation>Le serveur demande un mot de passe. Veuillez l’indiquer dans la fenêtre «&#xa0;Paramètres&#xa0;».</translation>
+    </message>
+    <message>
+        <source>Supplied password not accepted. Check server settings</source>
+        <translation>Le mot de passe n’a pas été accepté. Vérifiez les paramètres du serveur</translation>
+    </message>
+    <message>
+        <source>Server settings changed</source>
+        <translation>Paramètres du serveur modifiés</translation>
+    </message>
+    <message>
+        <source>Last error: </source>
+        <translation>Dernière erreur&#xa0;: </translation>
+    </message>
+    <message>
+        <source>, retrying in </source>
+        <translation>, nouvel essai dans </translation>
+    </message>
+    <message numerus="yes">
+        <source> seconds</source>
+        <translation>
+            <numerusform> seconde</numerusform>
+            <numerusform> secondes</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>. Pausing downloads</source>
+        <translation>. Les téléchargements sont mis en pause</translation>
+    </message>
+</context>
+<context>
     <name>DebugDialog</name>
     <message>
         <source>Debug log</source>
@@ -224,45 +266,6 @@
         <translation>Erreur à la création du dossier des paramètres «&#xa0;%1&#xa0;». Les paramètres et la file ne peuvent pas être enregistrés.</translation>
     </message>
     <message>
-        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
-        <translation>Le serveur demande un mot de passe. Veuillez l’indiquer dans la fenêtre «&#xa0;Paramètres&#xa0;».</translation>
-    </message>
-    <message>
-        <source>Supplied password not accepted. Check server settings</source>
-        <translation>Le mot de passe n’a pas été accepté. Vérifiez les paramètres du serveur</translation>
-    </message>
-    <message>
-        <source>Server settings changed</source>
-        <translation>Paramètres du serveur modifiés</translation>
-    </message>
-    <message>
-        <source>Last error: </source>
-        <translation>Dernière erreur&#xa0;: </translation>
-    </message>
-    <message>
-        <source>, retrying in </source>
-        <translation>, nouvel essai dans </translation>
-    </message>
-    <message numerus="yes">
-        <source> seconds</source>
-        <translation>
-            <numerusform> seconde</numerusform>
-            <numerusform> secondes</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>. Pausing downloads</source>
-        <translation>. Les téléchargements sont mis en pause</translation>
-    </message>
-    <message>
-        <source>Connecting to server...</source>
-        <translation>Connexion au serveur…</translation>
-    </message>
-    <message>
-        <source>Connected (%1)</source>
-        <translation>Connecté (%1)</translation>
-    </message>
-    <message>
         <source>NZB complete: </source>
         <translation>NZB complet&#xa0;: </translation>
     </message>
@@ -321,6 +324,10 @@
     <message>
         <source>Not unpacked: not enough disk space</source>
         <translation>Non décompressé&#xa0;: espace disque insuffisant</translation>
+    </message>
+    <message>
+        <source>0.99d</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,48 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="nl" sourcelanguage="en">
 <context>
+    <name>ConnectionPool</name>
+    <message>
+        <source>Connecting to server...</source>
+        <translation>Verbinden met de server...</translation>
+    </message>
+    <message>
+        <source>Connected (%1)</source>
+        <translation>Verbonden (%1)</translation>
+    </message>
+    <message>
+        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
+        <translation>De server vraagt om een wachtwoord. Geef het op in het venster ‘Instellingen’.</translation>
+    </message>
+    <message>
+        <source>Supplied password not accepted. Check server settings</source>
+        <translation>Het wachtwoord is niet geaccepteerd. Controleer de serverinstellingen</translation>
+    </message>
+    <message>
+        <source>Server settings changed</source>
+        <translation>Serverinstellingen gewijzigd</translation>
+    </message>
+    <message>
+        <source>Last error: </source>
+        <translation>Laatste fout: </translation>
+    </message>
+    <message>
+        <source>, retrying in </source>
+        <translation>, nieuwe poging over </translation>
+    </message>
+    <message numerus="yes">
+        <source> seconds</source>
+        <translation>
+            <numerusform> seconde</numerusform>
+            <numerusform> seconden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>. Pausing downloads</source>
+        <translation>. Downloads worden gepauzeerd</translation>
+    </message>
+</context>
+<context>
     <name>DebugDialog</name>
     <message>
         <source>Debug log</source>
@@ -224,45 +266,6 @@
         <translation>Fout bij het aanmaken van de instellingenmap ‘%1’. Instellingen en wachtrij kunnen niet worden opgeslagen.</translation>
     </message>
     <message>
-        <source>Server asks for password. Please specify password in &apos;settings&apos; window.</source>
-        <translation>De server vraagt om een wachtwoord. Geef het op in het venster ‘Instellingen’.</translation>
-    </message>
-    <message>
-        <source>Supplied password not accepted. Check server settings</source>
-        <translation>Het wachtwoord is niet geaccepteerd. Controleer de serverinstellingen</translation>
-    </message>
-    <message>
-        <source>Server settings changed</source>
-        <translation>Serverinstellingen gewijzigd</translation>
-    </message>
-    <message>
-        <source>Last error: </source>
-        <translation>Laatste fout: </translation>
-    </message>
-    <message>
-        <source>, retrying in </source>
-        <translation>, nieuwe poging over </translation>
-    </message>
-    <message numerus="yes">
-        <source> seconds</source>
-        <translation>
-            <numerusform> seconde</numerusform>
-            <numerusform> seconden</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>. Pausing downloads</source>
-        <translation>. Downloads worden gepauzeerd</translation>
-    </message>
-    <message>
-        <source>Connecting to server...</source>
-        <translation>Verbinden met de server...</translation>
-    </message>
-    <message>
-        <source>Connected (%1)</source>
-        <translation>Verbonden (%1)</translation>
-    </message>
-    <message>
         <source>NZB complete: </source>
         <translation>NZB voltooid: </translation>
     </message>
@@ -321,6 +324,10 @@
     <message>
         <source>Not unpacked: not enough disk space</source>
         <translation>Niet uitgepakt: onvoldoende schijfruimte</translation>
+    </message>
+    <message>
+        <source>0.99d</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "engine/connectionpool.h"
 #include "engine/queuefile.h"
 #include "engine/speedmeter.h"
 #include "post/filecombiner.h"
@@ -15,7 +16,6 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
-#include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
 
@@ -34,17 +34,19 @@ bool makePrivateFolder(const QString &folder)
 
 Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     : QObject(parent)
+    , settings_(Settings::open(this))
     , queue_(new Queue(this))
+    , pool(new ConnectionPool(*queue_, *settings_, this))
     , meter(new SpeedMeter(*queue_, this))
 {
     relayQueue();
+    relayPool();
     openSettings();
     qDebug().nospace() << "Loading settings from: " << settings_->fileName();
     qDebug().nospace() << "Queue filename: " << queueFile->name();
 
-    connect(meter, &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
-    checkSockets();
-    connect(&socketTimer, &QTimer::timeout, this, &Marlowick::checkSockets);
+    pool->checkSockets();
+    connect(&socketTimer, &QTimer::timeout, pool, &ConnectionPool::checkSockets);
     socketTimer.start(tick);
     connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
     resumeTimer.setSingleShot(true);
@@ -56,7 +58,7 @@ Marlowick::~Marlowick()
     for (const JobWork &job : std::as_const(work))
         delete job.rarHandler;
     qDeleteAll(findChildren<FileCombiner *>()); // those of deleted jobs, too
-    qDeleteAll(connections);
+    delete pool;
 }
 
 void Marlowick::relayQueue()
@@ -76,6 +78,24 @@ void Marlowick::relayQueue()
     connect(queue_, &Queue::nzbFileRemoved, this, &Marlowick::processLater);
 }
 
+void Marlowick::relayPool()
+{
+    connect(pool, &ConnectionPool::error, this, &Marlowick::error);
+    connect(pool, &ConnectionPool::notice, this, &Marlowick::notice);
+    connect(pool, &ConnectionPool::downloadProgresses, this, &Marlowick::downloadProgresses);
+    connect(pool, &ConnectionPool::fileDecoded, this, &Marlowick::finishFile);
+    connect(pool, &ConnectionPool::bytesReceived, meter, &SpeedMeter::update);
+    connect(meter, &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
+}
+
+int Marlowick::connectionCount() const { return pool->connectionCount(); }
+
+void Marlowick::startToDownloadQueue() { pool->startToDownloadQueue(); }
+
+void Marlowick::closeAllConnections() { pool->closeAllConnections(); }
+
+void Marlowick::setErrorBoxShown(bool shown) { pool->setErrorBoxShown(shown); }
+
 const QList<Nzb *> *Marlowick::queue() const { return &queue_->jobs(); }
 
 bool Marlowick::hasWork() const { return queue_->hasWork(); }
@@ -91,7 +111,6 @@ bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
 
 void Marlowick::openSettings()
 {
-    settings_ = Settings::open(this);
     const QString folder = settings_->folder();
     if (!QDir(folder).exists() && !makePrivateFolder(folder)) {
         // Nobody listens yet: the window connects once the engine is there.

@@ -15,8 +15,8 @@
 #include "engine/jobwork.h"
 #include "engine/settings.h"
 
+class ConnectionPool;
 class INzbItem;
-class NNTP;
 class Nzb;
 class NzbFile;
 class Queue;
@@ -44,7 +44,7 @@ public:
     [[nodiscard]] QString downloadFolder() const;
     [[nodiscard]] QString mediaPlayer() const;
     [[nodiscard]] QString version() const;
-    [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
+    [[nodiscard]] int connectionCount() const;
     /// The jobs in the order of download and display.
     [[nodiscard]] const QList<Nzb *> *queue() const;
     /// The same with its announcements, for the model. Jobs come and go through addNZB() and
@@ -75,7 +75,7 @@ public:
     void closeAllConnections();
     /// Tells the engine whether an error box stands on the screen. While one asks for a password no
     /// connection is added to the pool; those in it retry as ever.
-    void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
+    void setErrorBoxShown(bool shown);
 
     /// The answer to passwordNeeded(): empty when the user declines.
     void setRarPassword(Nzb *nzb, const QString &password);
@@ -131,12 +131,6 @@ public slots:
     void saveQueue();
 
 protected slots:
-    void dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes, bool ok,
-                     bool yenc);
-    void nntpLoggedIn();
-    void nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr);
-    void articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr);
-    void checkSockets();
     void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
     void rarProcessingComplete(Nzb *nzb);
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
@@ -150,16 +144,11 @@ protected slots:
 
 private:
     void relayQueue();
+    void relayPool();
     void openSettings();
     void readQueue(XmlResult result, qsizetype before);
 
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
-
-    [[nodiscard]] NNTP *senderConnection() const;
-    [[nodiscard]] NNTP *makeConnection();
-    void assignArticle(NNTP *connection);
-    void dismiss(NNTP *connection);
-    void drop(NNTP *connection);
 
     void finishFile(NzbFile *nzbfile, const QString &filename);
     void joinParts(NzbFile *nzbfile);
@@ -203,21 +192,15 @@ private:
     void processLater(Nzb *nzb);
     void endProcessing(Nzb *nzb);
 
-    void decoderFailed(bool passing, const QString &msg);
-    [[nodiscard]] quint64 checkTimeouts();
-
+    Settings *settings_;
     Queue *queue_;
+    ConnectionPool *pool;
     SpeedMeter *meter;
-    QList<NNTP *> connections;
     QMap<const Nzb *, JobWork> work; ///< of the jobs that have had any
     QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
     QPointer<Nzb> resumed; ///< the one that is at work
     QTimer resumeTimer;
-    Settings *settings_ = nullptr;
     std::unique_ptr<QueueFile> queueFile;
     QTimer socketTimer;
     QTimer saveTimer;
-    bool errorShown = false;
-    bool errorBoxShown = false;
-    bool passwordAsked = false; ///< the server has, since a connection was last opened
 };

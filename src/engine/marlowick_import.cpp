@@ -25,7 +25,7 @@ Nzb *Marlowick::addNZB(const QString &nzbFile)
     }
     queue_->append(nzb);
     queue_->endAdd(nzb);
-    if (connections.isEmpty())
+    if (connectionCount() == 0)
         startToDownloadQueue();
     return nzb;
 }

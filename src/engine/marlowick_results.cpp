@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// What follows when an article has come in, up to the whole file.
+// What follows when the last article of a file has come in.
 #include <QDebug>
 #include <QElapsedTimer>
 
@@ -12,40 +12,8 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
-#include "transfer/nntp.h"
 
 using namespace Qt::StringLiterals;
-
-void Marlowick::dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes,
-                            bool ok, bool yenc)
-{
-    NNTP *connection = senderConnection();
-    if (!connection || !nzbfile)
-        return assignArticle(connection);
-    passwordAsked = passwordAsked && errorBoxShown; // the server does no longer
-    nzbfile->segmentDecoded(seqnr, filename, bytes, ok, yenc);
-    if (queue_->contains(nzbfile)) {
-        emit downloadProgresses(nzbfile);
-        if (nzbfile->isFinished())
-            finishFile(nzbfile, filename);
-    } else {
-        queue_->release(nzbfile); // nobody who listens knows it any more
-    }
-    assignArticle(senderConnection());
-}
-
-void Marlowick::articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr)
-{
-    qDebug().nospace() << "Article <" << msgid << "> not found on server";
-    NNTP *connection = senderConnection();
-    if (nzbfile && connection) {
-        nzbfile->segmentNotFound(seqnr);
-        queue_->release(nzbfile);
-    }
-    // No look at completion here: a file whose last article is missing reads as finished, but is
-    // neither joined nor announced.
-    assignArticle(connection);
-}
 
 void Marlowick::finishFile(NzbFile *nzbfile, const QString &filename)
 {

@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QObject>
+
+class NNTP;
+class NzbFile;
+class Queue;
+class Settings;
+
+/// The connections to the news server: how many there are, which article each fetches next, what
+/// becomes of that article, and what follows when a connection fails.
+///
+/// Nothing is scheduled ahead. A connection that is free asks for work, and the queue is walked
+/// from the top; without work it logs out and leaves the pool. The pool grows by one connection
+/// after each login. Lives on the GUI thread, like the connections, which it owns.
+class ConnectionPool final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ConnectionPool)
+
+public:
+    /// @param queue,settings  must outlive the pool
+    ConnectionPool(Queue &queue, const Settings &settings, QObject *parent = nullptr);
+    ~ConnectionPool() override;
+
+    [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
+    /// Ends every connection; their articles go back to the queue.
+    void closeAllConnections();
+    /// Whether a box stands on the screen. While one asks for a password no connection is added;
+    /// those in the pool retry as ever.
+    void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
+
+public slots:
+    /// Opens one more connection, if the limit and the queue allow it.
+    void startToDownloadQueue();
+    /// Ends the connections that have been silent for too long, and counts the bytes of all.
+    void checkSockets();
+
+signals:
+    void error(int code, QString msg);
+    void notice(int code, QString msg);
+    /// An article of the file is under way, or has come.
+    void downloadProgresses(NzbFile *file);
+    /// The last article of the file has been decoded. @p filename is the decoder's name for it.
+    void fileDecoded(NzbFile *file, QString filename);
+    /// By the connections now in the pool, so far.
+    void bytesReceived(quint64 total);
+
+protected slots:
+    void dataDecoded(NzbFile *nzbfile, int seqnr, const QString &filename, quint64 bytes, bool ok,
+                     bool yenc);
+    void nntpLoggedIn();
+    void nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr);
+    void articleNotFound(const QString &msgid, NzbFile *nzbfile, int seqnr);
+
+private:
+    [[nodiscard]] NNTP *makeConnection();
+    [[nodiscard]] NNTP *senderConnection() const;
+    void assignArticle(NNTP *connection);
+    void dismiss(NNTP *connection);
+    void drop(NNTP *connection);
+    void decoderFailed(bool passing, const QString &msg);
+    void retry(NNTP *connection, const QString &msg);
+
+    Queue &queue;
+    const Settings &settings;
+    QList<NNTP *> connections;
+    bool errorShown = false; ///< one that ends connections, since one was last opened
+    bool errorBoxShown = false;
+    bool passwordAsked = false; ///< by the server, since a connection was last opened
+};
