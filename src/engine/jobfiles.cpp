@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "engine/jobfiles.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QSet>
 
+#include "engine/uuparts.h"
+#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -32,6 +35,37 @@ void removeBeside(const QString &folder, const QString &name, const QSet<QString
     }
 }
 
+void removeInside(const QString &folder, const QString &path)
+{
+    if (QFile::exists(path) && isInsideFolder(folder, path))
+        QFile::remove(path);
+}
+
+void removeFilesOf(const NzbFile *file)
+{
+    const QString folder = qobject_cast<Nzb *>(file->parent())->folder();
+    if (!isDeletableName(file->name()))
+        return;
+    const QString path = folder + u'/' + file->name();
+    removeInside(folder, path);
+    if (file->isFinished() || file->completedBytes() == 0 || file->isYenc())
+        return;
+    const QStringList parts = uuParts(path, file->partCount());
+    for (const QString &part : parts)
+        removeInside(folder, part);
+}
+
+/// Folders that hold anything else stay.
+void removeEmptyFolders(const QString &root)
+{
+    QStringList folders(root);
+    QDirIterator below(root, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (below.hasNext())
+        folders << below.next();
+    for (auto folder = folders.crbegin(); folder != folders.crend(); ++folder)
+        QDir().rmdir(*folder);
+}
+
 } // namespace
 
 QString pathOf(const NzbFile *file)
@@ -49,4 +83,23 @@ void removeLeftovers(Nzb *nzb)
     const QSet<QString> names = namesOf(nzb);
     for (const QString &name : names)
         removeBeside(nzb->folder(), name, names);
+}
+
+void removeFiles(const NzbFile *file)
+{
+    removeFilesOf(file);
+    removeLeftovers(qobject_cast<Nzb *>(file->parent()), file->name());
+}
+
+void removeFiles(Nzb *nzb)
+{
+    if (!isInsideFolder(nzb->downloadFolder(), nzb->folder()))
+        return;
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        removeFilesOf(nzb->fileAt(i));
+    const QString folder = nzb->folder();
+    for (auto it = nzb->extractedFiles().cbegin(); it != nzb->extractedFiles().cend(); ++it)
+        removeInside(folder, folder + u'/' + it.key());
+    removeLeftovers(nzb);
+    removeEmptyFolders(folder);
 }

@@ -3,79 +3,24 @@
 
 // Taking items out of the queue, and their files off the disk.
 #include <QCoreApplication>
-#include <QDirIterator>
 #include <QFileInfo>
 
 #include "engine/jobfiles.h"
 #include "engine/marlowick.h"
-#include "engine/uuparts.h"
 #include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
-#include "queue/filenames.h"
-#include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
-
-using namespace Qt::StringLiterals;
-
-namespace {
-
-void removeInside(const QString &folder, const QString &path)
-{
-    if (QFile::exists(path) && isInsideFolder(folder, path))
-        QFile::remove(path);
-}
-
-void removeFilesOf(const NzbFile *file)
-{
-    const QString folder = qobject_cast<Nzb *>(file->parent())->folder();
-    if (!isDeletableName(file->name()))
-        return;
-    const QString path = folder + u'/' + file->name();
-    removeInside(folder, path);
-    if (file->isFinished() || file->completedBytes() == 0 || file->isYenc())
-        return;
-    const QStringList parts = uuParts(path, file->partCount());
-    for (const QString &part : parts)
-        removeInside(folder, part);
-}
-
-/// Folders that hold anything else stay.
-void removeEmptyFolders(const QString &root)
-{
-    QStringList folders(root);
-    QDirIterator below(root, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (below.hasNext())
-        folders << below.next();
-    for (auto folder = folders.crbegin(); folder != folders.crend(); ++folder)
-        QDir().rmdir(*folder);
-}
-
-void removeFilesOf(Nzb *nzb)
-{
-    if (!isInsideFolder(nzb->downloadFolder(), nzb->folder()))
-        return;
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        removeFilesOf(nzb->fileAt(i));
-    const QString folder = nzb->folder();
-    for (auto it = nzb->extractedFiles().cbegin(); it != nzb->extractedFiles().cend(); ++it)
-        removeInside(folder, folder + u'/' + it.key());
-    removeLeftovers(nzb);
-    removeEmptyFolders(folder);
-}
-
-} // namespace
 
 void Marlowick::deleteFiles(INzbItem *item)
 {
     if (auto *nzb = qobject_cast<Nzb *>(item)) {
         endProcessing(nzb);
-        removeFilesOf(nzb);
+        removeFiles(nzb);
     } else if (const auto *file = qobject_cast<NzbFile *>(item)) {
-        removeFilesOf(file);
-        removeLeftovers(qobject_cast<Nzb *>(file->parent()), file->name());
+        removeFiles(file);
     }
 }
 
