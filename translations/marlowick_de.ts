@@ -101,6 +101,49 @@
     </message>
 </context>
 <context>
+    <name>JobWork</name>
+    <message>
+        <source>Damaged beyond repair</source>
+        <translation>Nicht reparierbar</translation>
+    </message>
+    <message>
+        <source>NZB complete: </source>
+        <translation>NZB vollständig: </translation>
+    </message>
+    <message>
+        <source>Repairing</source>
+        <translation>Wird repariert</translation>
+    </message>
+    <message>
+        <source>Damaged: par2 program not found</source>
+        <translation>Beschädigt: Programm par2 nicht gefunden</translation>
+    </message>
+    <message>
+        <source>Damaged: repair failed</source>
+        <translation>Beschädigt: Reparatur fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Nicht entpackt: nicht genug Speicherplatz</translation>
+    </message>
+    <message>
+        <source>Download complete, starting unrar</source>
+        <translation>Download abgeschlossen, wird entpackt</translation>
+    </message>
+    <message>
+        <source>Download complete, combining files</source>
+        <translation>Download abgeschlossen, Dateien werden zusammengefügt</translation>
+    </message>
+    <message>
+        <source>Error extracting RAR: %1</source>
+        <translation>Fehler beim Entpacken von RAR: %1</translation>
+    </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Nicht entpackt: kein Passwort</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Download queue</source>
@@ -266,42 +309,6 @@
         <translation>Fehler beim Anlegen des Einstellungsordners „%1“. Einstellungen und Warteschlange können nicht gespeichert werden.</translation>
     </message>
     <message>
-        <source>NZB complete: </source>
-        <translation>NZB vollständig: </translation>
-    </message>
-    <message>
-        <source>Download complete, starting unrar</source>
-        <translation>Download abgeschlossen, wird entpackt</translation>
-    </message>
-    <message>
-        <source>Download complete, combining files</source>
-        <translation>Download abgeschlossen, Dateien werden zusammengefügt</translation>
-    </message>
-    <message>
-        <source>Repairing</source>
-        <translation>Wird repariert</translation>
-    </message>
-    <message>
-        <source>Damaged: par2 program not found</source>
-        <translation>Beschädigt: Programm par2 nicht gefunden</translation>
-    </message>
-    <message>
-        <source>Damaged beyond repair</source>
-        <translation>Nicht reparierbar</translation>
-    </message>
-    <message>
-        <source>Damaged: repair failed</source>
-        <translation>Beschädigt: Reparatur fehlgeschlagen</translation>
-    </message>
-    <message>
-        <source>Error extracting RAR: %1</source>
-        <translation>Fehler beim Entpacken von RAR: %1</translation>
-    </message>
-    <message>
-        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
-        <translation>Entpacken von RAR unterbrochen. Zu wenig Speicherplatz für eine Datei von %1 MB</translation>
-    </message>
-    <message>
         <source>Error saving queue file</source>
         <translation>Fehler beim Speichern der Warteschlange</translation>
     </message>
@@ -312,22 +319,6 @@
     <message>
         <source>Error parsing queue file</source>
         <translation>Die Datei der Warteschlange ist fehlerhaft</translation>
-    </message>
-    <message>
-        <source>File download complete: </source>
-        <translation>Datei vollständig heruntergeladen: </translation>
-    </message>
-    <message>
-        <source>Not unpacked: no password</source>
-        <translation>Nicht entpackt: kein Passwort</translation>
-    </message>
-    <message>
-        <source>Not unpacked: not enough disk space</source>
-        <translation>Nicht entpackt: nicht genug Speicherplatz</translation>
-    </message>
-    <message>
-        <source>0.99d</source>
-        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -443,6 +434,17 @@
     <message>
         <source>Cannot find par2 executable</source>
         <translation>Das Programm par2 wurde nicht gefunden</translation>
+    </message>
+</context>
+<context>
+    <name>PostProcessor</name>
+    <message>
+        <source>File download complete: </source>
+        <translation>Datei vollständig heruntergeladen: </translation>
+    </message>
+    <message>
+        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
+        <translation>Entpacken von RAR unterbrochen. Zu wenig Speicherplatz für eine Datei von %1 MB</translation>
     </message>
 </context>
 <context>

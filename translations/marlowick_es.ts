@@ -101,6 +101,49 @@
     </message>
 </context>
 <context>
+    <name>JobWork</name>
+    <message>
+        <source>Damaged beyond repair</source>
+        <translation>Daño irreparable</translation>
+    </message>
+    <message>
+        <source>NZB complete: </source>
+        <translation>NZB completo: </translation>
+    </message>
+    <message>
+        <source>Repairing</source>
+        <translation>Reparando</translation>
+    </message>
+    <message>
+        <source>Damaged: par2 program not found</source>
+        <translation>Dañado: no se encuentra el programa par2</translation>
+    </message>
+    <message>
+        <source>Damaged: repair failed</source>
+        <translation>Dañado: la reparación falló</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Sin descomprimir: no hay suficiente espacio en disco</translation>
+    </message>
+    <message>
+        <source>Download complete, starting unrar</source>
+        <translation>Descarga completa, se inicia la extracción</translation>
+    </message>
+    <message>
+        <source>Download complete, combining files</source>
+        <translation>Descarga completa, se unen los archivos</translation>
+    </message>
+    <message>
+        <source>Error extracting RAR: %1</source>
+        <translation>Error al extraer el RAR: %1</translation>
+    </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Sin descomprimir: falta la contraseña</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Download queue</source>
@@ -266,42 +309,6 @@
         <translation>Error al crear la carpeta de ajustes «%1». No se pueden guardar los ajustes ni la cola.</translation>
     </message>
     <message>
-        <source>NZB complete: </source>
-        <translation>NZB completo: </translation>
-    </message>
-    <message>
-        <source>Download complete, starting unrar</source>
-        <translation>Descarga completa, se inicia la extracción</translation>
-    </message>
-    <message>
-        <source>Download complete, combining files</source>
-        <translation>Descarga completa, se unen los archivos</translation>
-    </message>
-    <message>
-        <source>Repairing</source>
-        <translation>Reparando</translation>
-    </message>
-    <message>
-        <source>Damaged: par2 program not found</source>
-        <translation>Dañado: no se encuentra el programa par2</translation>
-    </message>
-    <message>
-        <source>Damaged beyond repair</source>
-        <translation>Daño irreparable</translation>
-    </message>
-    <message>
-        <source>Damaged: repair failed</source>
-        <translation>Dañado: la reparación falló</translation>
-    </message>
-    <message>
-        <source>Error extracting RAR: %1</source>
-        <translation>Error al extraer el RAR: %1</translation>
-    </message>
-    <message>
-        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
-        <translation>Extracción de RAR suspendida. No hay espacio en disco para un archivo de %1 MB</translation>
-    </message>
-    <message>
         <source>Error saving queue file</source>
         <translation>Error al guardar el archivo de la cola</translation>
     </message>
@@ -312,22 +319,6 @@
     <message>
         <source>Error parsing queue file</source>
         <translation>El archivo de la cola no es válido</translation>
-    </message>
-    <message>
-        <source>File download complete: </source>
-        <translation>Descarga del archivo completa: </translation>
-    </message>
-    <message>
-        <source>Not unpacked: no password</source>
-        <translation>Sin descomprimir: falta la contraseña</translation>
-    </message>
-    <message>
-        <source>Not unpacked: not enough disk space</source>
-        <translation>Sin descomprimir: no hay suficiente espacio en disco</translation>
-    </message>
-    <message>
-        <source>0.99d</source>
-        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -443,6 +434,17 @@
     <message>
         <source>Cannot find par2 executable</source>
         <translation>No se encuentra el programa par2</translation>
+    </message>
+</context>
+<context>
+    <name>PostProcessor</name>
+    <message>
+        <source>File download complete: </source>
+        <translation>Descarga del archivo completa: </translation>
+    </message>
+    <message>
+        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
+        <translation>Extracción de RAR suspendida. No hay espacio en disco para un archivo de %1 MB</translation>
     </message>
 </context>
 <context>

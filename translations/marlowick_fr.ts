@@ -101,6 +101,49 @@
     </message>
 </context>
 <context>
+    <name>JobWork</name>
+    <message>
+        <source>Damaged beyond repair</source>
+        <translation>Irréparable</translation>
+    </message>
+    <message>
+        <source>NZB complete: </source>
+        <translation>NZB complet&#xa0;: </translation>
+    </message>
+    <message>
+        <source>Repairing</source>
+        <translation>Réparation en cours</translation>
+    </message>
+    <message>
+        <source>Damaged: par2 program not found</source>
+        <translation>Endommagé&#xa0;: programme par2 introuvable</translation>
+    </message>
+    <message>
+        <source>Damaged: repair failed</source>
+        <translation>Endommagé&#xa0;: échec de la réparation</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Non décompressé&#xa0;: espace disque insuffisant</translation>
+    </message>
+    <message>
+        <source>Download complete, starting unrar</source>
+        <translation>Téléchargement terminé, début de l’extraction</translation>
+    </message>
+    <message>
+        <source>Download complete, combining files</source>
+        <translation>Téléchargement terminé, assemblage des fichiers</translation>
+    </message>
+    <message>
+        <source>Error extracting RAR: %1</source>
+        <translation>Erreur à l’extraction du RAR&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Non décompressé&#xa0;: pas de mot de passe</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Download queue</source>
@@ -266,42 +309,6 @@
         <translation>Erreur à la création du dossier des paramètres «&#xa0;%1&#xa0;». Les paramètres et la file ne peuvent pas être enregistrés.</translation>
     </message>
     <message>
-        <source>NZB complete: </source>
-        <translation>NZB complet&#xa0;: </translation>
-    </message>
-    <message>
-        <source>Download complete, starting unrar</source>
-        <translation>Téléchargement terminé, début de l’extraction</translation>
-    </message>
-    <message>
-        <source>Download complete, combining files</source>
-        <translation>Téléchargement terminé, assemblage des fichiers</translation>
-    </message>
-    <message>
-        <source>Repairing</source>
-        <translation>Réparation en cours</translation>
-    </message>
-    <message>
-        <source>Damaged: par2 program not found</source>
-        <translation>Endommagé&#xa0;: programme par2 introuvable</translation>
-    </message>
-    <message>
-        <source>Damaged beyond repair</source>
-        <translation>Irréparable</translation>
-    </message>
-    <message>
-        <source>Damaged: repair failed</source>
-        <translation>Endommagé&#xa0;: échec de la réparation</translation>
-    </message>
-    <message>
-        <source>Error extracting RAR: %1</source>
-        <translation>Erreur à l’extraction du RAR&#xa0;: %1</translation>
-    </message>
-    <message>
-        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
-        <translation>Extraction RAR suspendue. Espace disque insuffisant pour un fichier de %1 Mo</translation>
-    </message>
-    <message>
         <source>Error saving queue file</source>
         <translation>Erreur à l’enregistrement de la file</translation>
     </message>
@@ -312,22 +319,6 @@
     <message>
         <source>Error parsing queue file</source>
         <translation>Le fichier de la file est invalide</translation>
-    </message>
-    <message>
-        <source>File download complete: </source>
-        <translation>Fichier téléchargé&#xa0;: </translation>
-    </message>
-    <message>
-        <source>Not unpacked: no password</source>
-        <translation>Non décompressé&#xa0;: pas de mot de passe</translation>
-    </message>
-    <message>
-        <source>Not unpacked: not enough disk space</source>
-        <translation>Non décompressé&#xa0;: espace disque insuffisant</translation>
-    </message>
-    <message>
-        <source>0.99d</source>
-        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -443,6 +434,17 @@
     <message>
         <source>Cannot find par2 executable</source>
         <translation>Le programme par2 est introuvable</translation>
+    </message>
+</context>
+<context>
+    <name>PostProcessor</name>
+    <message>
+        <source>File download complete: </source>
+        <translation>Fichier téléchargé&#xa0;: </translation>
+    </message>
+    <message>
+        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
+        <translation>Extraction RAR suspendue. Espace disque insuffisant pour un fichier de %1 Mo</translation>
     </message>
 </context>
 <context>

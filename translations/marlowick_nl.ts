@@ -101,6 +101,49 @@
     </message>
 </context>
 <context>
+    <name>JobWork</name>
+    <message>
+        <source>Damaged beyond repair</source>
+        <translation>Niet te repareren</translation>
+    </message>
+    <message>
+        <source>NZB complete: </source>
+        <translation>NZB voltooid: </translation>
+    </message>
+    <message>
+        <source>Repairing</source>
+        <translation>Wordt gerepareerd</translation>
+    </message>
+    <message>
+        <source>Damaged: par2 program not found</source>
+        <translation>Beschadigd: programma par2 niet gevonden</translation>
+    </message>
+    <message>
+        <source>Damaged: repair failed</source>
+        <translation>Beschadigd: reparatie mislukt</translation>
+    </message>
+    <message>
+        <source>Not unpacked: not enough disk space</source>
+        <translation>Niet uitgepakt: onvoldoende schijfruimte</translation>
+    </message>
+    <message>
+        <source>Download complete, starting unrar</source>
+        <translation>Download voltooid, wordt uitgepakt</translation>
+    </message>
+    <message>
+        <source>Download complete, combining files</source>
+        <translation>Download voltooid, bestanden worden samengevoegd</translation>
+    </message>
+    <message>
+        <source>Error extracting RAR: %1</source>
+        <translation>Fout bij het uitpakken van RAR: %1</translation>
+    </message>
+    <message>
+        <source>Not unpacked: no password</source>
+        <translation>Niet uitgepakt: geen wachtwoord</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Download queue</source>
@@ -266,42 +309,6 @@
         <translation>Fout bij het aanmaken van de instellingenmap ‘%1’. Instellingen en wachtrij kunnen niet worden opgeslagen.</translation>
     </message>
     <message>
-        <source>NZB complete: </source>
-        <translation>NZB voltooid: </translation>
-    </message>
-    <message>
-        <source>Download complete, starting unrar</source>
-        <translation>Download voltooid, wordt uitgepakt</translation>
-    </message>
-    <message>
-        <source>Download complete, combining files</source>
-        <translation>Download voltooid, bestanden worden samengevoegd</translation>
-    </message>
-    <message>
-        <source>Repairing</source>
-        <translation>Wordt gerepareerd</translation>
-    </message>
-    <message>
-        <source>Damaged: par2 program not found</source>
-        <translation>Beschadigd: programma par2 niet gevonden</translation>
-    </message>
-    <message>
-        <source>Damaged beyond repair</source>
-        <translation>Niet te repareren</translation>
-    </message>
-    <message>
-        <source>Damaged: repair failed</source>
-        <translation>Beschadigd: reparatie mislukt</translation>
-    </message>
-    <message>
-        <source>Error extracting RAR: %1</source>
-        <translation>Fout bij het uitpakken van RAR: %1</translation>
-    </message>
-    <message>
-        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
-        <translation>Uitpakken van RAR onderbroken. Te weinig schijfruimte voor een bestand van %1 MB</translation>
-    </message>
-    <message>
         <source>Error saving queue file</source>
         <translation>Fout bij het opslaan van de wachtrij</translation>
     </message>
@@ -312,22 +319,6 @@
     <message>
         <source>Error parsing queue file</source>
         <translation>Het bestand van de wachtrij is ongeldig</translation>
-    </message>
-    <message>
-        <source>File download complete: </source>
-        <translation>Bestand gedownload: </translation>
-    </message>
-    <message>
-        <source>Not unpacked: no password</source>
-        <translation>Niet uitgepakt: geen wachtwoord</translation>
-    </message>
-    <message>
-        <source>Not unpacked: not enough disk space</source>
-        <translation>Niet uitgepakt: onvoldoende schijfruimte</translation>
-    </message>
-    <message>
-        <source>0.99d</source>
-        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -443,6 +434,17 @@
     <message>
         <source>Cannot find par2 executable</source>
         <translation>Het programma par2 is niet gevonden</translation>
+    </message>
+</context>
+<context>
+    <name>PostProcessor</name>
+    <message>
+        <source>File download complete: </source>
+        <translation>Bestand gedownload: </translation>
+    </message>
+    <message>
+        <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
+        <translation>Uitpakken van RAR onderbroken. Te weinig schijfruimte voor een bestand van %1 MB</translation>
     </message>
 </context>
 <context>

@@ -6,13 +6,13 @@
 #include <QDir>
 
 #include <stdexcept>
-#include <utility>
 
 #include "engine/connectionpool.h"
+#include "engine/jobfiles.h"
+#include "engine/jobfolder.h"
+#include "engine/postprocessor.h"
 #include "engine/queuefile.h"
 #include "engine/speedmeter.h"
-#include "post/filecombiner.h"
-#include "post/rarhandler.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
@@ -35,81 +35,68 @@ bool makePrivateFolder(const QString &folder)
 Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     : QObject(parent)
     , settings_(Settings::open(this))
-    , queue_(new Queue(this))
-    , pool(new ConnectionPool(*queue_, *settings_, this))
-    , meter(new SpeedMeter(*queue_, this))
+    , queue_(std::make_unique<Queue>(this))
+    , pool(std::make_unique<ConnectionPool>(*queue_, *settings_, this))
+    , post(std::make_unique<PostProcessor>(*queue_, *settings_, this))
+    , meter(std::make_unique<SpeedMeter>(*queue_, this))
 {
-    relayQueue();
-    relayPool();
-    openSettings();
+    connectQueue();
+    connectPool();
+    connectPostProcessor();
+    openQueueFile();
     qDebug().nospace() << "Loading settings from: " << settings_->fileName();
     qDebug().nospace() << "Queue filename: " << queueFile->name();
 
     pool->checkSockets();
-    connect(&socketTimer, &QTimer::timeout, pool, &ConnectionPool::checkSockets);
+    connect(&socketTimer, &QTimer::timeout, pool.get(), &ConnectionPool::checkSockets);
     socketTimer.start(tick);
     connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
-    resumeTimer.setSingleShot(true);
-    connect(&resumeTimer, &QTimer::timeout, this, &Marlowick::resumeNext);
 }
 
-Marlowick::~Marlowick()
+Marlowick::~Marlowick() = default;
+
+void Marlowick::connectQueue()
 {
-    for (const JobWork &job : std::as_const(work))
-        delete job.rarHandler;
-    qDeleteAll(findChildren<FileCombiner *>()); // those of deleted jobs, too
-    delete pool;
+    const Queue *queue = queue_.get();
+    connect(queue, &Queue::beforeAddNZB, this, &Marlowick::beforeAddNZB);
+    connect(queue, &Queue::NZBadded, this, &Marlowick::NZBadded);
+    connect(queue, &Queue::beforeNzbDelete, this, &Marlowick::beforeNzbDelete);
+    connect(queue, &Queue::beforeNzbFileDelete, this, &Marlowick::beforeNzbFileDelete);
+    connect(queue, &Queue::NzbItemDeleted, this, &Marlowick::NzbItemDeleted);
+    connect(queue, &Queue::beforeQueueReset, this, &Marlowick::beforeQueueReset);
+    connect(queue, &Queue::queueReset, this, &Marlowick::queueReset);
+    // The other way round, for the rows; ahead of all who connect later, and may delete a job.
+    connect(this, &Marlowick::downloadProgresses, queue, &Queue::downloadProgresses);
+    connect(this, &Marlowick::nzbComplete, queue, &Queue::statusChanged);
+    connect(this, &Marlowick::statusChanged, queue, &Queue::statusChanged);
 }
 
-void Marlowick::relayQueue()
+void Marlowick::connectPool()
 {
-    connect(queue_, &Queue::beforeAddNZB, this, &Marlowick::beforeAddNZB);
-    connect(queue_, &Queue::NZBadded, this, &Marlowick::NZBadded);
-    connect(queue_, &Queue::beforeNzbDelete, this, &Marlowick::beforeNzbDelete);
-    connect(queue_, &Queue::beforeNzbFileDelete, this, &Marlowick::beforeNzbFileDelete);
-    connect(queue_, &Queue::NzbItemDeleted, this, &Marlowick::NzbItemDeleted);
-    connect(queue_, &Queue::beforeQueueReset, this, &Marlowick::beforeQueueReset);
-    connect(queue_, &Queue::queueReset, this, &Marlowick::queueReset);
-    // The other way round: these the rows hear, too.
-    connect(this, &Marlowick::downloadProgresses, queue_, &Queue::downloadProgresses);
-    connect(this, &Marlowick::nzbComplete, queue_, &Queue::statusChanged);
-    connect(this, &Marlowick::statusChanged, queue_, &Queue::statusChanged);
-    connect(queue_, &Queue::nzbRemoved, this, &Marlowick::forget);
-    connect(queue_, &Queue::nzbFileRemoved, this, &Marlowick::processLater);
+    const ConnectionPool *from = pool.get();
+    connect(from, &ConnectionPool::error, this, &Marlowick::error);
+    connect(from, &ConnectionPool::notice, this, &Marlowick::notice);
+    connect(from, &ConnectionPool::downloadProgresses, this, &Marlowick::downloadProgresses);
+    connect(from, &ConnectionPool::fileDecoded, post.get(), &PostProcessor::finishFile);
+    connect(from, &ConnectionPool::bytesReceived, meter.get(), &SpeedMeter::update);
+    connect(meter.get(), &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
 }
 
-void Marlowick::relayPool()
+void Marlowick::connectPostProcessor()
 {
-    connect(pool, &ConnectionPool::error, this, &Marlowick::error);
-    connect(pool, &ConnectionPool::notice, this, &Marlowick::notice);
-    connect(pool, &ConnectionPool::downloadProgresses, this, &Marlowick::downloadProgresses);
-    connect(pool, &ConnectionPool::fileDecoded, this, &Marlowick::finishFile);
-    connect(pool, &ConnectionPool::bytesReceived, meter, &SpeedMeter::update);
-    connect(meter, &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
+    const PostProcessor *from = post.get();
+    connect(from, &PostProcessor::error, this, &Marlowick::error);
+    connect(from, &PostProcessor::notice, this, &Marlowick::notice);
+    connect(from, &PostProcessor::downloadProgresses, this, &Marlowick::downloadProgresses);
+    connect(from, &PostProcessor::fileComplete, this, &Marlowick::fileComplete);
+    connect(from, &PostProcessor::nzbComplete, this, &Marlowick::nzbComplete);
+    connect(from, &PostProcessor::statusChanged, this, &Marlowick::statusChanged);
+    connect(from, &PostProcessor::passwordNeeded, this, &Marlowick::passwordNeeded);
+    connect(from, &PostProcessor::volumeOrdered, this, &Marlowick::startToDownloadQueue);
 }
 
-int Marlowick::connectionCount() const { return pool->connectionCount(); }
-
-void Marlowick::startToDownloadQueue() { pool->startToDownloadQueue(); }
-
-void Marlowick::closeAllConnections() { pool->closeAllConnections(); }
-
-void Marlowick::setErrorBoxShown(bool shown) { pool->setErrorBoxShown(shown); }
-
-const QList<Nzb *> *Marlowick::queue() const { return &queue_->jobs(); }
-
-bool Marlowick::hasWork() const { return queue_->hasWork(); }
-
-bool Marlowick::allPaused() const { return queue_->allPaused(); }
-
-void Marlowick::pauseAll() { queue_->pauseAll(); }
-
-bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
-{
-    return queue_->nextArticle(file, number, messageId);
-}
-
-void Marlowick::openSettings()
+/// It lies beside the settings file, whose folder may have to be made.
+void Marlowick::openQueueFile()
 {
     const QString folder = settings_->folder();
     if (!QDir(folder).exists() && !makePrivateFolder(folder)) {
@@ -136,7 +123,87 @@ QString Marlowick::mediaPlayer() const
 
 QString Marlowick::version() const { return tr(MARLOWICK_VERSION); }
 
+int Marlowick::connectionCount() const { return pool->connectionCount(); }
+
+const QList<Nzb *> *Marlowick::queue() const { return &queue_->jobs(); }
+
 void Marlowick::setSaveInterval(int seconds) { saveTimer.start(seconds * 1000); }
+
+Nzb *Marlowick::addNZB(const QString &nzbFile)
+{
+    queue_->beginAdd(nzbFile);
+    Nzb *nzb = nullptr;
+    try {
+        nzb = importNzb(nzbFile);
+    } catch (const std::runtime_error &) {
+        queue_->endAdd(nullptr);
+        throw;
+    }
+    queue_->append(nzb);
+    queue_->endAdd(nzb);
+    if (connectionCount() == 0)
+        startToDownloadQueue();
+    return nzb;
+}
+
+/// The new job, with its folder on disk, but not in the queue yet.
+Nzb *Marlowick::importNzb(const QString &nzbFile)
+{
+    auto nzb = std::make_unique<Nzb>(queue_.get(), downloadFolder(), nzbFile);
+    makeFolder(nzb.get());
+    nzb->sortFiles();
+    if (settings_->get(Settings::pausePAR2)) {
+        for (int i = 0; i < nzb->fileCount(); ++i) {
+            if (nzb->fileAt(i)->isPar2())
+                nzb->fileAt(i)->setPaused(true);
+        }
+    }
+    return nzb.release();
+}
+
+void Marlowick::deleteItem(INzbItem *item)
+{
+    if (auto *nzb = qobject_cast<Nzb *>(item))
+        queue_->remove(nzb);
+    else if (auto *file = qobject_cast<NzbFile *>(item))
+        queue_->remove(file);
+}
+
+void Marlowick::deleteFiles(INzbItem *item)
+{
+    if (auto *nzb = qobject_cast<Nzb *>(item)) {
+        post->endProcessing(nzb);
+        removeFiles(nzb);
+    } else if (const auto *file = qobject_cast<NzbFile *>(item)) {
+        removeFiles(file);
+    }
+}
+
+bool Marlowick::hasWork() const { return queue_->hasWork(); }
+
+bool Marlowick::allPaused() const { return queue_->allPaused(); }
+
+void Marlowick::pauseAll() { queue_->pauseAll(); }
+
+bool Marlowick::nextArticle(NzbFile *&file, int &number, QString &messageId)
+{
+    return queue_->nextArticle(file, number, messageId);
+}
+
+void Marlowick::startToDownloadQueue() { pool->startToDownloadQueue(); }
+
+void Marlowick::closeAllConnections() { pool->closeAllConnections(); }
+
+void Marlowick::setErrorBoxShown(bool shown) { pool->setErrorBoxShown(shown); }
+
+void Marlowick::setRarPassword(Nzb *nzb, const QString &password)
+{
+    post->setRarPassword(nzb, password);
+}
+
+bool Marlowick::canRepairAndUnpack(const Nzb *nzb) const { return post->canRepairAndUnpack(nzb); }
+
+void Marlowick::repairAndUnpack(Nzb *nzb) { post->repairAndUnpack(nzb); }
 
 void Marlowick::saveQueue()
 {
@@ -167,5 +234,5 @@ void Marlowick::readQueue(XmlResult result, qsizetype before)
         throw std::runtime_error(tr("Error loading queue file").toStdString());
     if (result == XmlResult::Damaged)
         throw std::runtime_error(tr("Error parsing queue file").toStdString());
-    resumeLater(queue_->jobs().sliced(before));
+    post->resumeLater(queue_->jobs().sliced(before));
 }

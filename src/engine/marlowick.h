@@ -3,33 +3,28 @@
 #pragma once
 
 #include <QList>
-#include <QMap>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QTimer>
 
 #include <chrono>
 #include <memory>
 
-#include "engine/jobwork.h"
 #include "engine/settings.h"
 
 class ConnectionPool;
 class INzbItem;
 class Nzb;
 class NzbFile;
+class PostProcessor;
 class Queue;
 class QueueFile;
-class RarHandler;
 class SpeedMeter;
 enum class XmlResult;
 
-/// The engine: owner of the settings, the queue and the connections, and the one who decides what
-/// follows each result. Lives on the GUI thread; all its signals are direct.
-///
-/// Nothing is scheduled ahead: a connection that is free asks for work, and the engine walks the
-/// queue from the top. Each subject has its own source file, marlowick_*.cpp.
+/// The engine's face: the operations and signals that windows use. Owns the parts that do the work,
+/// connects them with each other and passes on what they say. Lives on the GUI thread; all its
+/// signals are direct.
 class Marlowick final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Marlowick)
@@ -49,7 +44,7 @@ public:
     [[nodiscard]] const QList<Nzb *> *queue() const;
     /// The same with its announcements, for the model. Jobs come and go through addNZB() and
     /// deleteItem() alone.
-    [[nodiscard]] Queue *jobs() const { return queue_; }
+    [[nodiscard]] Queue *jobs() const { return queue_.get(); }
     /// Starts the periodic save of the queue.
     void setSaveInterval(int seconds);
 
@@ -130,76 +125,20 @@ public slots:
     /// periodic save ends, and error() tells.
     void saveQueue();
 
-protected slots:
-    void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
-    void rarProcessingComplete(Nzb *nzb);
-    void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
-    void rarLowDiskspace(quint64 needed);
-    void rarResting(Nzb *nzb);
-    void par2RepairComplete(Nzb *nzb);
-    void par2Failed(Nzb *nzb);
-    void par2NeedMoreBlocks(Nzb *nzb, int number, const QString &volumename);
-    void splitCombinerFinished(Nzb *nzb, const QString &file);
-    void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
-
 private:
-    void relayQueue();
-    void relayPool();
-    void openSettings();
+    void connectQueue();
+    void connectPool();
+    void connectPostProcessor();
+    void openQueueFile();
     void readQueue(XmlResult result, qsizetype before);
-
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
 
-    void finishFile(NzbFile *nzbfile, const QString &filename);
-    void joinParts(NzbFile *nzbfile);
-
-    void feedExtraction(NzbFile *nzbfile);
-    void processNzb(Nzb *nzb);
-    [[nodiscard]] bool isReady(const Nzb *nzb) const;
-    void completeNzb(Nzb *nzb);
-    [[nodiscard]] bool mayUnpack(const Nzb *nzb) const;
-    [[nodiscard]] bool unpack(Nzb *nzb);
-    [[nodiscard]] bool mayNeedVolumes(const Nzb *nzb) const;
-    void keepVolumes(Nzb *nzb);
-    void setStatus(Nzb *nzb, const QString &status);
-    void showSuspended(Nzb *nzb, const QString &reason);
-    [[nodiscard]] bool extractionFailed(const Nzb *nzb) const;
-    [[nodiscard]] bool isStale(const Nzb *nzb) const;
-    [[nodiscard]] bool wantsRepair(const Nzb *nzb) const;
-    void showRepair(Nzb *nzb, const QString &status);
-    void startRepair(Nzb *nzb);
-    void requestFirstBlocks(Nzb *nzb);
-    [[nodiscard]] bool requestBlocks(Nzb *nzb, int number, const QString &volumeName);
-    void repairFailed(Nzb *nzb, const QString &status);
-    void settleRepair(Nzb *nzb);
-    void par2PassEnded(Nzb *nzb, bool answered);
-    void takeNames(Nzb *nzb, const Par2Process *pass);
-    [[nodiscard]] RarHandler *rarHandlerFor(Nzb *nzb);
-    [[nodiscard]] std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb);
-    [[nodiscard]] bool startCombiners(Nzb *nzb);
-    [[nodiscard]] bool endJoin(Nzb *nzb);
-
-    [[nodiscard]] bool mayUnpackAnew(const Nzb *nzb) const;
-    void settleUnpacked(Nzb *nzb);
-    [[nodiscard]] bool endAnew(Nzb *nzb);
-    void resumeLater(const QList<Nzb *> &jobs);
-    void resumeNext();
-    [[nodiscard]] bool isBusy(const Nzb *nzb) const;
-    [[nodiscard]] bool unpacksDamaged(const Nzb *nzb) const;
-    [[nodiscard]] bool hasWorkLeft(Nzb *nzb);
-
-    void forget(Nzb *nzb);
-    void processLater(Nzb *nzb);
-    void endProcessing(Nzb *nzb);
-
+    // The later ones use the earlier ones to their end.
     Settings *settings_;
-    Queue *queue_;
-    ConnectionPool *pool;
-    SpeedMeter *meter;
-    QMap<const Nzb *, JobWork> work; ///< of the jobs that have had any
-    QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
-    QPointer<Nzb> resumed; ///< the one that is at work
-    QTimer resumeTimer;
+    std::unique_ptr<Queue> queue_;
+    std::unique_ptr<ConnectionPool> pool;
+    std::unique_ptr<PostProcessor> post;
+    std::unique_ptr<SpeedMeter> meter;
     std::unique_ptr<QueueFile> queueFile;
     QTimer socketTimer;
     QTimer saveTimer;

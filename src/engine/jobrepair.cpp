@@ -1,0 +1,175 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "engine/jobrepair.h"
+
+#include <QDebug>
+#include <QFileInfo>
+#include <QHash>
+#include <QMap>
+#include <QSet>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "engine/jobfiles.h"
+#include "post/par2process.h"
+#include "queue/filenames.h"
+#include "queue/jobpath.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+namespace {
+
+/// The number of damaged files of each set, by its base name.
+QMap<QString, int> damagedSets(const Nzb *nzb)
+{
+    QMap<QString, int> sets;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        const NzbFile *file = nzb->fileAt(i);
+        if (file->isIncomplete() && file->isFinished())
+            ++sets[file->baseName()];
+    }
+    return sets;
+}
+
+/// The recovery blocks in a volume such as "x.vol007+10.par2"; nothing if @p file is no volume of
+/// the set that @p volumeName stands for.
+std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
+{
+    const QString name = file->name();
+    const auto blocks =
+        file->isPar2() && name.contains(volumeName) ? recoveryBlocks(name) : std::nullopt;
+    if (blocks)
+        qDebug().nospace() << "PAR2 file: " << name << " has " << *blocks << " repair blocks";
+    return blocks;
+}
+
+/// One block of each set that a volume is there or to be had of, by its base name.
+QMap<QString, int> setsOf(const Nzb *nzb)
+{
+    QMap<QString, int> sets;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (blocksOf(nzb->fileAt(i), QString()))
+            sets.insert(nzb->fileAt(i)->baseName(), 1);
+    }
+    return sets;
+}
+
+} // namespace
+
+JobRepair::JobRepair(Nzb *nzb, QObject *parent)
+    : QObject(parent)
+    , nzb(nzb)
+{
+}
+
+void JobRepair::start(const QStringList &paths)
+{
+    auto *next = new Par2Process(nzb, paths, this);
+    pass = next;
+    connect(next, &Par2Process::needMoreBlocks, this, &JobRepair::par2NeedMoreBlocks);
+    connect(next, &Par2Process::nothingToRepair, this, &JobRepair::par2Failed);
+    connect(next, &Par2Process::repairComplete, this, &JobRepair::par2RepairComplete);
+    connect(next, &Par2Process::passEnded, next, &QObject::deleteLater);
+    connect(next, &Par2Process::passEnded, this, [this, next](Nzb *, bool answered) {
+        if (pass == next)
+            pass = nullptr;
+        emit passEnded(answered);
+    });
+    next->startNextGroup();
+}
+
+bool JobRepair::isInOrder() const { return pass && pass->isInOrder(); }
+
+const Par2Process *JobRepair::letGo() { return std::exchange(pass, nullptr); }
+
+void JobRepair::abort() { delete std::exchange(pass, nullptr); }
+
+void JobRepair::requestFirstBlocks(bool anyway)
+{
+    QMap<QString, int> sets = damagedSets(nzb);
+    if (sets.isEmpty() && anyway)
+        sets = setsOf(nzb);
+    bool enough = true;
+    for (auto set = sets.cbegin(); set != sets.cend(); ++set)
+        enough = requestBlocks(set.value(), set.key()) && enough;
+    if (!enough)
+        par2Failed();
+}
+
+/// Takes volumes in the order of the job until they hold @p number blocks, with no effort to match
+/// sizes. False when they are too few.
+bool JobRepair::requestBlocks(int number, const QString &volumeName)
+{
+    bool found = false;
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        NzbFile *file = nzb->fileAt(i);
+        const std::optional<int> blocks = blocksOf(file, volumeName);
+        if (!blocks)
+            continue;
+        if (!file->isFinished() && *blocks > 0) {
+            file->setOrdered(true);
+            file->setPaused(false);
+            emit volumeOrdered();
+            number -= std::min(number, *blocks);
+            if (number < 1)
+                return true;
+        }
+        found = true;
+    }
+    // No volume bears the name of this set: any of the job will do.
+    return !found && !volumeName.isEmpty() && requestBlocks(number, QString());
+}
+
+void JobRepair::par2NeedMoreBlocks(Nzb * /*nzb*/, int number, const QString &volumename)
+{
+    takeNames(); // of sets before this one
+    emit blocksMissing();
+    if (!requestBlocks(number, volumename))
+        par2Failed();
+}
+
+void JobRepair::par2RepairComplete()
+{
+    takeNames();
+    emit repaired();
+}
+
+void JobRepair::par2Failed()
+{
+    takeNames();
+    emit failed();
+}
+
+/// The program has given files their right names back, or has made one out of the damaged file of
+/// another name, or one that the post lacks: the job knows them by these names from now on.
+void JobRepair::takeNames()
+{
+    if (!pass)
+        return;
+    QHash<QString, NzbFile *> files;
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        files.insert(nzb->fileAt(i)->name(), nzb->fileAt(i));
+    const QStringList names = pass->targets();
+    const QSet<QString> targets(names.cbegin(), names.cend());
+    for (const QString &name : names) {
+        const QString path = nzb->folder() + u'/' + name;
+        if (files.contains(name) || name.contains(u'/') || !QFileInfo(path).isFile()
+            || !isInsideFolder(nzb->folder(), path))
+            continue;
+        const QString oldName = pass->foundIn().value(name);
+        NzbFile *file = targets.contains(oldName) ? nullptr : files.value(oldName);
+        const bool stays = file && !file->isIncomplete() && QFile::exists(pathOf(file));
+        if (!file || stays) { // parts of a file may be found in another one that is whole
+            nzb->addExtractedFile(name, static_cast<quint64>(QFileInfo(path).size()));
+            restored << name;
+            continue;
+        }
+        if (isInsideFolder(nzb->folder(), pathOf(file)))
+            QFile::remove(pathOf(file));
+        files.remove(oldName);
+        file->setFilename(name);
+        emit fileRenamed(file);
+    }
+}

@@ -1,0 +1,476 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "engine/jobwork.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <stdexcept>
+#include <utility>
+
+#include "engine/jobfiles.h"
+#include "engine/jobsurvey.h"
+#include "engine/postprocessor.h"
+#include "engine/settings.h"
+#include "post/filecombiner.h"
+#include "post/par2process.h"
+#include "post/rarhandler.h"
+#include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Nothing more of the file is fetched: it is whole on disk, or was.
+void settle(NzbFile *file)
+{
+    int number = 0;
+    do { // once at least: a file whose last article is missing never got to its full size
+        static_cast<void>(file->nextSegment(&number));
+        file->segmentDecoded(number, QString(), 0, true, false);
+    } while (file->hasPendingSegments());
+    file->markRepaired();
+    file->setPaused(false);
+}
+
+} // namespace
+
+JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
+    : QObject(&post)
+    , post(post)
+    , settings(settings)
+    , nzb(nzb)
+    , repair(nzb, this)
+{
+    connect(&repair, &JobRepair::volumeOrdered, &post, &PostProcessor::volumeOrdered);
+    connect(&repair, &JobRepair::fileRenamed, &post, &PostProcessor::downloadProgresses);
+    connect(&repair, &JobRepair::blocksMissing, this, [this] { showRepair(QString()); });
+    connect(&repair, &JobRepair::repaired, this, &JobWork::endRepair);
+    connect(&repair, &JobRepair::failed, this, [this] {
+        // Deliberate: a set that is in order outweighs the others, and counts as a failure. Not so
+        // for a job that is taken anew.
+        if (anew != Anew::No && repair.isInOrder())
+            settleRepair();
+        else
+            repairFailed(tr("Damaged beyond repair"));
+    });
+    connect(&repair, &JobRepair::passEnded, this, &JobWork::passEnded);
+}
+
+JobWork::~JobWork() { delete rarHandler; }
+
+void JobWork::end(bool atOnce)
+{
+    if (rarHandler && atOnce)
+        rarHandler->abort();
+    repair.abort();
+    if (RarHandler *handler = std::exchange(rarHandler, nullptr)) {
+        handler->disconnect(this);
+        handler->stop();
+        QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
+        handler->deleteLater(); // it may be in the midst of a signal
+    }
+    if (join)
+        nzb->addExtractedFile(QFileInfo(join->finish()).fileName(), 0);
+}
+
+void JobWork::setStatus(const QString &status)
+{
+    nzb->setStatus(status);
+    emit post.statusChanged(nzb);
+}
+
+// The decision.
+
+bool JobWork::isReady() const
+{
+    if (anew == Anew::No)
+        return nzb->isComplete();
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (!nzb->fileAt(i)->isFinished() && !nzb->fileAt(i)->isPaused())
+            return false;
+    }
+    return true;
+}
+
+void JobWork::processNzb()
+{
+    if (join)
+        return; // the end of the join comes back here
+    if (repair.isRunning()) {
+        lookAgain = true;
+        return;
+    }
+    if (wantsRepair())
+        return startRepair();
+    keepVolumes();
+    if (rarHandler)
+        rarHandler->giveUpLostVolume(anew != Anew::No);
+    if (mayUnpack() && unpack())
+        return;
+    // A job whose extraction has failed is not complete, and keeps the status that tells it.
+    if (!rarHandler || !(rarHandler->hasFailed() || rarHandler->isProcessing()))
+        completeNzb();
+}
+
+void JobWork::completeNzb()
+{
+    if (anew != Anew::No && !endAnew())
+        return;
+    emit post.notice(0, tr("NZB complete: ") + nzb->name());
+    emit post.nzbComplete(nzb);
+}
+
+JobWork::Anew JobWork::whatIsWanted() const
+{
+    const bool wrong =
+        nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb)
+        || (rarHandler && (rarHandler->hasFailed() || rarHandler->isWaitingForVolume()));
+    if (!wrong)
+        return Anew::Unpack;
+    return isRepairable(nzb) ? Anew::Repair : Anew::UnpackUnproved;
+}
+
+void JobWork::startAnew(Anew wanted)
+{
+    anew = wanted;
+    if (anew == Anew::UnpackUnproved)
+        repairState = RepairState::Failed;
+    // What is there is to be looked at in peace. Volumes that a repair has asked for may come.
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        NzbFile *file = nzb->fileAt(i);
+        if (!file->isFinished() && !file->isPar2())
+            file->setPaused(true);
+    }
+    setStatus(QString());
+    processNzb();
+}
+
+/// False when the job is not complete for all that.
+bool JobWork::endAnew()
+{
+    const bool unproved = std::exchange(anew, Anew::No) == Anew::UnpackUnproved;
+    const bool failed = repairState == RepairState::Failed;
+    if (failed && nzb->hasIncompleteFiles()) {
+        if (unproved)
+            setStatus(tr("Damaged beyond repair"));
+        return false;
+    }
+    if (failed)
+        setStatus(QString());
+    return nzb->isComplete();
+}
+
+// Repair.
+
+bool JobWork::wantsRepair() const
+{
+    if (anew != Anew::No)
+        return anew == Anew::Repair;
+    return nzb->hasIncompleteFiles() && settings.get(Settings::autoPAR2);
+}
+
+void JobWork::startRepair()
+{
+    repairState = RepairState::Open;
+    keepVolumes();
+    const QStringList paths = par2Volumes(nzb);
+    if (paths.isEmpty())
+        return repair.requestFirstBlocks(anew != Anew::No);
+    if (rarHandler && rarHandler->isAtWork()) { // it writes and deletes what the repair would read
+        repairState = RepairState::Waits;
+        return;
+    }
+    setStatus(tr("Repairing"));
+    try {
+        repair.start(paths);
+    } catch (const std::runtime_error &failure) {
+        PostProcessor &speaker = post; // which outlives this object
+        repairFailed(tr("Damaged: par2 program not found"));
+        emit speaker.error(0, QString::fromUtf8(failure.what()));
+    }
+}
+
+/// The status that tells of a failed or suspended extraction comes back, whatever becomes of the
+/// repair.
+void JobWork::showRepair(const QString &status)
+{
+    const bool stays = rarHandler && (rarHandler->hasFailed() || rarHandler->isSuspended());
+    setStatus(stays ? failure : status);
+}
+
+void JobWork::endRepair()
+{
+    if (anew != Anew::No)
+        return settleRepair();
+    repair.letGo();
+    showRepair(u"Repaired"_s);
+    for (int i = 0; i < nzb->fileCount(); ++i)
+        nzb->fileAt(i)->markRepaired();
+    removeLeftovers(nzb);
+    processNzb();
+}
+
+/// par2 has found the sets correct, or made them so. That holds for their files and for no other.
+void JobWork::settleRepair()
+{
+    const Par2Process *pass = repair.letGo();
+    anew = Anew::Unpack;
+    const QSet<QString> whole(pass->targets().cbegin(), pass->targets().cend());
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (whole.contains(nzb->fileAt(i)->name()))
+            settle(nzb->fileAt(i));
+    }
+    removeLeftovers(nzb); // perhaps of an earlier pass
+    setStatus(pass->hasRepaired() ? u"Repaired"_s : QString());
+    processNzb();
+}
+
+void JobWork::repairFailed(const QString &status)
+{
+    showRepair(status);
+    // A set that is in order has failed by the rule alone: taken anew, the job will read it again.
+    const bool final = anew != Anew::No || !repair.isInOrder();
+    repairState = final ? RepairState::Failed : RepairState::Open;
+    if (anew == Anew::No)
+        return keepVolumes();
+    if (anew == Anew::Repair)
+        anew = Anew::Unpack;
+    processNzb();
+}
+
+void JobWork::passEnded(bool answered)
+{
+    const bool again = std::exchange(lookAgain, false);
+    const QPointer<JobWork> self(this);
+    if (!answered)
+        repairFailed(tr("Damaged: repair failed"));
+    if (!self)
+        return;
+    if (again && isReady())
+        processNzb();
+    else
+        keepVolumes();
+}
+
+// Extraction.
+
+RarHandler *JobWork::rarHandlerFor(Nzb *job)
+{
+    if (rarHandler)
+        return rarHandler;
+    rarHandler = new RarHandler(job);
+    rarHandler->setTrustsDisk(anew == Anew::UnpackUnproved);
+    connect(rarHandler, &RarHandler::errorProcessing, this, &JobWork::rarErrorProcessing);
+    connect(rarHandler, &RarHandler::processingComplete, this, &JobWork::rarProcessingComplete);
+    connect(rarHandler, &RarHandler::lowDiskspace, this,
+            [this] { showSuspended(tr("Not unpacked: not enough disk space")); });
+    connect(rarHandler, &RarHandler::lowDiskspace, &post, &PostProcessor::rarLowDiskspace);
+    connect(rarHandler, &RarHandler::passwordNeeded, this, &JobWork::rarPasswordNeeded);
+    connect(rarHandler, &RarHandler::resting, this, &JobWork::rarResting);
+    keepVolumes();
+    return rarHandler;
+}
+
+void JobWork::feedExtraction(NzbFile *nzbfile)
+{
+    if (repair.isRunning() || anew == Anew::Repair)
+        return; // the end of the repair comes back to all files
+    keepVolumes();
+    if (rarHandler)
+        rarHandler->fileCompleted(nzbfile);
+    else if (settings.rarHandling() == RarHandling::During)
+        rarHandlerFor(nzb)->checkCompletedFiles();
+}
+
+bool JobWork::mayUnpack() const
+{
+    // Anew without a repair, only an archive of which each volume has come whole; without PAR2
+    // files at all the archives themselves have to tell.
+    if (anew != Anew::No)
+        return repairState != RepairState::Failed || anew == Anew::UnpackUnproved
+               || !hasDamagedVolume(nzb);
+    return !nzb->hasIncompleteFiles() && settings.rarHandling() != RarHandling::Disabled;
+}
+
+/// Returns true as long as an archive is being unpacked or split files are being joined.
+bool JobWork::unpack()
+{
+    RarHandler *handler = rarHandlerFor(nzb);
+    handler->setRestoredFiles(repair.restoredFiles());
+    if (!handler->hasFailed())
+        handler->checkCompletedFiles();
+    if (handler->isProcessing()) {
+        emit post.notice(0, tr("Download complete, starting unrar"));
+        return true;
+    }
+    if (!startCombiners())
+        return false;
+    emit post.notice(0, tr("Download complete, combining files"));
+    return true;
+}
+
+/// Whether a repair may still read the volumes of an archive that is unpacked: it runs, or is to
+/// come, or a file is on its way that may be damaged or that it has asked for.
+bool JobWork::mayNeedVolumes() const
+{
+    if (!hasPar2(nzb) || (anew == Anew::No && !settings.get(Settings::autoPAR2)))
+        return false;
+    return repair.isRunning() || !nzb->isComplete()
+           || (nzb->hasIncompleteFiles()
+               && (repairState != RepairState::Failed || awaitsOrdered(nzb)));
+}
+
+/// The volumes of an unpacked archive stay until the repair has ended, well or badly.
+void JobWork::keepVolumes()
+{
+    if (!rarHandler)
+        return;
+    const bool keeps = mayNeedVolumes();
+    rarHandler->setKeepsVolumes(keeps);
+    if (!keeps)
+        rarHandler->removeKeptVolumes();
+}
+
+void JobWork::rarErrorProcessing(Nzb * /*nzb*/, const QString &rarfile)
+{
+    anew = Anew::No;
+    failure = tr("Error extracting RAR: %1").arg(rarfile);
+    setStatus(failure);
+    if (repairState == RepairState::Waits)
+        processNzb();
+}
+
+void JobWork::rarProcessingComplete()
+{
+    if (anew != Anew::No)
+        settleUnpacked();
+    if (isReady())
+        processNzb();
+}
+
+/// The archive has proved that its volumes were whole.
+void JobWork::settleUnpacked()
+{
+    for (int i = 0; i < nzb->fileCount(); ++i) {
+        if (rarHandler->hasUnpacked(nzb->fileAt(i)))
+            settle(nzb->fileAt(i));
+    }
+}
+
+/// It sleeps, or has been suspended: a repair may begin, and what it sleeps for may be lost.
+void JobWork::rarResting()
+{
+    if (!isReady())
+        return;
+    if (repairState == RepairState::Waits)
+        processNzb();
+    else if (!repair.isRunning() && !wantsRepair())
+        rarHandler->giveUpLostVolume(anew != Anew::No);
+}
+
+void JobWork::rarPasswordNeeded(Nzb *job, const QString &rarfile)
+{
+    const QPointer<JobWork> self(this);
+    emit post.passwordNeeded(job, rarfile);
+    if (self)
+        rarResting();
+}
+
+void JobWork::setRarPassword(const QString &password)
+{
+    if (password.isEmpty())
+        showSuspended(tr("Not unpacked: no password"));
+    rarHandlerFor(nzb)->setRarPassword(password);
+}
+
+/// Without a word the job would read as finished, and its film not be there.
+void JobWork::showSuspended(const QString &reason)
+{
+    failure = reason;
+    setStatus(reason);
+}
+
+// Joining.
+
+/// The join of the first series of split files that has no gaps, not started yet; null without one.
+std::unique_ptr<FileCombiner> JobWork::nextJoin() const
+{
+    const QList<QStringList> all = splitSeries(nzb);
+    for (const QStringList &pieces : all) {
+        auto combiner = std::make_unique<FileCombiner>(nzb, &post);
+        for (const QString &piece : pieces)
+            combiner->addFile(piece);
+        if (!combiner->hasGaps())
+            return combiner;
+    }
+    return nullptr;
+}
+
+/// One series at a time; the rest have their turn when it is done. A join cannot be stopped: it
+/// belongs to the PostProcessor, and so outlives the job if need be.
+bool JobWork::startCombiners()
+{
+    join = nextJoin().release();
+    if (!join)
+        return false;
+    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::processingComplete, this, &JobWork::splitCombinerFinished);
+    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::processingError, &post, &PostProcessor::splitCombinerError);
+    connect(join, &FileCombiner::processingError, this, &JobWork::joinFailed);
+    join->startProcessing();
+    return true;
+}
+
+void JobWork::splitCombinerFinished(Nzb *job, const QString &file)
+{
+    join = nullptr;
+    const QFileInfo joined(file);
+    job->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
+    if (anewAfterJoin)
+        post.repairAndUnpack(job);
+    else
+        processNzb();
+}
+
+void JobWork::joinFailed()
+{
+    join = nullptr;
+    if (anewAfterJoin)
+        post.repairAndUnpack(nzb);
+}
+
+// After a restart.
+
+bool JobWork::isBusy() const
+{
+    return repair.isRunning() || join || (rarHandler && rarHandler->isAtWork());
+}
+
+/// Whether there is an archive to be unpacked although something beside it is damaged, as happens
+/// while a job arrives.
+bool JobWork::unpacksDamaged() const
+{
+    return nzb->hasIncompleteFiles() && !hasDamagedVolume(nzb) && hasFirstVolume(nzb)
+           && settings.rarHandling() == RarHandling::During;
+}
+
+/// Whether a repair can be tried, or there is an archive to be unpacked or a series to be joined.
+bool JobWork::hasWorkLeft() const
+{
+    if (unpacksDamaged())
+        return true;
+    if (wantsRepair())
+        return isRepairable(nzb) && hasFileOnDisk(nzb);
+    return mayUnpack() && (nextJoin() || hasFirstVolume(nzb));
+}
+
+void JobWork::resume()
+{
+    if (unpacksDamaged())
+        rarHandlerFor(nzb)->checkCompletedFiles();
+    processNzb();
+}

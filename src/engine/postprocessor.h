@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <map>
+#include <memory>
+
+class JobWork;
+class Nzb;
+class NzbFile;
+class Queue;
+class Settings;
+
+/// What follows when files and jobs have arrived. Has one JobWork for each job that has had any
+/// work, which decides for it. Lives on the GUI thread.
+class PostProcessor final : public QObject {
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PostProcessor)
+
+public:
+    /// @param queue,settings  must outlive the object
+    PostProcessor(Queue &queue, const Settings &settings, QObject *parent = nullptr);
+    /// Blocks until no archive is being unpacked and no file is being joined.
+    ~PostProcessor() override;
+
+    /// True when the job has something on disk and no article under way.
+    [[nodiscard]] bool canRepairAndUnpack(const Nzb *nzb) const;
+    /// Takes the post-processing of a job anew from what is on disk. No effect unless
+    /// canRepairAndUnpack().
+    void repairAndUnpack(Nzb *nzb);
+    void setRarPassword(Nzb *nzb, const QString &password);
+    /// Blocks until nothing writes in the job's folder any more, and all that was written is known.
+    /// @param atOnce  in the midst of an archive
+    void endProcessing(Nzb *nzb, bool atOnce = false);
+    /// Has jobs gone on with that were read from the queue file, one after another.
+    void resumeLater(const QList<Nzb *> &jobs);
+
+public slots:
+    /// The last article of @p nzbfile has been decoded, under the name @p filename.
+    void finishFile(NzbFile *nzbfile, const QString &filename);
+    void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
+    void rarLowDiskspace(quint64 needed);
+
+signals:
+    void error(int code, QString msg);
+    void notice(int code, QString msg);
+    void fileComplete(NzbFile *file);
+    void nzbComplete(Nzb *nzb);
+    /// The job has another status text, and nothing else has changed.
+    void statusChanged(Nzb *nzb);
+    /// The file has another name.
+    void downloadProgresses(NzbFile *file);
+    void passwordNeeded(Nzb *nzb, QString rarfile);
+    /// The download of a PAR2 volume may begin.
+    void volumeOrdered();
+
+private:
+    [[nodiscard]] JobWork &workOf(Nzb *nzb);
+    void joinParts(NzbFile *nzbfile);
+    void processLater(Nzb *nzb);
+    void resumeNext();
+
+    Queue &queue;
+    const Settings &settings;
+    std::map<const Nzb *, std::unique_ptr<JobWork>> work;
+    QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
+    QPointer<Nzb> resumed; ///< the one that is at work
+    QTimer resumeTimer;
+};
