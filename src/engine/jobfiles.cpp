@@ -18,8 +18,8 @@ QSet<QString> namesOf(Nzb *nzb)
 {
     const QStringList extracted = nzb->extractedFiles().keys();
     QSet<QString> names(extracted.cbegin(), extracted.cend());
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        names << nzb->fileAt(i)->name();
+    for (NzbFile *file : nzb->allFiles())
+        names << file->name();
     return names;
 }
 
@@ -95,8 +95,8 @@ void removeFiles(Nzb *nzb)
 {
     if (!isInsideFolder(nzb->downloadFolder(), nzb->folder()))
         return;
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        removeFilesOf(nzb->fileAt(i));
+    for (NzbFile *file : nzb->allFiles())
+        removeFilesOf(file);
     const QString folder = nzb->folder();
     for (auto it = nzb->extractedFiles().cbegin(); it != nzb->extractedFiles().cend(); ++it)
         removeInside(folder, folder + u'/' + it.key());

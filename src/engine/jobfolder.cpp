@@ -55,7 +55,7 @@ bool makeFolderAnew(Nzb *nzb)
         || !QDir().mkdir(nzb->folder()))
         return false;
     qDebug().nospace() << "Created folder: " << nzb->folder();
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        nzb->fileAt(i)->markLost();
+    for (NzbFile *file : nzb->allFiles())
+        file->markLost();
     return true;
 }

@@ -25,8 +25,7 @@ namespace {
 QMap<QString, int> damagedSets(const Nzb *nzb)
 {
     QMap<QString, int> sets;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         if (file->isIncomplete() && file->isFinished())
             ++sets[file->baseName()];
     }
@@ -49,9 +48,9 @@ std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
 QMap<QString, int> setsOf(const Nzb *nzb)
 {
     QMap<QString, int> sets;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (blocksOf(nzb->fileAt(i), QString()))
-            sets.insert(nzb->fileAt(i)->baseName(), 1);
+    for (NzbFile *file : nzb->allFiles()) {
+        if (blocksOf(file, QString()))
+            sets.insert(file->baseName(), 1);
     }
     return sets;
 }
@@ -133,13 +132,13 @@ void JobRepair::par2NeedMoreBlocks(Nzb * /*nzb*/, int number, const QString &vol
 void JobRepair::par2RepairComplete()
 {
     takeNames();
-    emit repaired();
+    emit ended(true);
 }
 
 void JobRepair::par2Failed()
 {
     takeNames();
-    emit failed();
+    emit ended(false);
 }
 
 /// The program has given files their right names back, or has made one out of the damaged file of
@@ -149,8 +148,8 @@ void JobRepair::takeNames()
     if (!pass)
         return;
     QHash<QString, NzbFile *> files;
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        files.insert(nzb->fileAt(i)->name(), nzb->fileAt(i));
+    for (NzbFile *file : nzb->allFiles())
+        files.insert(file->name(), file);
     const QStringList names = pass->targets();
     const QSet<QString> targets(names.cbegin(), names.cend());
     for (const QString &name : names) {

@@ -23,7 +23,7 @@ public:
     /// @throws std::runtime_error  with a text for the user when there is no PAR2 program
     void start(const QStringList &paths);
     /// Without a PAR2 file on disk nobody knows yet how many blocks are missing: asks for one for
-    /// each damaged file. failed() tells that there are not so many.
+    /// each damaged file. ended() tells if there are not so many.
     /// @param anyway  for one of each set if no file is known to be damaged
     void requestFirstBlocks(bool anyway);
     /// True from start() until the pass has ended or been let go.
@@ -43,9 +43,8 @@ signals:
     void fileRenamed(NzbFile *file);
     /// The sets lack blocks; volumes are about to be ordered.
     void blocksMissing();
-    void repaired();
-    /// Also when all sets are in order, if isInOrder() says so.
-    void failed();
+    /// The sets are repaired, or cannot be: or are in order, if isInOrder() says so.
+    void ended(bool repaired);
     /// @param answered  false when the pass has told none of the others
     void passEnded(bool answered);
 

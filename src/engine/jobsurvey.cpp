@@ -5,22 +5,17 @@
 #include <QFile>
 #include <QMap>
 
+#include <algorithm>
+#include <utility>
+
 #include "engine/jobfiles.h"
+#include "post/filecombiner.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
 namespace {
-
-template <class Condition> bool anyFile(const Nzb *nzb, Condition condition)
-{
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (condition(nzb->fileAt(i)))
-            return true;
-    }
-    return false;
-}
 
 bool isOnDisk(const NzbFile *file) { return QFile::exists(pathOf(file)); }
 
@@ -33,27 +28,27 @@ bool isInsideJob(const Nzb *nzb, const QString &path)
 
 bool hasPar2(const Nzb *nzb)
 {
-    return anyFile(nzb, [](const NzbFile *file) { return file->isPar2(); });
+    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) { return file->isPar2(); });
 }
 
 bool isRepairable(const Nzb *nzb)
 {
-    return anyFile(nzb, [](const NzbFile *file) {
+    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
         return file->isPar2Volume() && (file->hasPendingSegments() || isOnDisk(file));
     });
 }
 
 bool awaitsOrdered(const Nzb *nzb)
 {
-    return anyFile(nzb,
-                   [](const NzbFile *file) { return file->isOrdered() && !file->isFinished(); });
+    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
+        return file->isOrdered() && !file->isFinished();
+    });
 }
 
 QStringList par2Volumes(const Nzb *nzb)
 {
     QStringList paths;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         const QString path = pathOf(file);
         if (file->isPar2Volume() && file->isFinished() && isInsideJob(nzb, path))
             paths << path;
@@ -63,34 +58,41 @@ QStringList par2Volumes(const Nzb *nzb)
 
 bool hasFirstVolume(const Nzb *nzb)
 {
-    return anyFile(
-        nzb, [](const NzbFile *file) { return isFirstRarVolume(file->name()) && isOnDisk(file); });
+    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
+        return isFirstRarVolume(file->name()) && isOnDisk(file);
+    });
 }
 
 bool hasOrphan(const Nzb *nzb)
 {
-    return !hasFirstVolume(nzb) && anyFile(nzb, [](const NzbFile *file) {
+    return !hasFirstVolume(nzb) && std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
         return isRarVolume(file->name()) && isOnDisk(file);
     });
 }
 
 bool hasDamagedVolume(const Nzb *nzb)
 {
-    return anyFile(nzb, [](const NzbFile *file) {
+    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
         return isRarVolume(file->name()) && (file->isIncomplete() || !file->isFinished());
     });
 }
 
-bool hasFileOnDisk(const Nzb *nzb) { return anyFile(nzb, isOnDisk); }
+bool hasFileOnDisk(const Nzb *nzb) { return std::ranges::any_of(nzb->allFiles(), isOnDisk); }
 
-QList<QStringList> splitSeries(const Nzb *nzb)
+std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent)
 {
     QMap<QString, QStringList> series;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         const QString path = pathOf(file);
         if (isPieceExtension(file->extension()) && isInsideJob(nzb, path))
             series[seriesName(file->name())] << path;
     }
-    return series.values();
+    for (const QStringList &pieces : std::as_const(series)) {
+        auto combiner = std::make_unique<FileCombiner>(nzb, parent);
+        for (const QString &piece : pieces)
+            combiner->addFile(piece);
+        if (!combiner->hasGaps())
+            return combiner;
+    }
+    return nullptr;
 }

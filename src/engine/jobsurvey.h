@@ -4,7 +4,11 @@
 
 #include <QStringList>
 
+#include <memory>
+
+class FileCombiner;
 class Nzb;
+class QObject;
 
 // What a job and its folder hold, as its post-processing asks.
 
@@ -25,5 +29,6 @@ class Nzb;
 
 /// A file of the job is on disk.
 [[nodiscard]] bool hasFileOnDisk(const Nzb *nzb);
-/// The paths of the pieces of split files on disk, one list for each series.
-[[nodiscard]] QList<QStringList> splitSeries(const Nzb *nzb);
+/// The join of the first series of split files on disk that has no gaps, not started yet; null
+/// without one.
+[[nodiscard]] std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent);

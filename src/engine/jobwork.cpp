@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QPointer>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -21,22 +22,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Nothing more of the file is fetched: it is whole on disk, or was.
-void settle(NzbFile *file)
-{
-    int number = 0;
-    do { // once at least: a file whose last article is missing never got to its full size
-        static_cast<void>(file->nextSegment(&number));
-        file->segmentDecoded(number, QString(), 0, true, false);
-    } while (file->hasPendingSegments());
-    file->markRepaired();
-    file->setPaused(false);
-}
-
-} // namespace
-
 JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     : QObject(&post)
     , post(post)
@@ -47,15 +32,7 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     connect(&repair, &JobRepair::volumeOrdered, &post, &PostProcessor::volumeOrdered);
     connect(&repair, &JobRepair::fileRenamed, &post, &PostProcessor::downloadProgresses);
     connect(&repair, &JobRepair::blocksMissing, this, [this] { showRepair(QString()); });
-    connect(&repair, &JobRepair::repaired, this, &JobWork::endRepair);
-    connect(&repair, &JobRepair::failed, this, [this] {
-        // Deliberate: a set that is in order outweighs the others, and counts as a failure. Not so
-        // for a job that is taken anew.
-        if (anew != Anew::No && repair.isInOrder())
-            settleRepair();
-        else
-            repairFailed(tr("Damaged beyond repair"));
-    });
+    connect(&repair, &JobRepair::ended, this, &JobWork::endRepair);
     connect(&repair, &JobRepair::passEnded, this, &JobWork::passEnded);
 }
 
@@ -82,17 +59,16 @@ void JobWork::setStatus(const QString &status)
     emit post.statusChanged(nzb);
 }
 
-// The decision.
+/// Without a word a job that is not unpacked would read as finished, and its film not be there.
+void JobWork::showFailure(const QString &reason) { setStatus(failure = reason); }
 
 bool JobWork::isReady() const
 {
     if (anew == Anew::No)
         return nzb->isComplete();
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (!nzb->fileAt(i)->isFinished() && !nzb->fileAt(i)->isPaused())
-            return false;
-    }
-    return true;
+    return std::ranges::all_of(nzb->allFiles(), [](const NzbFile *file) {
+        return file->isFinished() || file->isPaused();
+    });
 }
 
 void JobWork::processNzb()
@@ -111,12 +87,8 @@ void JobWork::processNzb()
     if (mayUnpack() && unpack())
         return;
     // A job whose extraction has failed is not complete, and keeps the status that tells it.
-    if (!rarHandler || !(rarHandler->hasFailed() || rarHandler->isProcessing()))
-        completeNzb();
-}
-
-void JobWork::completeNzb()
-{
+    if (rarHandler && (rarHandler->hasFailed() || rarHandler->isProcessing()))
+        return;
     if (anew != Anew::No && !endAnew())
         return;
     emit post.notice(0, tr("NZB complete: ") + nzb->name());
@@ -139,8 +111,7 @@ void JobWork::startAnew(Anew wanted)
     if (anew == Anew::UnpackUnproved)
         repairState = RepairState::Failed;
     // What is there is to be looked at in peace. Volumes that a repair has asked for may come.
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        NzbFile *file = nzb->fileAt(i);
+    for (NzbFile *file : nzb->allFiles()) {
         if (!file->isFinished() && !file->isPar2())
             file->setPaused(true);
     }
@@ -163,13 +134,10 @@ bool JobWork::endAnew()
     return nzb->isComplete();
 }
 
-// Repair.
-
 bool JobWork::wantsRepair() const
 {
-    if (anew != Anew::No)
-        return anew == Anew::Repair;
-    return nzb->hasIncompleteFiles() && settings.get(Settings::autoPAR2);
+    return anew == Anew::No ? nzb->hasIncompleteFiles() && settings.get(Settings::autoPAR2)
+                            : anew == Anew::Repair;
 }
 
 void JobWork::startRepair()
@@ -201,14 +169,18 @@ void JobWork::showRepair(const QString &status)
     setStatus(stays ? failure : status);
 }
 
-void JobWork::endRepair()
+void JobWork::endRepair(bool repaired)
 {
-    if (anew != Anew::No)
+    // Deliberate: a set that is in order outweighs the others, and counts as a failure. Not so for
+    // a job that is taken anew.
+    if (anew != Anew::No && (repaired || repair.isInOrder()))
         return settleRepair();
+    if (!repaired)
+        return repairFailed(tr("Damaged beyond repair"));
     repair.letGo();
     showRepair(u"Repaired"_s);
-    for (int i = 0; i < nzb->fileCount(); ++i)
-        nzb->fileAt(i)->markRepaired();
+    for (NzbFile *file : nzb->allFiles())
+        file->markRepaired();
     removeLeftovers(nzb);
     processNzb();
 }
@@ -219,9 +191,9 @@ void JobWork::settleRepair()
     const Par2Process *pass = repair.letGo();
     anew = Anew::Unpack;
     const QSet<QString> whole(pass->targets().cbegin(), pass->targets().cend());
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (whole.contains(nzb->fileAt(i)->name()))
-            settle(nzb->fileAt(i));
+    for (NzbFile *file : nzb->allFiles()) {
+        if (whole.contains(file->name()))
+            file->markWhole();
     }
     removeLeftovers(nzb); // perhaps of an earlier pass
     setStatus(pass->hasRepaired() ? u"Repaired"_s : QString());
@@ -232,8 +204,8 @@ void JobWork::repairFailed(const QString &status)
 {
     showRepair(status);
     // A set that is in order has failed by the rule alone: taken anew, the job will read it again.
-    const bool final = anew != Anew::No || !repair.isInOrder();
-    repairState = final ? RepairState::Failed : RepairState::Open;
+    const bool failed = anew != Anew::No || !repair.isInOrder();
+    repairState = failed ? RepairState::Failed : RepairState::Open;
     if (anew == Anew::No)
         return keepVolumes();
     if (anew == Anew::Repair)
@@ -247,15 +219,11 @@ void JobWork::passEnded(bool answered)
     const QPointer<JobWork> self(this);
     if (!answered)
         repairFailed(tr("Damaged: repair failed"));
-    if (!self)
-        return;
-    if (again && isReady())
+    if (self && again && isReady())
         processNzb();
-    else
+    else if (self)
         keepVolumes();
 }
-
-// Extraction.
 
 RarHandler *JobWork::rarHandlerFor(Nzb *job)
 {
@@ -266,7 +234,7 @@ RarHandler *JobWork::rarHandlerFor(Nzb *job)
     connect(rarHandler, &RarHandler::errorProcessing, this, &JobWork::rarErrorProcessing);
     connect(rarHandler, &RarHandler::processingComplete, this, &JobWork::rarProcessingComplete);
     connect(rarHandler, &RarHandler::lowDiskspace, this,
-            [this] { showSuspended(tr("Not unpacked: not enough disk space")); });
+            [this] { showFailure(tr("Not unpacked: not enough disk space")); });
     connect(rarHandler, &RarHandler::lowDiskspace, &post, &PostProcessor::rarLowDiskspace);
     connect(rarHandler, &RarHandler::passwordNeeded, this, &JobWork::rarPasswordNeeded);
     connect(rarHandler, &RarHandler::resting, this, &JobWork::rarResting);
@@ -302,33 +270,26 @@ bool JobWork::unpack()
     handler->setRestoredFiles(repair.restoredFiles());
     if (!handler->hasFailed())
         handler->checkCompletedFiles();
-    if (handler->isProcessing()) {
+    if (handler->isProcessing())
         emit post.notice(0, tr("Download complete, starting unrar"));
-        return true;
-    }
-    if (!startCombiners())
+    else if (startCombiners())
+        emit post.notice(0, tr("Download complete, combining files"));
+    else
         return false;
-    emit post.notice(0, tr("Download complete, combining files"));
     return true;
 }
 
-/// Whether a repair may still read the volumes of an archive that is unpacked: it runs, or is to
+/// The volumes of an unpacked archive stay as long as a repair may read them: it runs, or is to
 /// come, or a file is on its way that may be damaged or that it has asked for.
-bool JobWork::mayNeedVolumes() const
-{
-    if (!hasPar2(nzb) || (anew == Anew::No && !settings.get(Settings::autoPAR2)))
-        return false;
-    return repair.isRunning() || !nzb->isComplete()
-           || (nzb->hasIncompleteFiles()
-               && (repairState != RepairState::Failed || awaitsOrdered(nzb)));
-}
-
-/// The volumes of an unpacked archive stay until the repair has ended, well or badly.
 void JobWork::keepVolumes()
 {
     if (!rarHandler)
         return;
-    const bool keeps = mayNeedVolumes();
+    const bool damaged =
+        nzb->hasIncompleteFiles() && (repairState != RepairState::Failed || awaitsOrdered(nzb));
+    const bool repairs = anew != Anew::No || settings.get(Settings::autoPAR2);
+    const bool keeps =
+        hasPar2(nzb) && repairs && (repair.isRunning() || damaged || !nzb->isComplete());
     rarHandler->setKeepsVolumes(keeps);
     if (!keeps)
         rarHandler->removeKeptVolumes();
@@ -337,27 +298,19 @@ void JobWork::keepVolumes()
 void JobWork::rarErrorProcessing(Nzb * /*nzb*/, const QString &rarfile)
 {
     anew = Anew::No;
-    failure = tr("Error extracting RAR: %1").arg(rarfile);
-    setStatus(failure);
+    showFailure(tr("Error extracting RAR: %1").arg(rarfile));
     if (repairState == RepairState::Waits)
         processNzb();
 }
 
 void JobWork::rarProcessingComplete()
 {
-    if (anew != Anew::No)
-        settleUnpacked();
+    for (NzbFile *file : nzb->allFiles()) {
+        if (anew != Anew::No && rarHandler->hasUnpacked(file))
+            file->markWhole(); // the archive has proved that its volumes were whole
+    }
     if (isReady())
         processNzb();
-}
-
-/// The archive has proved that its volumes were whole.
-void JobWork::settleUnpacked()
-{
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        if (rarHandler->hasUnpacked(nzb->fileAt(i)))
-            settle(nzb->fileAt(i));
-    }
 }
 
 /// It sleeps, or has been suspended: a repair may begin, and what it sleeps for may be lost.
@@ -382,90 +335,60 @@ void JobWork::rarPasswordNeeded(Nzb *job, const QString &rarfile)
 void JobWork::setRarPassword(const QString &password)
 {
     if (password.isEmpty())
-        showSuspended(tr("Not unpacked: no password"));
+        showFailure(tr("Not unpacked: no password"));
     rarHandlerFor(nzb)->setRarPassword(password);
-}
-
-/// Without a word the job would read as finished, and its film not be there.
-void JobWork::showSuspended(const QString &reason)
-{
-    failure = reason;
-    setStatus(reason);
-}
-
-// Joining.
-
-/// The join of the first series of split files that has no gaps, not started yet; null without one.
-std::unique_ptr<FileCombiner> JobWork::nextJoin() const
-{
-    const QList<QStringList> all = splitSeries(nzb);
-    for (const QStringList &pieces : all) {
-        auto combiner = std::make_unique<FileCombiner>(nzb, &post);
-        for (const QString &piece : pieces)
-            combiner->addFile(piece);
-        if (!combiner->hasGaps())
-            return combiner;
-    }
-    return nullptr;
 }
 
 /// One series at a time; the rest have their turn when it is done. A join cannot be stopped: it
 /// belongs to the PostProcessor, and so outlives the job if need be.
 bool JobWork::startCombiners()
 {
-    join = nextJoin().release();
+    join = nextJoin(nzb, &post).release();
     if (!join)
         return false;
-    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::finished, join, &QObject::deleteLater);
     connect(join, &FileCombiner::processingComplete, this, &JobWork::splitCombinerFinished);
-    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
     connect(join, &FileCombiner::processingError, &post, &PostProcessor::splitCombinerError);
-    connect(join, &FileCombiner::processingError, this, &JobWork::joinFailed);
+    connect(join, &FileCombiner::processingError, this, &JobWork::endJoin);
     join->startProcessing();
     return true;
 }
 
 void JobWork::splitCombinerFinished(Nzb *job, const QString &file)
 {
-    join = nullptr;
     const QFileInfo joined(file);
     job->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
-    if (anewAfterJoin)
-        post.repairAndUnpack(job);
-    else
+    if (!endJoin())
         processNzb();
 }
 
-void JobWork::joinFailed()
+/// True when the job is taken anew instead.
+bool JobWork::endJoin()
 {
     join = nullptr;
-    if (anewAfterJoin)
-        post.repairAndUnpack(nzb);
+    if (!anewAfterJoin)
+        return false;
+    post.repairAndUnpack(nzb); // which destroys this object
+    return true;
 }
-
-// After a restart.
 
 bool JobWork::isBusy() const
 {
     return repair.isRunning() || join || (rarHandler && rarHandler->isAtWork());
 }
 
-/// Whether there is an archive to be unpacked although something beside it is damaged, as happens
-/// while a job arrives.
+/// An archive can be unpacked although a file beside it is damaged, as while a job arrives.
 bool JobWork::unpacksDamaged() const
 {
     return nzb->hasIncompleteFiles() && !hasDamagedVolume(nzb) && hasFirstVolume(nzb)
            && settings.rarHandling() == RarHandling::During;
 }
 
-/// Whether a repair can be tried, or there is an archive to be unpacked or a series to be joined.
 bool JobWork::hasWorkLeft() const
 {
-    if (unpacksDamaged())
-        return true;
-    if (wantsRepair())
+    if (wantsRepair() && !unpacksDamaged())
         return isRepairable(nzb) && hasFileOnDisk(nzb);
-    return mayUnpack() && (nextJoin() || hasFirstVolume(nzb));
+    return unpacksDamaged() || (mayUnpack() && (hasFirstVolume(nzb) || nextJoin(nzb, nullptr)));
 }
 
 void JobWork::resume()

@@ -4,8 +4,6 @@
 
 #include <QObject>
 
-#include <memory>
-
 #include "engine/jobrepair.h"
 
 class FileCombiner;
@@ -55,8 +53,9 @@ public:
     /// @param atOnce  in the midst of an archive
     void end(bool atOnce);
 
-    /// For a job that a former run of the program has not got to the end of.
+    /// A repair can be tried, or there is an archive to be unpacked or a series to be joined.
     [[nodiscard]] bool hasWorkLeft() const;
+    /// Goes on with a job that an earlier run of the program did not finish.
     void resume();
     [[nodiscard]] bool isBusy() const;
 
@@ -74,12 +73,11 @@ private:
         Failed, ///< the last one, or there could be none
     };
 
-    void completeNzb();
     [[nodiscard]] bool endAnew();
 
     [[nodiscard]] bool wantsRepair() const;
     void startRepair();
-    void endRepair();
+    void endRepair(bool repaired);
     void settleRepair();
     void repairFailed(const QString &status);
     void passEnded(bool answered);
@@ -89,16 +87,13 @@ private:
     [[nodiscard]] bool mayUnpack() const;
     [[nodiscard]] bool unpack();
     [[nodiscard]] bool unpacksDamaged() const;
-    [[nodiscard]] bool mayNeedVolumes() const;
     void keepVolumes();
-    void settleUnpacked();
-    void showSuspended(const QString &reason);
 
-    [[nodiscard]] std::unique_ptr<FileCombiner> nextJoin() const;
     [[nodiscard]] bool startCombiners();
-    void joinFailed();
+    bool endJoin();
 
     void setStatus(const QString &status);
+    void showFailure(const QString &reason);
 
     PostProcessor &post;
     const Settings &settings;

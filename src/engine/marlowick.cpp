@@ -153,9 +153,9 @@ Nzb *Marlowick::importNzb(const QString &nzbFile)
     makeFolder(nzb.get());
     nzb->sortFiles();
     if (settings_->get(Settings::pausePAR2)) {
-        for (int i = 0; i < nzb->fileCount(); ++i) {
-            if (nzb->fileAt(i)->isPar2())
-                nzb->fileAt(i)->setPaused(true);
+        for (NzbFile *file : nzb->allFiles()) {
+            if (file->isPar2())
+                file->setPaused(true);
         }
     }
     return nzb.release();

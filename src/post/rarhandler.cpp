@@ -55,8 +55,7 @@ void RarHandler::checkCompletedFiles()
 {
     failed = false;
     noteArrivals();
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         if (!isWhole(file))
             continue;
         if (startsRun(file->name()))
@@ -128,8 +127,7 @@ void RarHandler::noteArrivals()
     if (!current)
         return;
     QHash<QString, bool> arrived;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         arrived[file->name()] = arrived.value(file->name(), true) && isWhole(file);
     }
     if (const QString volume = current->waitingFor(); !volume.isEmpty() && isPlacedByHand(volume))
@@ -143,8 +141,7 @@ bool RarHandler::isPlacedByHand(const QString &name) const
 {
     if (!QFile::exists(nzb->folder() + u'/' + name))
         return false;
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         const bool named = file->isFinished() || file->completedBytes() != 0 || file->isHeldBack();
         if (file->name() == name || !named)
             return false;

@@ -48,8 +48,7 @@ QMap<QString, quint64> Preview::previewableFiles(Nzb *nzb)
 {
     QMap<QString, quint64> films;
     const QString folder = nzb->folder();
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        const NzbFile *file = nzb->fileAt(i);
+    for (const NzbFile *file : nzb->allFiles()) {
         const QString path = folder + u'/' + file->name();
         if (file->completedBytes() != 0
             && (isVideo(file->extension()) || isPieceExtension(file->extension()))

@@ -34,6 +34,7 @@ public:
                     const QString &qName) override;
     bool characters(const QString &text) override;
 
+    [[nodiscard]] const QList<NzbFile *> &allFiles() const { return files; }
     [[nodiscard]] int fileCount() const { return static_cast<int>(files.size()); }
     /// @p index must lie within 0 and fileCount().
     [[nodiscard]] NzbFile *fileAt(int index) const { return files.at(index); }

@@ -116,6 +116,15 @@ void NzbFile::markRepaired()
     completedparts = parts;
 }
 
+void NzbFile::markWhole()
+{
+    pendingSegments.clear();
+    if (isFinished())
+        completed = size_; // not reached by a file whose last article is missing
+    markRepaired();
+    paused = false;
+}
+
 void NzbFile::markLost()
 {
     incomplete = incomplete || completedparts > 0;

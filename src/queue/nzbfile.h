@@ -64,6 +64,8 @@ public:
     /// @p ok is false for a damaged article, whose bytes count all the same.
     void segmentDecoded(int seqnr, const QString &name, quint64 bytes, bool ok, bool viaYenc);
     void markRepaired();
+    /// Nothing more of the file is fetched: it is whole on disk, or was.
+    void markWhole();
     /// What has been decoded so far is no longer on disk.
     void markLost();
     /// For a file that has got its right name on disk.

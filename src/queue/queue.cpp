@@ -106,8 +106,7 @@ quint64 Queue::bytesLeft() const
 {
     quint64 left = 0;
     for (const Nzb *nzb : nzbs) {
-        for (int i = 0; i < nzb->fileCount(); ++i) {
-            const NzbFile *file = nzb->fileAt(i);
+        for (const NzbFile *file : nzb->allFiles()) {
             if (!file->isPaused())
                 left += file->size() - std::min(file->size(), file->completedBytes());
         }

@@ -89,8 +89,7 @@ void MainWindow::setJobPaused(Nzb *nzb, bool paused)
         nzb->setPaused(paused);
         return;
     }
-    for (int i = 0; i < nzb->fileCount(); ++i) {
-        NzbFile *file = nzb->fileAt(i);
+    for (NzbFile *file : nzb->allFiles()) {
         if (!file->isPar2() || file->isOrdered()) {
             file->setPaused(false);
             model->onNzbFileUpdate(file);
