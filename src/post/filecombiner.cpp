@@ -15,8 +15,6 @@
 #include "post/threadsanitizer.h"
 #include "queue/filenames.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 qint64 totalSize(const QStringList &paths)

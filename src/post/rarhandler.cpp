@@ -14,8 +14,6 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
-using namespace Qt::StringLiterals;
-
 RarHandler::RarHandler(Nzb *nzb)
     : QThread(nzb)
     , nzb(nzb)

@@ -10,8 +10,6 @@
 #include "transfer/uudecoder.h"
 #include "transfer/yencdecoder.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 /// The end of a multi-line reply, with the line end before it (RFC 3977 3.1.1).

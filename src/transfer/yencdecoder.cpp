@@ -14,8 +14,6 @@
 #include "transfer/crc32.h"
 #include "transfer/yenckernel.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 /// What is decoded, written and summed up at a time, so that it stays in the processor's cache.

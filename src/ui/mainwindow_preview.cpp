@@ -13,8 +13,6 @@
 #include "ui/mainwindow.h"
 #include "ui_mainwindow.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr int previewCheckMsec = 500;

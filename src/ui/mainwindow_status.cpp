@@ -14,8 +14,6 @@
 #include "ui/mainwindow.h"
 #include "ui_mainwindow.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr double bytesPerMegabyte = 1024.0 * 1024.0;
