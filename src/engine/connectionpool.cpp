@@ -18,10 +18,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A server that does not close after QUIT is not waited for any longer than this.
+/// The longest wait for a server that does not close the connection after QUIT.
 constexpr int farewellMsec = 30000;
 
-/// Replies to AUTHINFO and to commands that want it (RFC 4643 2.2, 2.4).
+/// Replies to AUTHINFO and to commands that need it (RFC 4643 2.2, 2.4).
 enum ReplyCode {
     AuthenticationRequired = 480,
     AuthenticationRefused = 483,
@@ -78,7 +78,7 @@ void ConnectionPool::nntpLoggedIn()
     if (queue.hasWork())
         emit notice(0, tr("Connected (%1)").arg(count));
     assignArticle(senderConnection());
-    // A server that asks for a password would ask the next connection too, box after box.
+    // If the server asks for a password, it would ask the next connection as well, box after box.
     if (settings.get(Settings::threads) > count && queue.hasWork() && !passwordAsked)
         startToDownloadQueue();
 }
@@ -127,13 +127,13 @@ void ConnectionPool::articleNotFound(const QString &msgid, NzbFile *nzbfile, int
         nzbfile->segmentNotFound(seqnr);
         queue.release(nzbfile);
     }
-    // No look at completion here: a file whose last article is missing reads as finished, but is
-    // neither joined nor announced.
+    // Deliberate: completion is not checked here. A file whose last article is missing looks
+    // finished, but is neither joined nor announced.
     assignArticle(connection);
 }
 
-/// Whatever the error, the article goes back to the queue and is the next that its file hands out,
-/// to whichever connection asks first. The rest depends on the kind of error.
+/// In any case the article goes back to its file, which hands it out next, to the first connection
+/// that asks. The rest depends on the kind of error.
 void ConnectionPool::nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr)
 {
     qDebug().nospace() << "NNTP/socket error: " << error << ' ' << msg;
@@ -179,8 +179,8 @@ void ConnectionPool::retry(NNTP *connection, const QString &msg)
     connection->retryAfter(seconds);
 }
 
-/// A file could not be written. A full disk above all concerns the whole queue.
-/// @param passing  only the folder was gone, of a deleted job or until now
+/// A file could not be written. The usual reason, a full disk, concerns the whole queue.
+/// @param passing  the job was deleted, or only its folder was missing and has been made again
 void ConnectionPool::decoderFailed(bool passing, const QString &msg)
 {
     if (passing) {
@@ -199,7 +199,7 @@ void ConnectionPool::closeAllConnections()
         connection->abortWithError(NNTP::ConnectionsClosed, u"Closing all connections"_s);
 }
 
-/// Lets a connection log out. It belongs to nobody from here on and ends itself.
+/// Makes a connection log out. It leaves the pool at once and deletes itself later.
 void ConnectionPool::dismiss(NNTP *connection)
 {
     connections.removeAll(connection);

@@ -13,9 +13,9 @@ class Settings;
 /// The connections to the news server: how many there are, which article each fetches next, what
 /// becomes of that article, and what follows when a connection fails.
 ///
-/// Nothing is scheduled ahead. A connection that is free asks for work, and the queue is walked
-/// from the top; without work it logs out and leaves the pool. The pool grows by one connection
-/// after each login. Lives on the GUI thread, like the connections, which it owns.
+/// Nothing is scheduled in advance. A free connection asks for work, and the queue is searched from
+/// the top. Without work the connection logs out and leaves the pool. The pool grows by one
+/// connection after each login. Lives on the GUI thread, like the connections, which it owns.
 class ConnectionPool final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ConnectionPool)
@@ -28,24 +28,25 @@ public:
     [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
-    /// Whether a box stands on the screen. While one asks for a password no connection is added;
-    /// those in the pool retry as ever.
+    /// Whether an error box is shown. While one asks for a password no connection is added; those
+    /// in the pool go on retrying.
     void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
 
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
     void startToDownloadQueue();
-    /// Ends the connections that have been silent for too long, and counts the bytes of all.
+    /// Ends the connections that have been silent for too long, and counts the bytes of all
+    /// connections.
     void checkSockets();
 
 signals:
     void error(int code, QString msg);
     void notice(int code, QString msg);
-    /// An article of the file is under way, or has come.
+    /// An article of the file has been requested or has arrived.
     void downloadProgresses(NzbFile *file);
     /// The last article of the file has been decoded. @p filename is the decoder's name for it.
     void fileDecoded(NzbFile *file, QString filename);
-    /// By the connections now in the pool, so far.
+    /// @p total  bytes that the connections now in the pool have received so far
     void bytesReceived(quint64 total);
 
 protected slots:
@@ -67,7 +68,7 @@ private:
     Queue &queue;
     const Settings &settings;
     QList<NNTP *> connections;
-    bool errorShown = false; ///< one that ends connections, since one was last opened
+    bool errorShown = false; ///< an error that ends connections, since one was last opened
     bool errorBoxShown = false;
-    bool passwordAsked = false; ///< by the server, since a connection was last opened
+    bool passwordAsked = false; ///< the server has asked, since a connection was last opened
 };

@@ -55,7 +55,7 @@ void removeFilesOf(const NzbFile *file)
         removeInside(folder, part);
 }
 
-/// Folders that hold anything else stay.
+/// Folders that are not empty stay.
 void removeEmptyFolders(const QString &root)
 {
     QStringList folders(root);

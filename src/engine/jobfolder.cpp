@@ -15,8 +15,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// @p name itself, or followed by the first number from 2 on that is not in use in @p folder; 1000
-/// is taken in any case.
+/// @p name, or @p name with the first number from 2 on that is not in use in @p folder. Deliberate:
+/// 1000 is taken in any case.
 QString unusedName(const QString &folder, const QString &name)
 {
     QString candidate = name;
@@ -42,7 +42,7 @@ QString folderName(const QString &name)
 
 void makeFolder(Nzb *nzb)
 {
-    // The download folder comes first: names such as ".." exist in it, and so are never taken.
+    // The download folder comes first, so that names such as ".." exist in it and count as taken.
     makePath(nzb->downloadFolder());
     nzb->setName(unusedName(nzb->downloadFolder(), nzb->name()));
     makePath(nzb->folder());

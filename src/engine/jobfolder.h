@@ -6,18 +6,17 @@
 
 class Nzb;
 
-// The folder of a job: its name, which is that of the job, and its making.
+// Naming and making the folder of a job. Its name is that of the job.
 
-/// A name from a queue file, which becomes a folder as it stands, so changed that it cannot lead
-/// anywhere else.
+/// A job's name from a queue file, changed so that as a folder's name it cannot lead elsewhere.
 [[nodiscard]] QString folderName(const QString &name);
 
-/// Makes the folder of a new job. If there is something of its name the job gets that name with a
-/// number from 2 on behind it.
+/// Makes the folder of a new job. If the name is taken, the job is renamed: a number from 2 on is
+/// appended.
 /// @throws std::runtime_error  with a text for the user
 void makeFolder(Nzb *nzb);
 
-/// Makes the job's folder if it is gone, or the download folder is another one since the last run.
-/// Not the download folder: its disk may just not be mounted. False when there was nothing to do,
-/// or no way.
+/// Makes the job's folder again if it is missing, for instance because the download folder has been
+/// changed. Does not make the download folder itself, whose disk may not be mounted. False if
+/// nothing was done.
 bool makeFolderAnew(Nzb *nzb);

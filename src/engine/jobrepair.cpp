@@ -32,8 +32,8 @@ QMap<QString, int> damagedSets(const Nzb *nzb)
     return sets;
 }
 
-/// The recovery blocks in a volume such as "x.vol007+10.par2"; nothing if @p file is no volume of
-/// the set that @p volumeName stands for.
+/// The recovery blocks in a volume; nothing if @p file is no volume, or not of the set
+/// @p volumeName.
 std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
 {
     const QString name = file->name();
@@ -44,7 +44,7 @@ std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
     return blocks;
 }
 
-/// One block of each set that a volume is there or to be had of, by its base name.
+/// One block for each set that has a volume, by its base name.
 QMap<QString, int> setsOf(const Nzb *nzb)
 {
     QMap<QString, int> sets;
@@ -97,8 +97,8 @@ void JobRepair::requestFirstBlocks(bool anyway)
         par2Failed();
 }
 
-/// Takes volumes in the order of the job until they hold @p number blocks, with no effort to match
-/// sizes. False when they are too few.
+/// Orders volumes in the order of the job until they hold @p number blocks. Deliberate: does not
+/// choose them by size. False if there are too few.
 bool JobRepair::requestBlocks(int number, const QString &volumeName)
 {
     bool found = false;
@@ -117,7 +117,7 @@ bool JobRepair::requestBlocks(int number, const QString &volumeName)
         }
         found = true;
     }
-    // No volume bears the name of this set: any of the job will do.
+    // If no volume has the name of this set, any volume of the job is taken.
     return !found && !volumeName.isEmpty() && requestBlocks(number, QString());
 }
 
@@ -141,8 +141,8 @@ void JobRepair::par2Failed()
     emit ended(false);
 }
 
-/// The program has given files their right names back, or has made one out of the damaged file of
-/// another name, or one that the post lacks: the job knows them by these names from now on.
+/// The program may have given files their right names back, repaired a file under another name, or
+/// made a file that the post lacks. From now on the job uses the new names.
 void JobRepair::takeNames()
 {
     if (!pass)

@@ -9,9 +9,9 @@ class Nzb;
 class NzbFile;
 class Par2Process;
 
-/// The repair of one job: the volumes to be fetched for it, the passes of the PAR2 program, and the
-/// names that the program gives to files. What is to follow is not decided here. Lives on the GUI
-/// thread. A receiver may delete the object in any of its signals.
+/// The repair of one job: orders PAR2 volumes, runs the passes of the PAR2 program, and takes over
+/// the names that it gives to files. JobWork decides what follows. Lives on the GUI thread. A
+/// receiver may delete the object in any of its signals.
 class JobRepair final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(JobRepair)
@@ -22,15 +22,15 @@ public:
     /// Starts a pass with the PAR2 files @p paths. It ends with passEnded().
     /// @throws std::runtime_error  with a text for the user when there is no PAR2 program
     void start(const QStringList &paths);
-    /// Without a PAR2 file on disk nobody knows yet how many blocks are missing: asks for one for
-    /// each damaged file. ended() tells if there are not so many.
-    /// @param anyway  for one of each set if no file is known to be damaged
+    /// Orders one block for each damaged file: without a PAR2 file on disk it is unknown how many
+    /// are needed. Emits ended() if there are too few.
+    /// @param anyway  order one block of each set if no file is known to be damaged
     void requestFirstBlocks(bool anyway);
     /// True from start() until the pass has ended or been let go.
     [[nodiscard]] bool isRunning() const { return pass != nullptr; }
     /// The running pass has found each set correct, or has made it so.
     [[nodiscard]] bool isInOrder() const;
-    /// All that the running pass had to tell is known. It is valid until it has ended.
+    /// Forgets the running pass, which has given its result; it stays valid until it has ended.
     const Par2Process *letGo();
     /// Ends the running pass without another signal.
     void abort();
@@ -41,11 +41,11 @@ signals:
     /// The download of a volume may begin.
     void volumeOrdered();
     void fileRenamed(NzbFile *file);
-    /// The sets lack blocks; volumes are about to be ordered.
+    /// The sets need more blocks, and volumes are about to be ordered.
     void blocksMissing();
-    /// The sets are repaired, or cannot be: or are in order, if isInOrder() says so.
+    /// The sets are @p repaired, or cannot be, or are in order if isInOrder() says so.
     void ended(bool repaired);
-    /// @param answered  false when the pass has told none of the others
+    /// @param answered  false if the pass has emitted no other signal
     void passEnded(bool answered);
 
 protected slots:

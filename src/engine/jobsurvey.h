@@ -10,25 +10,25 @@ class FileCombiner;
 class Nzb;
 class QObject;
 
-// What a job and its folder hold, as its post-processing asks.
+// Questions of the post-processing about the content of a job and its folder.
 
 [[nodiscard]] bool hasPar2(const Nzb *nzb);
 /// A PAR2 volume is on disk or on the server.
 [[nodiscard]] bool isRepairable(const Nzb *nzb);
-/// A volume that a repair has asked for is still to come, be it paused meanwhile.
+/// A volume that a repair has asked for has not arrived yet, even if it is paused.
 [[nodiscard]] bool awaitsOrdered(const Nzb *nzb);
 /// The paths of the PAR2 volumes that have arrived. An index alone repairs nothing.
 [[nodiscard]] QStringList par2Volumes(const Nzb *nzb);
 
-/// An archive can be begun.
+/// The first volume of an archive is on disk.
 [[nodiscard]] bool hasFirstVolume(const Nzb *nzb);
-/// There is a volume "x.part2.rar" or "x.r00", but no file at all that an archive starts with.
+/// A later volume such as "x.part2.rar" or "x.r00" is on disk, but no first volume at all.
 [[nodiscard]] bool hasOrphan(const Nzb *nzb);
-/// A RAR volume has not come whole.
+/// A RAR volume is damaged or has not arrived.
 [[nodiscard]] bool hasDamagedVolume(const Nzb *nzb);
 
 /// A file of the job is on disk.
 [[nodiscard]] bool hasFileOnDisk(const Nzb *nzb);
-/// The join of the first series of split files on disk that has no gaps, not started yet; null
-/// without one.
+/// The join of the first series of split files on disk without gaps, not started yet; null if there
+/// is none.
 [[nodiscard]] std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent);

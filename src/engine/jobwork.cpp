@@ -47,7 +47,7 @@ void JobWork::end(bool atOnce)
         handler->disconnect(this);
         handler->stop();
         QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
-        handler->deleteLater(); // it may be in the midst of a signal
+        handler->deleteLater(); // we may be inside one of its signals
     }
     if (join)
         nzb->addExtractedFile(QFileInfo(join->finish()).fileName(), 0);
@@ -59,7 +59,7 @@ void JobWork::setStatus(const QString &status)
     emit post.statusChanged(nzb);
 }
 
-/// Without a word a job that is not unpacked would read as finished, and its film not be there.
+/// Without a status a job that is not unpacked would look finished.
 void JobWork::showFailure(const QString &reason) { setStatus(failure = reason); }
 
 bool JobWork::isReady() const
@@ -86,7 +86,7 @@ void JobWork::processNzb()
         rarHandler->giveUpLostVolume(anew != Anew::No);
     if (mayUnpack() && unpack())
         return;
-    // A job whose extraction has failed is not complete, and keeps the status that tells it.
+    // A job whose extraction has failed is not complete, and keeps its status.
     if (rarHandler && (rarHandler->hasFailed() || rarHandler->isProcessing()))
         return;
     if (anew != Anew::No && !endAnew())
@@ -110,7 +110,7 @@ void JobWork::startAnew(Anew wanted)
     anew = wanted;
     if (anew == Anew::UnpackUnproved)
         repairState = RepairState::Failed;
-    // What is there is to be looked at in peace. Volumes that a repair has asked for may come.
+    // No file may change now, except for volumes that a repair has asked for.
     for (NzbFile *file : nzb->allFiles()) {
         if (!file->isFinished() && !file->isPar2())
             file->setPaused(true);
@@ -119,7 +119,7 @@ void JobWork::startAnew(Anew wanted)
     processNzb();
 }
 
-/// False when the job is not complete for all that.
+/// False if the job is still not complete.
 bool JobWork::endAnew()
 {
     const bool unproved = std::exchange(anew, Anew::No) == Anew::UnpackUnproved;
@@ -147,7 +147,7 @@ void JobWork::startRepair()
     const QStringList paths = par2Volumes(nzb);
     if (paths.isEmpty())
         return repair.requestFirstBlocks(anew != Anew::No);
-    if (rarHandler && rarHandler->isAtWork()) { // it writes and deletes what the repair would read
+    if (rarHandler && rarHandler->isAtWork()) { // it changes files that the repair would read
         repairState = RepairState::Waits;
         return;
     }
@@ -155,13 +155,13 @@ void JobWork::startRepair()
     try {
         repair.start(paths);
     } catch (const std::runtime_error &failure) {
-        PostProcessor &speaker = post; // which outlives this object
+        PostProcessor &speaker = post; // a receiver may destroy this object, but not that one
         repairFailed(tr("Damaged: par2 program not found"));
         emit speaker.error(0, QString::fromUtf8(failure.what()));
     }
 }
 
-/// The status that tells of a failed or suspended extraction comes back, whatever becomes of the
+/// After a failed or suspended extraction its status is restored, whatever the result of the
 /// repair.
 void JobWork::showRepair(const QString &status)
 {
@@ -171,8 +171,8 @@ void JobWork::showRepair(const QString &status)
 
 void JobWork::endRepair(bool repaired)
 {
-    // Deliberate: a set that is in order outweighs the others, and counts as a failure. Not so for
-    // a job that is taken anew.
+    // Deliberate: one set that is in order counts as a failure, whatever the others are. Only a
+    // repeated post-processing accepts it.
     if (anew != Anew::No && (repaired || repair.isInOrder()))
         return settleRepair();
     if (!repaired)
@@ -185,7 +185,7 @@ void JobWork::endRepair(bool repaired)
     processNzb();
 }
 
-/// par2 has found the sets correct, or made them so. That holds for their files and for no other.
+/// par2 has found the sets correct or has repaired them, which proves their files and no others.
 void JobWork::settleRepair()
 {
     const Par2Process *pass = repair.letGo();
@@ -195,7 +195,7 @@ void JobWork::settleRepair()
         if (whole.contains(file->name()))
             file->markWhole();
     }
-    removeLeftovers(nzb); // perhaps of an earlier pass
+    removeLeftovers(nzb); // there may be some of an earlier pass
     setStatus(pass->hasRepaired() ? u"Repaired"_s : QString());
     processNzb();
 }
@@ -203,7 +203,7 @@ void JobWork::settleRepair()
 void JobWork::repairFailed(const QString &status)
 {
     showRepair(status);
-    // A set that is in order has failed by the rule alone: taken anew, the job will read it again.
+    // A set that is in order has not really failed: a repeated post-processing reads it again.
     const bool failed = anew != Anew::No || !repair.isInOrder();
     repairState = failed ? RepairState::Failed : RepairState::Open;
     if (anew == Anew::No)
@@ -245,7 +245,7 @@ RarHandler *JobWork::rarHandlerFor(Nzb *job)
 void JobWork::feedExtraction(NzbFile *nzbfile)
 {
     if (repair.isRunning() || anew == Anew::Repair)
-        return; // the end of the repair comes back to all files
+        return; // when the repair ends, all files are handled
     keepVolumes();
     if (rarHandler)
         rarHandler->fileCompleted(nzbfile);
@@ -255,15 +255,15 @@ void JobWork::feedExtraction(NzbFile *nzbfile)
 
 bool JobWork::mayUnpack() const
 {
-    // Anew without a repair, only an archive of which each volume has come whole; without PAR2
-    // files at all the archives themselves have to tell.
+    // When the post-processing is repeated and the repair has failed, only an archive with whole
+    // volumes is unpacked. Without PAR2 files any archive is tried.
     if (anew != Anew::No)
         return repairState != RepairState::Failed || anew == Anew::UnpackUnproved
                || !hasDamagedVolume(nzb);
     return !nzb->hasIncompleteFiles() && settings.rarHandling() != RarHandling::Disabled;
 }
 
-/// Returns true as long as an archive is being unpacked or split files are being joined.
+/// True if an archive is being unpacked or split files are being joined.
 bool JobWork::unpack()
 {
     RarHandler *handler = rarHandlerFor(nzb);
@@ -279,8 +279,8 @@ bool JobWork::unpack()
     return true;
 }
 
-/// The volumes of an unpacked archive stay as long as a repair may read them: it runs, or is to
-/// come, or a file is on its way that may be damaged or that it has asked for.
+/// The volumes of an unpacked archive stay as long as a repair may read them: while it runs or may
+/// still come, and while a file is missing that may be damaged or that the repair has asked for.
 void JobWork::keepVolumes()
 {
     if (!rarHandler)
@@ -313,7 +313,7 @@ void JobWork::rarProcessingComplete()
         processNzb();
 }
 
-/// It sleeps, or has been suspended: a repair may begin, and what it sleeps for may be lost.
+/// The extraction sleeps or is suspended: a repair may begin, and the awaited volume may be lost.
 void JobWork::rarResting()
 {
     if (!isReady())
@@ -339,8 +339,8 @@ void JobWork::setRarPassword(const QString &password)
     rarHandlerFor(nzb)->setRarPassword(password);
 }
 
-/// One series at a time; the rest have their turn when it is done. A join cannot be stopped: it
-/// belongs to the PostProcessor, and so outlives the job if need be.
+/// Joins one series; the others follow when it is done. A join cannot be stopped, so it belongs to
+/// the PostProcessor and may outlive the job.
 bool JobWork::startCombiners()
 {
     join = nextJoin(nzb, &post).release();
@@ -362,7 +362,7 @@ void JobWork::splitCombinerFinished(Nzb *job, const QString &file)
         processNzb();
 }
 
-/// True when the job is taken anew instead.
+/// True if the post-processing is repeated instead.
 bool JobWork::endJoin()
 {
     join = nullptr;
@@ -377,7 +377,7 @@ bool JobWork::isBusy() const
     return repair.isRunning() || join || (rarHandler && rarHandler->isAtWork());
 }
 
-/// An archive can be unpacked although a file beside it is damaged, as while a job arrives.
+/// An archive can be unpacked although another file is damaged, as during the download.
 bool JobWork::unpacksDamaged() const
 {
     return nzb->hasIncompleteFiles() && !hasDamagedVolume(nzb) && hasFirstVolume(nzb)

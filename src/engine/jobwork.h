@@ -11,12 +11,12 @@ class PostProcessor;
 class RarHandler;
 class Settings;
 
-/// What is at work on one job after its download, and the decision what comes next: repair,
+/// The post-processing of one job: owns the running steps, and decides what comes next: repair,
 /// extraction, joining, completion, in this order.
 ///
-/// No stage is kept: each step that ends has processNzb() take the whole decision again, by what
-/// the job and the disk hold then. It speaks by the signals of the PostProcessor, whose receivers
-/// may have it destroyed. Lives on the GUI thread.
+/// No stage is kept: when a step ends, processNzb() decides again from the state of the job and the
+/// disk. Emits the signals of the PostProcessor, since a receiver may cause this object to be
+/// destroyed. Lives on the GUI thread.
 class JobWork final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(JobWork)
@@ -27,33 +27,34 @@ public:
         No,
         Repair, ///< and then to unpack
         Unpack,
-        UnpackUnproved, ///< nothing but the archives themselves can tell what is whole
+        UnpackUnproved, ///< only the archives themselves can show what is whole
     };
 
     JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb);
-    /// Waits until no archive of the job is being unpacked. A join goes on unheard.
+    /// Waits until no archive of the job is being unpacked. A join goes on, but is not reported.
     ~JobWork() override;
 
-    /// A file has come whole: an archive may be unpacked while the job arrives.
+    /// A file has arrived: an archive may be unpacked during the download.
     void feedExtraction(NzbFile *nzbfile);
-    /// All that was wanted has arrived. Of a job that is taken anew that is what is there.
+    /// Everything that was wanted has arrived. If the post-processing is repeated, no file is being
+    /// fetched.
     [[nodiscard]] bool isReady() const;
     void processNzb();
     /// The answer to passwordNeeded(), empty to decline.
     void setRarPassword(const QString &password);
 
-    /// What taking the job anew has to begin with.
+    /// The first step of repeating the post-processing.
     [[nodiscard]] Anew whatIsWanted() const;
     void startAnew(Anew wanted);
     [[nodiscard]] bool isJoining() const { return join != nullptr; }
-    /// Has the job taken anew when its join has ended, for that cannot be stopped.
+    /// Repeats the post-processing when the join has ended, which cannot be stopped.
     void takeAnewAfterJoin() { anewAfterJoin = true; }
-    /// Waits until nothing writes in the job's folder any more, and all that was written is known.
+    /// Blocks until nothing writes in the job's folder any more, and the job knows all its files.
     /// Nothing else may be called afterwards.
-    /// @param atOnce  in the midst of an archive
+    /// @param atOnce  even within an archive
     void end(bool atOnce);
 
-    /// A repair can be tried, or there is an archive to be unpacked or a series to be joined.
+    /// A repair can be tried, an archive can be unpacked, or a series can be joined.
     [[nodiscard]] bool hasWorkLeft() const;
     /// Goes on with a job that an earlier run of the program did not finish.
     void resume();
@@ -69,8 +70,8 @@ protected slots:
 private:
     enum class RepairState {
         Open,
-        Waits, ///< for the extraction to rest
-        Failed, ///< the last one, or there could be none
+        Waits, ///< until the extraction sleeps or has ended
+        Failed, ///< the last repair failed, or none was possible
     };
 
     [[nodiscard]] bool endAnew();
@@ -99,11 +100,11 @@ private:
     const Settings &settings;
     Nzb *nzb;
     JobRepair repair;
-    RarHandler *rarHandler = nullptr; ///< a child of the job; from the first need of it on
+    RarHandler *rarHandler = nullptr; ///< a child of the job; made when it is first needed
     FileCombiner *join = nullptr; ///< while it runs; it deletes itself
     Anew anew = Anew::No;
     RepairState repairState = RepairState::Open;
     bool anewAfterJoin = false;
-    bool lookAgain = false; ///< at the job, once the repair has ended
-    QString failure; ///< or suspension of the extraction, as the status tells it
+    bool lookAgain = false; ///< call processNzb() when the repair has ended
+    QString failure; ///< the status text of a failed or suspended extraction
 };

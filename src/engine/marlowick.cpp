@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// For the user's eyes only: the queue tells what is downloaded.
+/// Only the user may read it, since the queue shows what is downloaded.
 bool makePrivateFolder(const QString &folder)
 {
     if (!QDir().mkpath(folder))
@@ -65,7 +65,7 @@ void Marlowick::connectQueue()
     connect(queue, &Queue::NzbItemDeleted, this, &Marlowick::NzbItemDeleted);
     connect(queue, &Queue::beforeQueueReset, this, &Marlowick::beforeQueueReset);
     connect(queue, &Queue::queueReset, this, &Marlowick::queueReset);
-    // The other way round, for the rows; ahead of all who connect later, and may delete a job.
+    // For the rows of the model. Connected before receivers that may delete a job.
     connect(this, &Marlowick::downloadProgresses, queue, &Queue::downloadProgresses);
     connect(this, &Marlowick::nzbComplete, queue, &Queue::statusChanged);
     connect(this, &Marlowick::statusChanged, queue, &Queue::statusChanged);
@@ -95,12 +95,12 @@ void Marlowick::connectPostProcessor()
     connect(from, &PostProcessor::volumeOrdered, this, &Marlowick::startToDownloadQueue);
 }
 
-/// It lies beside the settings file, whose folder may have to be made.
+/// The queue file lies beside the settings file, whose folder may have to be made.
 void Marlowick::openQueueFile()
 {
     const QString folder = settings_->folder();
     if (!QDir(folder).exists() && !makePrivateFolder(folder)) {
-        // Nobody listens yet: the window connects once the engine is there.
+        // Emitted later, since the window connects after the engine has been made.
         QTimer::singleShot(0, this, [this, folder] {
             emit error(0,
                        tr("Error creating the settings folder '%1'. Settings and queue cannot be "
@@ -207,7 +207,7 @@ void Marlowick::repairAndUnpack(Nzb *nzb) { post->repairAndUnpack(nzb); }
 
 void Marlowick::saveQueue()
 {
-    // Deliberate: of a disk without room for the whole queue nothing is told.
+    // Deliberate: if the disk has too little space for the queue, there is no message.
     if (queueFile->save(queue_->jobs()) == QueueFile::Written::CannotOpen) {
         saveTimer.stop();
         emit error(0, tr("Error saving queue file"));
@@ -220,14 +220,14 @@ void Marlowick::loadQueue(const QString &fileName)
     readQueue(queueFile->load(*queue_, downloadFolder(), fileName), before);
 }
 
-/// What a failed loadQueue() has read stays allocated.
+/// The jobs that a failed loadQueue() has read stay allocated.
 void Marlowick::loadBackup()
 {
     queue_->clear();
     readQueue(queueFile->loadBackup(*queue_, downloadFolder()), 0);
 }
 
-/// @param before  the jobs that have been there before
+/// @param before  the number of jobs before the file was read
 void Marlowick::readQueue(XmlResult result, qsizetype before)
 {
     if (result == XmlResult::CannotOpen)

@@ -23,14 +23,14 @@ class SpeedMeter;
 enum class XmlResult;
 
 /// The engine's face: the operations and signals that windows use. Owns the parts that do the work,
-/// connects them with each other and passes on what they say. Lives on the GUI thread; all its
-/// signals are direct.
+/// connects them with each other and relays their signals. Lives on the GUI thread; all its signals
+/// are direct.
 class Marlowick final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Marlowick)
 
 public:
-    /// @param tick  how often connections are looked at and the speed is told
+    /// @param tick  how often the connections are checked and the speed is measured
     explicit Marlowick(QObject *parent, std::chrono::milliseconds tick = std::chrono::seconds(2));
     ~Marlowick() override;
 
@@ -51,11 +51,11 @@ public:
     /// Makes a job of an NZB file, plain or gzip-compressed, and starts the download.
     /// @throws std::runtime_error  with a text for the user; the queue is as it was
     Nzb *addNZB(const QString &nzbFile);
-    /// Takes a job or a file out of the queue. What a connection still fetches for it stays
-    /// allocated until that article has come back.
+    /// Takes a job or a file out of the queue. If a connection still fetches an article of it, the
+    /// item stays allocated until that article has come back.
     void deleteItem(INzbItem *item);
-    /// Removes the item's files from disk, never anything outside the job's folder. Called before
-    /// deleteItem(); what cannot be removed stays, without a message.
+    /// Removes the item's files from disk, never anything outside the job's folder. Call it before
+    /// deleteItem(). Files that cannot be removed stay, without a message.
     void deleteFiles(INzbItem *item);
 
     /// True when some unpaused file has a pending segment.
@@ -68,8 +68,8 @@ public:
     [[nodiscard]] bool nextArticle(NzbFile *&file, int &number, QString &messageId);
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
-    /// Tells the engine whether an error box stands on the screen. While one asks for a password no
-    /// connection is added to the pool; those in it retry as ever.
+    /// Tells the engine whether an error box is shown. While one asks for a password no connection
+    /// is added to the pool; those in it go on retrying.
     void setErrorBoxShown(bool shown);
 
     /// The answer to passwordNeeded(): empty when the user declines.
@@ -77,16 +77,15 @@ public:
 
     /// True when the job has something on disk and no article under way.
     [[nodiscard]] bool canRepairAndUnpack(const Nzb *nzb) const;
-    /// Takes the post-processing of a job anew from what is on disk, whatever has become of it:
-    /// repairs if anything is wrong with it, unpacks, joins. No effect unless
-    /// canRepairAndUnpack().
+    /// Repeats the post-processing of a job with the files on disk, whatever its result was:
+    /// repairs if anything is wrong, unpacks, joins. No effect unless canRepairAndUnpack().
     void repairAndUnpack(Nzb *nzb);
 
-    /// Appends the jobs of a queue file, with half-done files where they stood. Without a file
-    /// there are none.
-    /// @param fileName  the engine's own queue file if it is empty
-    /// @throws std::runtime_error  with a text for the user; the queue then holds the jobs that
-    ///     stand before the fault, of which the last may be short of files
+    /// Appends the jobs of a queue file, including the state of half-finished files. A file that
+    /// does not exist counts as an empty queue.
+    /// @param fileName  if it is empty, the engine's own queue file
+    /// @throws std::runtime_error  with a text for the user; the queue then holds the jobs before
+    ///     the fault, and the last of them may lack files
     void loadQueue(const QString &fileName);
     /// Replaces the queue by that of the save before the last one.
     /// @throws std::runtime_error  as loadQueue()
@@ -109,20 +108,20 @@ signals:
     void error(int code, QString msg);
     /// For the status bar. @p code is always 0.
     void notice(int code, QString msg);
-    /// @p speedinbytespsec is raw bytes off the sockets per second; @p bytesleft does not count
-    /// paused files; @p secondsleft is 0 when the speed is.
+    /// @p speedinbytespsec counts the raw bytes from the sockets per second; @p bytesleft does not
+    /// count paused files; @p secondsleft is 0 if the speed is 0.
     void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
     /// The extraction of @p rarfile sleeps until setRarPassword() is called.
     void passwordNeeded(Nzb *nzb, QString rarfile);
-    /// Around a change of the whole queue at once, of which no other signal tells.
+    /// Emitted before and after a change of the whole queue, without any other signal.
     void beforeQueueReset();
     void queueReset();
 
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
     void startToDownloadQueue();
-    /// Writes the queue file; the one there becomes the backup. On failure that one stays, the
-    /// periodic save ends, and error() tells.
+    /// Writes the queue file; the existing one becomes the backup. On failure the existing one
+    /// stays, the periodic save ends, and error() is emitted.
     void saveQueue();
 
 private:
@@ -133,7 +132,7 @@ private:
     void readQueue(XmlResult result, qsizetype before);
     [[nodiscard]] Nzb *importNzb(const QString &nzbFile);
 
-    // The later ones use the earlier ones to their end.
+    // Destroyed in reverse order, since the later parts use the earlier ones.
     Settings *settings_;
     std::unique_ptr<Queue> queue_;
     std::unique_ptr<ConnectionPool> pool;

@@ -93,8 +93,8 @@ void PostProcessor::setRarPassword(Nzb *nzb, const QString &password)
         workOf(nzb).setRarPassword(password);
 }
 
-/// Looks at a job that has lost a file, which may have been the last one that it waited for. Not at
-/// once: a connection may be in the midst of its report, or the queue about to be saved and closed.
+/// Checks a job that has lost a file, which may have been the last one that it waited for. Not at
+/// once: we may be inside a signal of a connection, or the queue may be about to be saved.
 void PostProcessor::processLater(Nzb *nzb)
 {
     QTimer::singleShot(0, nzb, [this, nzb] {
@@ -132,7 +132,7 @@ void PostProcessor::resumeLater(const QList<Nzb *> &jobs)
     resumeTimer.start(0);
 }
 
-/// One job at a time, and one look at each turn of the event loop.
+/// One job at a time, and only one step in each turn of the event loop.
 void PostProcessor::resumeNext()
 {
     if (resumed && work.contains(resumed) && workOf(resumed).isBusy())

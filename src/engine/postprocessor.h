@@ -16,8 +16,8 @@ class NzbFile;
 class Queue;
 class Settings;
 
-/// What follows when files and jobs have arrived. Has one JobWork for each job that has had any
-/// work, which decides for it. Lives on the GUI thread.
+/// Everything that follows when files and jobs have arrived. For each job with such work it has a
+/// JobWork, which decides for that job. Lives on the GUI thread.
 class PostProcessor final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PostProcessor)
@@ -30,14 +30,14 @@ public:
 
     /// True when the job has something on disk and no article under way.
     [[nodiscard]] bool canRepairAndUnpack(const Nzb *nzb) const;
-    /// Takes the post-processing of a job anew from what is on disk. No effect unless
+    /// Repeats the post-processing of a job with the files on disk. No effect unless
     /// canRepairAndUnpack().
     void repairAndUnpack(Nzb *nzb);
     void setRarPassword(Nzb *nzb, const QString &password);
-    /// Blocks until nothing writes in the job's folder any more, and all that was written is known.
-    /// @param atOnce  in the midst of an archive
+    /// Blocks until nothing writes in the job's folder any more, and the job knows all its files.
+    /// @param atOnce  even within an archive
     void endProcessing(Nzb *nzb, bool atOnce = false);
-    /// Has jobs gone on with that were read from the queue file, one after another.
+    /// Resumes jobs that were read from the queue file, one after another.
     void resumeLater(const QList<Nzb *> &jobs);
 
 public slots:
@@ -53,7 +53,7 @@ signals:
     void nzbComplete(Nzb *nzb);
     /// The job has another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);
-    /// The file has another name.
+    /// The file has got another name.
     void downloadProgresses(NzbFile *file);
     void passwordNeeded(Nzb *nzb, QString rarfile);
     /// The download of a PAR2 volume may begin.
@@ -69,6 +69,6 @@ private:
     const Settings &settings;
     std::map<const Nzb *, std::unique_ptr<JobWork>> work;
     QList<QPointer<Nzb>> toResume; ///< jobs that were read from the queue file
-    QPointer<Nzb> resumed; ///< the one that is at work
+    QPointer<Nzb> resumed; ///< the one that is being processed
     QTimer resumeTimer;
 };

@@ -20,9 +20,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Moves @p file to @p backup, which does not exist, and leaves an empty file in its place. A crash
-/// finds at each moment a file of that name: a queue file that is missing counts as an empty queue,
-/// an empty one as damaged, and then the backup is offered.
+/// Moves @p file to @p backup, which does not exist, and leaves an empty file in its place. So
+/// there is a file of that name at each moment: after a crash, a missing file would count as an
+/// empty queue, while an empty file counts as damaged, and the backup is offered.
 /// @returns false where the file system cannot exchange two names at once
 bool replaceByEmptyFile(const QString &file, const QString &backup)
 {
@@ -38,7 +38,7 @@ bool replaceByEmptyFile(const QString &file, const QString &backup)
     return false;
 }
 
-/// Puts @p backup in the place of @p file in one step, so that a crash finds one of them.
+/// Replaces @p file by @p backup in one step, so that a crash leaves one of them.
 void restoreBackup(const QString &backup, const QString &file)
 {
     if (QFileInfo(backup).isFile())
@@ -83,7 +83,7 @@ public:
 
     bool characters(const QString &text) override { return !last() || last()->characters(text); }
 
-    /// For a file that has broken off inside of a job.
+    /// For a file that ends within a job.
     void closeRows()
     {
         for (; rowsOpen > 0; --rowsOpen)
@@ -118,9 +118,8 @@ QueueFile::Written QueueFile::save(const QList<Nzb *> &jobs)
     return written;
 }
 
-/// After loadBackup(), or a save for which the disk had no room, the queue file is damaged and is
-/// written over where it lies: moved to the backup's name it would take the place of the only good
-/// file before there is another.
+/// After loadBackup(), or a save that filled the disk, the queue file is damaged and is overwritten
+/// in place: as a backup it would replace the only good file.
 QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
 {
     if (!damaged && QFile::exists(queueFileName)) {
@@ -140,7 +139,7 @@ QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
         nzb->saveXml(xml);
     xml.writeEndElement();
     xml.writeEndDocument();
-    const bool flushed = file.flush(); // also what only the closing would have written
+    const bool flushed = file.flush(); // including what close() would have written
     const bool whole = flushed && !xml.hasError();
     file.close();
     return whole ? Written::Whole : Written::Full;

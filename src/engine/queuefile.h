@@ -10,14 +10,14 @@
 class Nzb;
 class Queue;
 
-/// The queue across runs: one compressed XML file, and as its backup the file of the save before.
-/// Blocks until the disk has answered; of a failure it tells by its result alone.
+/// The queue on disk: one compressed XML file, and the file of the previous save as its backup.
+/// Blocks until the disk has answered; failures are returned as results.
 class QueueFile {
 public:
     enum class Written {
         Whole,
-        Full, ///< the disk has no room for all of it
-        CannotOpen, ///< the file of the save before is back in its place
+        Full, ///< the disk has too little space
+        CannotOpen, ///< the file of the previous save is back in its place
     };
 
     /// @param folder  where both files lie
@@ -25,13 +25,13 @@ public:
 
     [[nodiscard]] const QString &name() const { return queueFileName; }
     Written save(const QList<Nzb *> &jobs);
-    /// Appends the jobs of the file @p fileName to @p queue; those that it announces stay if it
-    /// turns out to be damaged. A file that does not exist holds none.
-    /// @param fileName  name() if it is empty
-    /// @param downloadFolder  for the folders of the jobs
+    /// Appends the jobs of the file @p fileName to @p queue. If the file is damaged, the jobs
+    /// before the fault stay. A file that does not exist counts as empty.
+    /// @param fileName  if it is empty, name() is used
+    /// @param downloadFolder  the folder for the jobs' folders
     [[nodiscard]] XmlResult load(Queue &queue, const QString &downloadFolder,
                                  const QString &fileName = QString());
-    /// The same with the backup, which the next save does not replace by the present file.
+    /// The same with the backup. The next save does not replace it by the present file.
     [[nodiscard]] XmlResult loadBackup(Queue &queue, const QString &downloadFolder);
 
 private:
@@ -39,5 +39,5 @@ private:
 
     QString queueFileName;
     QString backupFileName;
-    bool damaged = false; ///< so that it must not take the place of the backup
+    bool damaged = false; ///< the file must not replace the backup
 };

@@ -25,7 +25,7 @@ SpeedMeter::SpeedMeter(const Queue &queue, QObject *parent)
 
 void SpeedMeter::update(quint64 total)
 {
-    // A total that shrinks means that a connection has left the pool: there is no speed to tell.
+    // If the total shrinks, a connection has left the pool, and the speed is unknown.
     if (speedClock.isValid() && lastBytesReceived <= total) {
         const auto elapsed = static_cast<quint64>(std::max<qint64>(speedClock.elapsed(), 1));
         // Deliberate: whole bytes per millisecond first, so the speed moves in steps of 1000 bytes

@@ -7,8 +7,8 @@
 
 class Queue;
 
-/// Tells the speed of the download, and the time left, from one look at the connections to the
-/// next. Lives on the GUI thread.
+/// Measures the speed of the download and the time left between two looks at the connections. Lives
+/// on the GUI thread.
 class SpeedMeter final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SpeedMeter)
@@ -21,7 +21,7 @@ public:
     void update(quint64 total);
 
 signals:
-    /// As the engine's. Not the first time, nor when a connection has left the pool.
+    /// See the engine's signal. Not emitted the first time, nor after a connection left the pool.
     void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
 
 private:

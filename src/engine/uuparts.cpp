@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// More parts than this are looked for by a list of the folder, which can be long itself.
+/// For more parts than this, the folder is listed, which may be long as well.
 constexpr int mostAskedFor = 1000;
 
 QStringList askForParts(const QString &path, int partCount)

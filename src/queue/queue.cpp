@@ -9,12 +9,12 @@
 
 namespace {
 
-/// How many files the walk asks the memory for ahead of the one that it looks at: they lie
-/// anywhere, and it would wait for each.
+/// How many files ahead are loaded from memory: they are scattered, and the search would wait for
+/// each of them.
 constexpr int filesAhead = 32;
 
-/// The first file in queue order that has something to fetch, or null. Linear in the files before
-/// it; keeping no index is what lets a reorder, pause or delete take effect at once.
+/// The first file in queue order that has something to fetch, or null. Takes time linear in the
+/// files before it. Without an index, moving, pausing and deleting take effect at once.
 NzbFile *firstWanted(const QList<Nzb *> &queue)
 {
     for (const Nzb *nzb : queue) {

@@ -8,8 +8,8 @@
 class Nzb;
 class NzbFile;
 
-/// The jobs in the order of download and display, with an announcement before and after each change
-/// of that list.
+/// The jobs in the order of download and display. Signals announce each change of the list before
+/// and after.
 ///
 /// Its jobs are its children. An item that is removed while a connection still fetches one of its
 /// articles leaves the queue at once but stays allocated, so that the late result finds a living
@@ -26,17 +26,17 @@ public:
     /// False for a file that has been removed, alone or with its job.
     [[nodiscard]] bool contains(NzbFile *file) const;
 
-    /// Announces a job, which is named @p name or made from the NZB file @p name.
+    /// Announces a job that is called @p name, or is made from the NZB file @p name.
     void beginAdd(const QString &name) { emit beforeAddNZB(name); }
     void append(Nzb *nzb) { nzbs.append(nzb); }
-    /// Closes what beginAdd() opened; @p nzb is null when no whole job has come of it.
+    /// Ends what beginAdd() began; @p nzb is null if there is no whole job.
     void endAdd(Nzb *nzb) { emit NZBadded(nzb); }
-    /// Without an announcement: the model, where the user moves jobs, makes its own.
+    /// Without a signal: only the model moves jobs, and notifies the view itself.
     void move(int from, int to) { nzbs.move(from, to); }
     void remove(Nzb *nzb);
     void remove(NzbFile *file);
-    /// Frees a removed item that was kept for an article under way, once the last one has come
-    /// back. To be called when an article of @p file has; afterwards file and job may be gone.
+    /// To be called when an article of @p file has come back. Frees a removed item once its last
+    /// article has come back; afterwards file and job may be gone.
     void release(NzbFile *file);
     /// Empties the queue. The jobs stay allocated.
     void clear();
@@ -49,7 +49,7 @@ public:
     /// True when every job is paused, and for an empty queue.
     [[nodiscard]] bool allPaused() const;
     void pauseAll();
-    /// Bytes still to be fetched of all files that are not paused.
+    /// Bytes still to be fetched for all files that are not paused.
     [[nodiscard]] quint64 bytesLeft() const;
 
 signals:
@@ -58,7 +58,7 @@ signals:
     void beforeNzbDelete(Nzb *nzb);
     void beforeNzbFileDelete(NzbFile *file);
     void NzbItemDeleted();
-    /// Around a change of the whole queue at once, of which no other signal tells.
+    /// Emitted before and after a change of the whole queue, without any other signal.
     void beforeQueueReset();
     void queueReset();
     /// The job has left the list and is about to be deleted, at once or with its last article.
@@ -67,7 +67,7 @@ signals:
     /// way.
     void nzbFileRemoved(Nzb *nzb);
 
-    // Others tell by these that a row shows something new.
+    // Emitted by other parts: a row has new content.
     void downloadProgresses(NzbFile *file);
     void statusChanged(Nzb *nzb);
 
