@@ -95,7 +95,7 @@ void ConnectionPool::assignArticle(NNTP *connection)
         dismiss(connection);
         return;
     }
-    auto *nzb = qobject_cast<Nzb *>(file->parent());
+    Nzb *nzb = file->job();
     makeFolderAnew(nzb);
     connection->getArticle(messageId, nzb->folder(), file, number);
     emit downloadProgresses(file);
@@ -137,7 +137,7 @@ void ConnectionPool::articleNotFound(const QString &msgid, NzbFile *nzbfile, int
 void ConnectionPool::nntpError(int error, const QString &msg, NzbFile *nzbfile, int seqnr)
 {
     qDebug().nospace() << "NNTP/socket error: " << error << ' ' << msg;
-    Nzb *nzb = nzbfile ? qobject_cast<Nzb *>(nzbfile->parent()) : nullptr;
+    Nzb *nzb = nzbfile ? nzbfile->job() : nullptr;
     const bool jobDeleted = nzb && !queue.contains(nzb);
     if (nzbfile) {
         nzbfile->requeueSegment(seqnr);

@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QSet>
 
+#include <utility>
+
 #include "engine/uuparts.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
@@ -43,10 +45,10 @@ void removeInside(const QString &folder, const QString &path)
 
 void removeFilesOf(const NzbFile *file)
 {
-    const QString folder = qobject_cast<Nzb *>(file->parent())->folder();
     if (!isDeletableName(file->name()))
         return;
-    const QString path = folder + u'/' + file->name();
+    const QString folder = file->job()->folder();
+    const QString path = file->path();
     removeInside(folder, path);
     if (file->isFinished() || file->completedBytes() == 0 || file->isYenc())
         return;
@@ -61,17 +63,12 @@ void removeEmptyFolders(const QString &root)
     QStringList folders(root);
     QDirIterator below(root, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
     while (below.hasNext())
-        folders << below.next();
-    for (auto folder = folders.crbegin(); folder != folders.crend(); ++folder)
-        QDir().rmdir(*folder);
+        folders.prepend(below.next()); // the deepest go first
+    for (const QString &folder : std::as_const(folders))
+        QDir().rmdir(folder);
 }
 
 } // namespace
-
-QString pathOf(const NzbFile *file)
-{
-    return qobject_cast<const Nzb *>(file->parent())->folder() + u'/' + file->name();
-}
 
 void removeLeftovers(Nzb *nzb, const QString &name)
 {
@@ -88,7 +85,7 @@ void removeLeftovers(Nzb *nzb)
 void removeFiles(const NzbFile *file)
 {
     removeFilesOf(file);
-    removeLeftovers(qobject_cast<Nzb *>(file->parent()), file->name());
+    removeLeftovers(file->job(), file->name());
 }
 
 void removeFiles(Nzb *nzb)

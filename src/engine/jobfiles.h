@@ -10,9 +10,6 @@ class NzbFile;
 // The files of a job on disk, and their deletion. Nothing outside the job's folder is touched.
 // Files that cannot be removed stay, without a message.
 
-/// The full path of the file, which need not exist yet.
-[[nodiscard]] QString pathOf(const NzbFile *file);
-
 /// Removes the file or its parts that have arrived, and its leftovers, see removeLeftovers().
 void removeFiles(const NzbFile *file);
 /// The same for each file of the job, and for those that post-processing has made. Also removes the

@@ -12,7 +12,6 @@
 #include <optional>
 #include <utility>
 
-#include "engine/jobfiles.h"
 #include "post/par2process.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
@@ -159,14 +158,14 @@ void JobRepair::takeNames()
             continue;
         const QString oldName = pass->foundIn().value(name);
         NzbFile *file = targets.contains(oldName) ? nullptr : files.value(oldName);
-        const bool stays = file && !file->isIncomplete() && QFile::exists(pathOf(file));
+        const bool stays = file && !file->isIncomplete() && QFile::exists(file->path());
         if (!file || stays) { // parts of a file may be found in another one that is whole
             nzb->addExtractedFile(name, static_cast<quint64>(QFileInfo(path).size()));
             restored << name;
             continue;
         }
-        if (isInsideFolder(nzb->folder(), pathOf(file)))
-            QFile::remove(pathOf(file));
+        if (isInsideFolder(nzb->folder(), file->path()))
+            QFile::remove(file->path());
         files.remove(oldName);
         file->setFilename(name);
         emit fileRenamed(file);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "engine/jobfiles.h"
 #include "post/filecombiner.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
@@ -17,7 +16,7 @@
 
 namespace {
 
-bool isOnDisk(const NzbFile *file) { return QFile::exists(pathOf(file)); }
+bool isOnDisk(const NzbFile *file) { return QFile::exists(file->path()); }
 
 bool isInsideJob(const Nzb *nzb, const QString &path)
 {
@@ -49,7 +48,7 @@ QStringList par2Volumes(const Nzb *nzb)
 {
     QStringList paths;
     for (const NzbFile *file : nzb->allFiles()) {
-        const QString path = pathOf(file);
+        const QString path = file->path();
         if (file->isPar2Volume() && file->isFinished() && isInsideJob(nzb, path))
             paths << path;
     }
@@ -83,7 +82,7 @@ std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent)
 {
     QMap<QString, QStringList> series;
     for (const NzbFile *file : nzb->allFiles()) {
-        const QString path = pathOf(file);
+        const QString path = file->path();
         if (isPieceExtension(file->extension()) && isInsideJob(nzb, path))
             series[seriesName(file->name())] << path;
     }

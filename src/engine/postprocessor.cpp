@@ -44,23 +44,21 @@ JobWork &PostProcessor::workOf(Nzb *nzb)
 
 void PostProcessor::finishFile(NzbFile *nzbfile, const QString &filename)
 {
-    auto *nzb = qobject_cast<Nzb *>(nzbfile->parent());
     if (!nzbfile->isYenc())
         joinParts(nzbfile);
     emit notice(0, tr("File download complete: ") + filename);
     emit fileComplete(nzbfile);
-    JobWork &job = workOf(nzb);
+    JobWork &job = workOf(nzbfile->job());
     job.feedExtraction(nzbfile);
     if (job.isReady())
         job.processNzb();
 }
 
 /// Joins the parts of a uuencoded file on this thread; a part that is missing leaves it shorter.
-void PostProcessor::joinParts(NzbFile *nzbfile)
+void PostProcessor::joinParts(const NzbFile *nzbfile) const
 {
-    const QString folder = qobject_cast<Nzb *>(nzbfile->parent())->folder();
-    const QString path = folder + u'/' + nzbfile->name();
-    if (!isInsideFolder(folder, path))
+    const QString path = nzbfile->path();
+    if (!isInsideFolder(nzbfile->job()->folder(), path))
         return;
     FileCombiner combiner(nullptr, nullptr);
     const QStringList parts = uuParts(path, nzbfile->partCount());

@@ -61,7 +61,7 @@ signals:
 
 private:
     [[nodiscard]] JobWork &workOf(Nzb *nzb);
-    void joinParts(NzbFile *nzbfile);
+    void joinParts(const NzbFile *nzbfile) const;
     void processLater(Nzb *nzb);
     void resumeNext();
 

@@ -67,14 +67,9 @@ void RarHandler::checkCompletedFiles()
     }
 }
 
-QString RarHandler::pathOf(const NzbFile *file) const
-{
-    return nzb->folder() + u'/' + file->name();
-}
-
 bool RarHandler::isWhole(const NzbFile *file) const
 {
-    return trustsDisk ? QFile::exists(pathOf(file)) : file->isFinished() && !file->isIncomplete();
+    return trustsDisk ? QFile::exists(file->path()) : file->isFinished() && !file->isIncomplete();
 }
 
 bool RarHandler::startsRun(const QString &name) const
@@ -177,7 +172,7 @@ void RarHandler::setKeepsVolumes(bool keeps)
 
 bool RarHandler::hasUnpacked(const NzbFile *file) const
 {
-    return unpackedVolumes.contains(pathOf(file));
+    return unpackedVolumes.contains(file->path());
 }
 
 void RarHandler::removeKeptVolumes()

@@ -91,7 +91,6 @@ protected:
 
 private:
     void end(bool atOnce);
-    [[nodiscard]] QString pathOf(const NzbFile *file) const;
     [[nodiscard]] bool isWhole(const NzbFile *file) const;
     [[nodiscard]] bool startsRun(const QString &name) const;
     void startRun(const QString &name);

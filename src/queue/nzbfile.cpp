@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "queue/displaytext.h"
+#include "queue/nzb.h"
 #include "queue/subject.h"
 #include "queue/writablexml.h"
 
@@ -57,6 +58,10 @@ QString NzbFile::status() const
         return tr("Paused");
     return completed != 0 ? percentage(completed, size_) : tr("Queued");
 }
+
+Nzb *NzbFile::job() const { return qobject_cast<Nzb *>(parent()); }
+
+QString NzbFile::path() const { return job()->folder() + u'/' + filename; }
 
 void NzbFile::addSegment(int number, int bytes, const QString &messageId)
 {

@@ -7,6 +7,7 @@
 #include "queue/filenames.h"
 #include "queue/inzbitem.h"
 
+class Nzb;
 class QXmlStreamWriter;
 
 /// One file of a job, and the articles from which it is made.
@@ -33,6 +34,10 @@ public:
     [[nodiscard]] bool isOrdered() const { return ordered; }
     void setOrdered(bool wanted) { ordered = wanted; }
 
+    /// The job that the file belongs to, even if it has been removed from its list.
+    [[nodiscard]] Nzb *job() const;
+    /// The full path of the file, which need not exist yet.
+    [[nodiscard]] QString path() const;
     [[nodiscard]] QString extension() const { return extension_; }
     [[nodiscard]] bool isPar2() const { return isPar2Extension(extension_); }
     [[nodiscard]] bool isPar2Volume() const { return isPar2() && isPar2VolumeName(filename); }

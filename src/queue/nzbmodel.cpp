@@ -45,8 +45,6 @@ NzbFile *fileAt(const QModelIndex &index)
     return qobject_cast<NzbFile *>(NzbModel::itemAt(index));
 }
 
-Nzb *jobOf(const NzbFile *file) { return qobject_cast<Nzb *>(file->parent()); }
-
 /// What an index carries; itemAt() turns it back.
 const void *pointer(const INzbItem *item) { return item; }
 
@@ -93,7 +91,7 @@ QModelIndex NzbModel::index(int row, int column, const QModelIndex &parent) cons
 QModelIndex NzbModel::parent(const QModelIndex &index) const
 {
     const NzbFile *file = fileAt(index);
-    return file ? jobIndex(jobOf(file)) : QModelIndex();
+    return file ? jobIndex(file->job()) : QModelIndex();
 }
 
 /// Invalid for a job that is not in the queue.
@@ -196,7 +194,7 @@ void NzbModel::onBeforeNzbDelete(Nzb *nzb)
 
 void NzbModel::onBeforeNzbFileDelete(NzbFile *file)
 {
-    Nzb *job = jobOf(file);
+    Nzb *job = file->job();
     const int row = job->indexOf(file);
     beginRemoveRows(jobIndex(job), row, row);
 }
@@ -207,7 +205,7 @@ void NzbModel::onNzbItemDeleted() { endRemoveRows(); }
 /// the queue repaints all that is seen.
 void NzbModel::onNzbFileUpdate(NzbFile *file)
 {
-    Nzb *job = jobOf(file);
+    Nzb *job = file->job();
     const int row = job ? job->indexOf(file) : -1;
     if (row >= 0)
         emit dataChanged(createIndex(row, FileColumn, pointer(job)),

@@ -29,13 +29,11 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
     return nullptr;
 }
 
-Nzb *jobOf(const NzbFile *file) { return qobject_cast<Nzb *>(file->parent()); }
-
 } // namespace
 
 bool Queue::contains(NzbFile *file) const
 {
-    const Nzb *nzb = jobOf(file);
+    const Nzb *nzb = file->job();
     return contains(nzb) && nzb->indexOf(file) >= 0;
 }
 
@@ -51,7 +49,7 @@ void Queue::remove(Nzb *nzb)
 
 void Queue::remove(NzbFile *file)
 {
-    Nzb *nzb = jobOf(file);
+    Nzb *nzb = file->job();
     const bool waitedFor = !nzb->isComplete();
     const bool underWay = file->hasActiveSegments();
     emit beforeNzbFileDelete(file);
@@ -63,7 +61,7 @@ void Queue::remove(NzbFile *file)
 
 void Queue::release(NzbFile *file)
 {
-    Nzb *nzb = jobOf(file);
+    Nzb *nzb = file->job();
     if (!contains(nzb)) {
         if (!nzb->hasActiveSegments())
             delete nzb;
