@@ -46,6 +46,7 @@ void MainWindow::on_actionPreview_triggered()
     auto *preview = new Preview(nzb, this);
     previews.insert(nzb, preview);
     connect(preview, &Preview::previewFinished, this, &MainWindow::onPreviewCompleted);
+    connect(preview, &Preview::previewFinished, preview, &QObject::deleteLater);
     const QString arguments = engine->settings()->get(Settings::mediaPlayerArgs);
     preview->start(engine->mediaPlayer(), arguments.split(u' ', Qt::SkipEmptyParts));
 }
@@ -53,7 +54,6 @@ void MainWindow::on_actionPreview_triggered()
 void MainWindow::onPreviewCompleted(Nzb *nzb)
 {
     qDebug() << "Preview finished";
-    sender()->deleteLater();
     previews.remove(nzb);
 }
 
