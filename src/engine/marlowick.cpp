@@ -17,8 +17,6 @@
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 /// Only the user may read it, since the queue shows what is downloaded.
