@@ -187,7 +187,7 @@ struct World : EngineFixture {
         if (word == "hear")
             QTRY_VERIFY(events.contains(what));
         else if (word == "find")
-            QTRY_VERIFY_WITH_TIMEOUT(found().startsWith(what), 20'000);
+            QTRY_VERIFY_WITH_TIMEOUT(found().contains(what), 20'000);
         else if (word == "gone")
             QTRY_VERIFY(!QFile::exists(path(what)));
         else if (word == "held")

@@ -156,6 +156,7 @@ const Case parts("uuencoded parts are joined", [] {
     t.post.addYenc("e", "").segment(1).body = "just text\r\n";
     t.post.file(4).subject = "\"../../victim\" (1/1)";
     t.run();
+    writeFile(t.job->folder() + "/d2147483647.uu1", "no part");
     QTRY_COMPARE(t.completedJobs.size(), 1);
     QStringList left;
     for (const QString &name : QDir(t.job->folder()).entryList(QDir::Files)) {
@@ -164,7 +165,7 @@ const Case parts("uuencoded parts are joined", [] {
         left << name + '=' + digits;
     }
     QCOMPARE(left.join(' '), "a3.uu000001=1 a3.uu000002=2 b3=13 c1=1 c1.uu000002=2 c1.uu000003=3 "
-                             "d2147483647=123");
+                             "d2147483647=123 d2147483647.uu1=no part");
     QCOMPARE(t.completedFiles.join(' '), "../../victim b3 c1 d2147483647");
     t.engine->deleteFiles(t.job);
     QVERIFY(outside.exists() && !QFile::exists(t.dir.filePath("victim")));

@@ -65,6 +65,8 @@ too few blocks | rar; par2 2; lose p2 3; run | Damaged beyond repair: film? p1 p
 an answer that nobody knows | rar; par2 1; riddle; lose p2 3; run
     | Damaged: repair failed: film? p1 p2? p3 1 par2
 a damaged note | rar -m5,-v20k; file aa; par2 12; lose aa 2; run | Repaired: aa +film 2 par2
+behind a set that is unpacked | rar -m5,-v20k; file zz; par2 12; lose zz 2; hold zz; run;
+    find +film; release | Repaired: +film zz 2 par2
 before it is unpacked | rarHandling=after; rar -m5,-v20k; file aa; par2 12; lose aa 2; run
     | Repaired: aa +film 2 par2
 with too few blocks | rar -m5,-v20k; file zz; par2 2; lose zz 2; hold x.vol1+1.par2; run; held

@@ -8,7 +8,7 @@
 
 #include "post/filecombiner.h"
 #include "post/par2process.h"
-#include "post/rarnames.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "support/case.h"
 #include "support/failingclose.h"
@@ -20,7 +20,7 @@ const Case firstVolume("first volumes", [] {
     const QString first = "a.rar a.b.rar a.part1.rar a.PART001.RAR .part1.rar .rar";
     QStringList names =
         QString(first + " a.part2.rar a.part11.rar a.part.rar a.part1x.rar a.r00").split(' ');
-    names.removeIf([](const QString &name) { return !isFirstVolume(name); });
+    names.removeIf([](const QString &name) { return !isFirstRarVolume(name); });
     QCOMPARE(names.join(' '), first);
 });
 
