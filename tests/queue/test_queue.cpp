@@ -29,7 +29,7 @@ struct World : EngineFixture {
     {
         rows.reset();
         engine = std::make_unique<Marlowick>(nullptr);
-        rows = std::make_unique<NzbModel>(nullptr, engine.get());
+        rows = std::make_unique<NzbModel>(nullptr, engine->jobs());
         engine->loadQueue({});
     }
     [[nodiscard]] QByteArray document(const QString &suffix = {}) const
@@ -51,7 +51,7 @@ struct World : EngineFixture {
     }
 
     const QString path = dir.filePath("Marlowick/queue.qzb");
-    std::unique_ptr<NzbModel> rows = std::make_unique<NzbModel>(nullptr, engine.get());
+    std::unique_ptr<NzbModel> rows = std::make_unique<NzbModel>(nullptr, engine->jobs());
 };
 
 QByteArray file(const QByteArray &name, const QByteArray &attributes = {})
@@ -163,10 +163,14 @@ const Case droppedFiles("NZB files dropped, then dragged", [] {
     for (const char *name : {"C.NZB", "note.txt", "b.nzb"})
         urls << QUrl::fromLocalFile(writeFile(t.dir.filePath(name), "<nzb/>"));
     data.setUrls(urls);
+    QObject::connect(t.rows.get(), &NzbModel::nzbFileDropped, [&](const QString &nzb) {
+        if (QFile::exists(nzb))
+            t.engine->addNZB(nzb);
+    });
     QVERIFY(t.rows->dropMimeData(&data, Qt::IgnoreAction, 0, 0, {}));
     QVERIFY(t.rows->dropMimeData(&data, Qt::CopyAction, 0, 0, {}));
     QCOMPARE(t.shown(), "C() b()");
-    QCOMPARE(inserted.size(), 3); // what began for the missing file has ended, too
+    QCOMPARE(inserted.size(), 2);
     const std::unique_ptr<QMimeData> drag(
         t.rows->mimeData({t.rows->index(1, 0), t.rows->index(0, 1)}));
     QVERIFY(t.rows->dropMimeData(drag.get(), Qt::MoveAction, 0, 0, {}));
