@@ -346,7 +346,8 @@ bool JobWork::startCombiners()
     join = nextJoin(nzb, &post).release();
     if (!join)
         return false;
-    connect(join, &FileCombiner::finished, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
     connect(join, &FileCombiner::processingComplete, this, &JobWork::splitCombinerFinished);
     connect(join, &FileCombiner::processingError, &post, &PostProcessor::splitCombinerError);
     connect(join, &FileCombiner::processingError, this, &JobWork::endJoin);
