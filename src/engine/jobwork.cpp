@@ -196,7 +196,7 @@ void JobWork::settleRepair()
             file->markWhole();
     }
     removeLeftovers(nzb); // there may be some of an earlier pass
-    setStatus(pass->hasRepaired() ? u"Repaired"_s : QString());
+    setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
     processNzb();
 }
 

@@ -97,6 +97,8 @@ asked for the password | rar -m0,-psecret; run; hear password; anew; password se
     | Finished: +film
 damaged, though each article was fine | rar; par2 25; spoil p2 5; run; find FAILED:; anew
     | Repaired: +film 2 par2
+a file that no set covers | autoPAR2=false; rar; par2 25; file zz; lose p2 3; lose zz 2; run; hear zz;
+    idle; anew | Finished incomplete: +film p1 p2 p3 zz? 2 par2
 one of two sets is in order | rar; par2 25; also other 2; lose p1 1; run; find Damaged beyond
     repair:; anew | Finished: +film other 4 par2
 and is unpacked already | pausePAR2=false; rar -m5,-v20k; par2 12; also other 5; lose other 2; run;
