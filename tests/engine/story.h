@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <sys/stat.h>
 
+#include "engine/jobwork.h"
 #include "enginefixture.h"
 #include "post/par2process.h"
 #include "support/programs.h"
@@ -174,7 +175,8 @@ struct World : EngineFixture {
             complete = asked = 0;
             engine->repairAndUnpack(job);
         } else if (word == "look") { // taken for the end of an archive
-            QMetaObject::invokeMethod(engine.get(), "rarProcessingComplete", Q_ARG(Nzb *, job));
+            QVERIFY(
+                QMetaObject::invokeMethod(engine->findChild<JobWork *>(), "rarProcessingComplete"));
         } else if (word == "linger") { // in the pass, until the volume that it asks for is there
             QObject::connect(engine->findChild<Par2Process *>(), &Par2Process::needMoreBlocks,
                              engine.get(), [=, this] { QTRY_VERIFY(events.contains(what)); });
