@@ -40,12 +40,10 @@ JobWork::~JobWork() { delete rarHandler; }
 
 void JobWork::end(bool atOnce)
 {
-    if (rarHandler && atOnce)
-        rarHandler->abort();
     repair.abort();
     if (RarHandler *handler = std::exchange(rarHandler, nullptr)) {
+        atOnce ? handler->abort() : handler->stop();
         handler->disconnect(this);
-        handler->stop();
         QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
         handler->deleteLater(); // we may be inside one of its signals
     }
@@ -346,11 +344,12 @@ bool JobWork::startCombiners()
     join = nextJoin(nzb, &post).release();
     if (!join)
         return false;
-    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
-    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
     connect(join, &FileCombiner::processingComplete, this, &JobWork::splitCombinerFinished);
     connect(join, &FileCombiner::processingError, &post, &PostProcessor::splitCombinerError);
     connect(join, &FileCombiner::processingError, this, &JobWork::endJoin);
+    // Connected last, so that it is deleted after this object has forgotten it.
+    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
+    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
     join->startProcessing();
     return true;
 }

@@ -50,7 +50,7 @@ public:
     /// Repeats the post-processing when the join has ended, which cannot be stopped.
     void takeAnewAfterJoin() { anewAfterJoin = true; }
     /// Blocks until nothing writes in the job's folder any more, and the job knows all its files.
-    /// Nothing else may be called afterwards.
+    /// Delete this object next: calls that are already queued to it would still be delivered.
     /// @param atOnce  even within an archive
     void end(bool atOnce);
 
