@@ -22,7 +22,7 @@ public:
     /// Starts a pass with the PAR2 files @p paths. It ends with passEnded().
     /// @throws std::runtime_error  with a text for the user when there is no PAR2 program
     void start(const QStringList &paths);
-    /// Orders one block for each damaged file: without a PAR2 file on disk it is unknown how many
+    /// Orders one block for each damaged file: without a PAR2 volume on disk it is unknown how many
     /// are needed. Emits ended() if there are too few.
     /// @param anyway  order one block of each set if no file is known to be damaged
     void requestFirstBlocks(bool anyway);

@@ -42,8 +42,8 @@ public:
     [[nodiscard]] int connectionCount() const;
     /// The jobs in the order of download and display.
     [[nodiscard]] const QList<Nzb *> *queue() const;
-    /// The same with its announcements, for the model. Jobs come and go through addNZB() and
-    /// deleteItem() alone.
+    /// The same with its announcements, for the model. Only the engine adds and removes jobs: see
+    /// addNZB(), deleteItem(), loadQueue() and loadBackup().
     [[nodiscard]] Queue *jobs() const { return queue_.get(); }
     /// Starts the periodic save of the queue.
     void setSaveInterval(int seconds);

@@ -22,11 +22,11 @@ class Settings final : public QSettings {
     };
 
 public:
-    // To add a setting: a line here, and a control in the settings dialog.
+    // To add a setting: a line here, a control in the settings dialog, and a row in README.md.
     static constexpr Key<QString> hostname{"hostname"};
     static constexpr Key<QString> username{"username"};
     static constexpr Key<QString> mediaPlayer{"mediaPlayer"}; ///< as typed: expand() it
-    static constexpr Key<QString> mediaPlayerArgs{"mediaPlayerArgs"}; ///< parted by blanks
+    static constexpr Key<QString> mediaPlayerArgs{"mediaPlayerArgs"}; ///< separated by blanks
     static constexpr Key<QString> downloadFolder{"downloadFolder"}; ///< as typed: expand() it
     static constexpr Key<int> threads{"threads"}; ///< the most connections at once
     static constexpr Key<int> networkTimeout{"networkTimeout"}; ///< seconds of silence

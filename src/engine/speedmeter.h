@@ -7,8 +7,8 @@
 
 class Queue;
 
-/// Measures the speed of the download and the time left between two looks at the connections. Lives
-/// on the GUI thread.
+/// Measures the speed of the download, between two looks at the connections, and from it the time
+/// that is left. Lives on the GUI thread.
 class SpeedMeter final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SpeedMeter)

@@ -75,7 +75,7 @@ public:
 signals:
     /// @p rarfile is the full path of the volume that was being read.
     void errorProcessing(Nzb *nzb, QString rarfile);
-    /// The archive is unpacked and its volumes are deleted.
+    /// The archive is unpacked and its volumes are deleted, unless a repair may still need them.
     void processingComplete(Nzb *nzb);
     /// The thread sleeps until setRarPassword().
     void passwordNeeded(Nzb *nzb, QString rarfile);

@@ -7,9 +7,9 @@
 
 #include <optional>
 
-// Every rule about file names; no other file has one. None of them looks at the disk. They expect
-// bare names unless the parameter is called "path", and distinguish upper and lower case unless an
-// example shows otherwise.
+// What the name of a file tells: its kind, its set and whether it may be deleted. Nothing here
+// looks at the disk. Names are bare unless the parameter is called "path"; upper and lower case are
+// distinguished unless an example shows otherwise.
 
 /// The text after the last dot, in lower case; empty without a dot.
 [[nodiscard]] QString extensionOf(const QString &name);

@@ -36,7 +36,7 @@ public:
 
     [[nodiscard]] const QList<NzbFile *> &allFiles() const { return files; }
     [[nodiscard]] int fileCount() const { return static_cast<int>(files.size()); }
-    /// @p index must lie within 0 and fileCount().
+    /// @p index must be at least 0 and less than fileCount().
     [[nodiscard]] NzbFile *fileAt(int index) const { return files.at(index); }
     /// -1 for a file that is not, or no longer, in the job.
     [[nodiscard]] int indexOf(NzbFile *file) const { return static_cast<int>(files.indexOf(file)); }

@@ -201,8 +201,8 @@ void NzbModel::onBeforeNzbFileDelete(NzbFile *file)
 
 void NzbModel::onNzbItemDeleted() { endRemoveRows(); }
 
-/// The corners name no one item, for the percentage of the job changes with the file's: who shows
-/// the queue repaints all that is seen.
+/// The percentage of the job changes with that of the file, so the signal's indexes do not tell
+/// which items have changed: whoever shows the queue looks at all visible rows.
 void NzbModel::onNzbFileUpdate(NzbFile *file)
 {
     Nzb *job = file->job();

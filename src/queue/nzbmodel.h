@@ -19,7 +19,8 @@ class Queue;
 /// order of the queue, and with it that of the download.
 ///
 /// An index carries its INzbItem as internal pointer. On dataChanged a view has to repaint all that
-/// it shows, for the corners name no one item. Lives on the GUI thread.
+/// it shows, since the signal's indexes do not tell which items have changed. Lives on the GUI
+/// thread.
 class NzbModel : public QAbstractTableModel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(NzbModel)
@@ -45,14 +46,15 @@ public:
                                       int role = Qt::DisplayRole) const override;
     [[nodiscard]] QStringList mimeTypes() const override;
     [[nodiscard]] QMimeData *mimeData(const QModelIndexList &indexes) const override;
-    /// Tells of the .nzb files among dropped URLs, or else moves dragged rows. False when rows are
-    /// to leave their level or their job, or do not exist; those ahead of them stay moved.
+    /// Emits nzbFileDropped() for each .nzb file among dropped URLs, or else moves dragged rows.
+    /// False when rows are to leave their level or their job, or do not exist; those ahead of them
+    /// stay moved.
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                       const QModelIndex &parent) override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 signals:
-    /// The file may not exist, and be anything.
+    /// The file may be of any kind, and need not exist.
     void nzbFileDropped(QString path);
 
 public slots:

@@ -7,7 +7,7 @@
 /// The information in the subject line of a post about its file.
 struct Subject {
     QString filename;
-    QString extension; ///< behind the last dot, without it; lower case only from a quoted name
+    QString extension; ///< after the last dot, without it; lower case only from a quoted name
     int parts = 1; ///< articles announced by the last "(n/m)"; 1 without one
 };
 
