@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+
+class QByteArray;
+class QIODevice;
+
+/// What a file's own headers tell of its place in a RAR set, whatever its name is.
+/// Sources: RAR 5.0 archive format; technote.txt of RAR 2.9 to 4.
+struct RarVolume {
+    bool isVolume = false; ///< of several, as opposed to an archive in one file
+    bool encryptedHeaders = false; ///< then nothing else is known
+    std::optional<int> number = {}; ///< from 0 on; not every old set tells it
+};
+
+/// Whether @p start, of 8 bytes at least, is how an archive of RAR 2.9 to 5 begins.
+[[nodiscard]] bool startsRar(const QByteArray &start);
+
+/// Reads the headers of @p device, which is open and can seek: some hundred bytes. Nothing if it is
+/// no RAR archive or is damaged there.
+[[nodiscard]] std::optional<RarVolume> readRarVolume(QIODevice &device);
