@@ -17,7 +17,7 @@ tests_at_once=$(($(nproc) * 2))
 build_packages=(
     build-essential cmake ninja-build
     qt6-base-dev qt6-5compat-dev qt6-tools-dev qt6-l10n-tools libquazip1-qt6-dev zlib1g-dev
-    libunrar-dev
+    libarchive-dev libunrar-dev
     par2 ca-certificates
 )
 test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n)
