@@ -102,10 +102,17 @@ private:
     void take(const Header &header, const QByteArray &bytes)
     {
         if (header.type == recoverySlice)
-            ++result.recoveryBlocks;
+            takeBlock();
         else if (header.type == fileDescription && header.length > quint64(nameAt)
                  && header.length <= quint64(maxDescription))
             takeDescription(header, bytes + device.read(qint64(header.length) - headerSize));
+    }
+
+    void takeBlock()
+    {
+        const QByteArray exponent = device.read(4);
+        if (++result.recoveryBlocks == 1 && exponent.size() == 4)
+            result.firstBlock = qFromLittleEndian<quint32>(exponent.constData());
     }
 
     void takeDescription(const Header &header, const QByteArray &packet)

@@ -22,6 +22,7 @@ struct Par2Packets {
     QByteArray setId; ///< 16 bytes; empty if there is no packet
     QList<File> files; ///< those whose description is in this file and undamaged, each once
     int recoveryBlocks = 0; ///< in this file, by their headers alone
+    quint32 firstBlock = 0; ///< the exponent of the first of them
 };
 
 /// Whether @p start, of 8 bytes at least, is how a PAR2 file begins.

@@ -12,6 +12,13 @@ namespace {
 
 constexpr auto volumeMark = ".vol"_L1;
 
+/// Those too that turn the direction of what is written, and so can hide an extension.
+bool isControl(QChar c)
+{
+    return c.category() == QChar::Other_Control || (c >= u'\u202a' && c <= u'\u202e')
+           || (c >= u'\u2066' && c <= u'\u2069');
+}
+
 } // namespace
 
 QString extensionOf(const QString &name)
@@ -87,6 +94,51 @@ QString uuPartSuffix(int number) { return QString::asprintf(".uu%06d", number); 
 bool isDeletableName(const QString &name)
 {
     return !name.isEmpty() && !u"/\\."_s.contains(name.front()) && !name.contains(u':');
+}
+
+bool tellsNothing(const QString &name)
+{
+    static const QRegularExpression usual(
+        u"^([a-z_-]{2,8}|[a-z]+[0-9]|[0-9][a-z]{1,2}|m2ts|h26[45]|[r-z][0-9]{2}|[0-9]{2,3}|xml\\d)$"_s);
+    return !usual.match(extensionOf(name)).hasMatch();
+}
+
+bool isRandomName(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    const QString stem = name.left(dot > 0 ? dot : name.size());
+    static const QRegularExpression digits(u"^[0-9a-f-]{24,}$"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression mixed(
+        u"^(?=(?:.*[0-9]){3})(?=(?:.*[a-z]){3})(?=(?:.*[A-Z]){3})[0-9A-Za-z]{20,}$"_s);
+    return digits.match(stem).hasMatch() || mixed.match(stem).hasMatch();
+}
+
+bool isPlainName(const QString &name)
+{
+    constexpr qsizetype longest = 255;
+    return isDeletableName(name) && !name.contains(u'/') && !name.contains(u'\\')
+           && name.toUtf8().size() <= longest
+           && std::none_of(name.cbegin(), name.cend(), isControl);
+}
+
+QString plainName(const QByteArray &posted)
+{
+    QString name = QString::fromUtf8(posted);
+    if (name.contains(QChar::ReplacementCharacter))
+        return {};
+    name = name.normalized(QString::NormalizationForm_C);
+    name.removeIf([](QChar c) {
+        return isControl(c) || (c.unicode() < 0x80 && !isKeptInNames(c.toLatin1()));
+    });
+    while (name.startsWith(u'.'))
+        name.remove(0, 1);
+    return isPlainName(name) ? name : QString();
+}
+
+bool isKeptInNames(char c)
+{
+    return c >= ' ' && c <= '~' && !QByteArrayView("/:\\?*&`<>\"|'").contains(c);
 }
 
 bool isSuspiciousMember(const QByteArray &name)

@@ -50,6 +50,22 @@
 /// Whether a file of a job may be deleted with it. Its path has to be checked as well.
 [[nodiscard]] bool isDeletableName(const QString &name);
 
+/// A name that tells nothing of the content, and would deserve a better one: without an extension,
+/// or with one that nobody uses: "3f2a9c", "a.b7x9q2", but not "a.nfo" or "comic.cbr".
+[[nodiscard]] bool tellsNothing(const QString &name);
+/// A name that a machine has made up, whatever its extension: 24 and more hexadecimal digits, or 20
+/// and more digits and letters of both cases in disorder. In doubt it is none.
+[[nodiscard]] bool isRandomName(const QString &name);
+/// A name that may be given to a file of a job: no separators, control characters or leading dot,
+/// and at most 255 bytes in UTF-8.
+[[nodiscard]] bool isPlainName(const QString &name);
+/// @p posted in composed form, without what isPlainName() forbids, and without the printable ASCII
+/// characters that names of articles never keep; empty if it is no UTF-8, or nothing is left.
+[[nodiscard]] QString plainName(const QByteArray &posted);
+/// Characters that the name of a file keeps of an article's name: printable ASCII, but none that a
+/// shell or another system reads in its own way.
+[[nodiscard]] bool isKeptInNames(char c);
+
 /// Whether a member of an archive must not be extracted. Deliberate: a dot as second byte is
 /// enough, which stops ".." at the front, and "a.txt" as well.
 [[nodiscard]] bool isSuspiciousMember(const QByteArray &name);

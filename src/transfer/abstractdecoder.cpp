@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "transfer/abstractdecoder.h"
 
+#include "queue/filenames.h"
+
 using namespace Qt::StringLiterals;
 
 AbstractDecoder::AbstractDecoder(const QString &outputFolder, QObject *parent)
@@ -10,21 +12,11 @@ AbstractDecoder::AbstractDecoder(const QString &outputFolder, QObject *parent)
 {
 }
 
-namespace {
-
-// isprint() of the C locale: the result must not depend on where the program runs.
-bool isAllowed(char c)
-{
-    return c >= ' ' && c <= '~' && !QByteArrayView("/:\\?*&`<>\"|'").contains(c);
-}
-
-} // namespace
-
 QString AbstractDecoder::sanitizeFilename(const QByteArray &name)
 {
     QString result;
     for (const char c : name) {
-        if (isAllowed(c))
+        if (isKeptInNames(c))
             result += QLatin1Char(c);
     }
     if (result.isEmpty() || result.startsWith(u'.'))

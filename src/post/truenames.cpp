@@ -1,0 +1,215 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "post/truenames.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QMultiHash>
+#include <QSet>
+
+#include <algorithm>
+#include <utility>
+
+#include "post/par2packets.h"
+#include "post/rarvolume.h"
+#include "queue/filenames.h"
+#include "queue/jobpath.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// What identifies a file before all of it is read: its length and the hash of its start.
+using Mark = std::pair<quint64, QByteArray>;
+
+struct Par2Set {
+    QMap<QString, Par2Packets> members; ///< PAR2 files of the set, by name
+    QMap<QString, Mark> files; ///< that it protects, by name
+};
+
+class Search {
+public:
+    Search(QString in, QString jobName, const QStringList &arrived)
+        : folder(std::move(in))
+        , job(std::move(jobName))
+        , names(arrived)
+    {
+    }
+
+    QList<Renaming> run()
+    {
+        readPar2Files();
+        int number = 0;
+        for (const Par2Set &set : std::as_const(sets))
+            namePar2Files(set, ++number);
+        nameDescribedFiles();
+        nameRarVolumes();
+        return result;
+    }
+
+private:
+    [[nodiscard]] QString pathOf(const QString &name) const { return folder + u'/' + name; }
+
+    /// Opens @p file for reading; false for what is no ordinary file inside the folder.
+    [[nodiscard]] bool open(QFile &file) const
+    {
+        return QFileInfo(file).isFile() && isInsideFolder(folder, file.fileName())
+               && file.open(QIODevice::ReadOnly);
+    }
+
+    void readPar2Files()
+    {
+        for (const QString &name : names) {
+            const bool byName = isPar2Extension(extensionOf(name));
+            QFile file(pathOf(name));
+            if ((!byName && !tellsNothing(name)) || !open(file) || !startsPar2(file.peek(8)))
+                continue;
+            const Par2Packets packets = readPar2Packets(file);
+            Par2Set &set = sets[packets.setId];
+            set.members.insert(name, packets);
+            for (const Par2Packets::File &described : packets.files)
+                set.files.insert(described.name, {described.size, described.md5Start});
+        }
+    }
+
+    /// The names of a set's PAR2 files begin alike.
+    [[nodiscard]] QString stemOf(const Par2Set &set, int number) const
+    {
+        for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
+            if (isPar2Extension(extensionOf(it.key())) && !isRandomName(it.key()))
+                return it.key().contains(".vol"_L1) ? par2Set(it.key()) : it.key().chopped(5);
+        }
+        return number == 1 ? job : job + u'-' + QString::number(number);
+    }
+
+    void namePar2Files(const Par2Set &set, int number)
+    {
+        const QString stem = stemOf(set, number);
+        for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
+            const Par2Packets &packets = it.value();
+            const bool byName = isPar2Extension(extensionOf(it.key()));
+            if (byName && (packets.recoveryBlocks == 0 || isPar2VolumeName(it.key())))
+                continue;
+            const QString tail = packets.recoveryBlocks == 0
+                                     ? u".par2"_s
+                                     : QString::asprintf(".vol%03u+%02d.par2", packets.firstBlock,
+                                                         packets.recoveryBlocks);
+            rename(it.key(), stem + tail, u"its packets"_s);
+        }
+    }
+
+    /// Gives files the names that the sets have for them, where it is certain which is which.
+    void nameDescribedFiles()
+    {
+        QMap<Mark, QStringList> missing; // names, by what is to be found under them
+        QSet<quint64> sizes;
+        QSet<QString> described;
+        for (const Par2Set &set : std::as_const(sets)) {
+            for (auto it = set.files.cbegin(); it != set.files.cend(); ++it) {
+                described << it.key();
+                if (isFree(it.key())) {
+                    missing[it.value()] << it.key();
+                    sizes << it->first;
+                }
+            }
+        }
+        QMap<Mark, QStringList> found;
+        for (const QString &name : std::as_const(names)) {
+            if (!described.contains(name)
+                && sizes.contains(quint64(QFileInfo(pathOf(name)).size())))
+                found[markOf(name)] << name;
+        }
+        for (auto it = missing.cbegin(); it != missing.cend(); ++it) {
+            const QStringList files = found.value(it.key());
+            if (it->size() == 1 && files.size() == 1)
+                rename(files.constFirst(), it->constFirst(), u"the PAR2 set"_s);
+        }
+    }
+
+    [[nodiscard]] Mark markOf(const QString &name) const
+    {
+        QFile file(pathOf(name));
+        if (!open(file))
+            return {};
+        constexpr qint64 startSize = 16 * 1024;
+        const QByteArray start = file.read(startSize);
+        return {quint64(file.size()), QCryptographicHash::hash(start, QCryptographicHash::Md5)};
+    }
+
+    void nameRarVolumes()
+    {
+        QMap<QString, RarVolume> archives;
+        QStringList inOrder;
+        for (const QString &name : std::as_const(names)) {
+            QFile file(pathOf(name));
+            if (!tellsNothing(name) || renamed.contains(name) || !open(file))
+                continue;
+            if (const auto volume = readRarVolume(file)) {
+                archives.insert(name, *volume);
+                inOrder << name;
+            }
+        }
+        if (inOrder.isEmpty() || hasRarVolumes())
+            return;
+        if (inOrder.size() == 1 && !archives.first().isVolume)
+            return rename(inOrder.constFirst(), job + u".rar"_s, u"its RAR header"_s);
+        QMap<int, QString> volumes;
+        for (auto it = archives.cbegin(); it != archives.cend(); ++it) {
+            if (it->number)
+                volumes.insert(*it->number, it.key());
+        }
+        const bool numbered = volumes.size() == archives.size();
+        const bool unknown =
+            std::all_of(archives.cbegin(), archives.cend(), [](const auto &volume) {
+                return volume.encryptedHeaders || volume.number.value_or(0) == 0;
+            });
+        if (!numbered && !(unknown && volumes.size() <= 1))
+            return; // two archives, or a number twice: nobody can tell
+        const qsizetype width = std::max<qsizetype>(2, QString::number(inOrder.size()).size());
+        for (qsizetype i = 0; i < inOrder.size(); ++i) {
+            const QString name = numbered ? volumes.values().at(i) : inOrder.at(i);
+            const int number = numbered ? volumes.key(name) + 1 : int(i) + 1;
+            rename(name, u"%1.part%2.rar"_s.arg(job).arg(number, int(width), 10, QChar(u'0')),
+                   numbered ? u"its RAR header"_s : u"the order of the NZB"_s);
+        }
+    }
+
+    /// Whether an archive of the job bears its right name, so that others may belong to it.
+    [[nodiscard]] bool hasRarVolumes() const
+    {
+        return std::any_of(names.cbegin(), names.cend(),
+                           [](const QString &name) { return isRarVolume(name); })
+               || std::any_of(renamed.cbegin(), renamed.cend(),
+                              [](const QString &name) { return isRarVolume(name); });
+    }
+
+    [[nodiscard]] bool isFree(const QString &name) const
+    {
+        return isPlainName(name) && !names.contains(name) && !QFileInfo::exists(pathOf(name))
+               && isInsideFolder(folder, pathOf(name));
+    }
+
+    void rename(const QString &from, const QString &to, const QString &reason)
+    {
+        if (renamed.contains(from) || renamed.values().contains(to) || !isFree(to))
+            return;
+        renamed.insert(from, to);
+        result << Renaming{from, to, reason};
+    }
+
+    QString folder;
+    QString job;
+    QStringList names;
+    QMap<QByteArray, Par2Set> sets; ///< by their ids
+    QMap<QString, QString> renamed; ///< new names by old ones
+    QList<Renaming> result;
+};
+
+} // namespace
+
+QList<Renaming> trueNames(const QString &folder, const QString &job, const QStringList &names)
+{
+    return Search(folder, job, names).run();
+}
