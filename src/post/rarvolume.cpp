@@ -66,7 +66,7 @@ std::optional<RarVolume> readRar5(const QByteArray &start)
     }
     const auto archive = fields.variable();
     const auto number = archive && (*archive & hasNumber) ? fields.variable() : quint64(0);
-    if (!archive || !number || *number > quint64(std::numeric_limits<int>::max()))
+    if (!archive || !number || *number >= quint64(std::numeric_limits<int>::max()))
         return {};
     RarVolume volume{.isVolume = (*archive & isVolume) != 0};
     if (volume.isVolume)

@@ -31,10 +31,11 @@ struct Par2Set {
 
 class Search {
 public:
-    Search(QString in, QString jobName, const QStringList &arrived)
+    Search(QString in, const QString &jobName, const QStringList &arrived)
         : folder(std::move(in))
-        , job(std::move(jobName))
+        , job(stemOfJob(jobName))
         , names(arrived)
+        , taken(arrived.cbegin(), arrived.cend())
     {
     }
 
@@ -47,6 +48,17 @@ public:
         nameDescribedFiles();
         nameRarVolumes();
         return result;
+    }
+
+    QSet<QString> describedNames()
+    {
+        readPar2Files();
+        QSet<QString> described;
+        for (const Par2Set &set : std::as_const(sets)) {
+            const QStringList files = set.files.keys();
+            described.unite({files.cbegin(), files.cend()});
+        }
+        return described;
     }
 
 private:
@@ -167,11 +179,16 @@ private:
             });
         if (!numbered && !(unknown && volumes.size() <= 1))
             return; // two archives, or a number twice: nobody can tell
-        const qsizetype width = std::max<qsizetype>(2, QString::number(inOrder.size()).size());
-        for (qsizetype i = 0; i < inOrder.size(); ++i) {
-            const QString name = numbered ? volumes.values().at(i) : inOrder.at(i);
-            const int number = numbered ? volumes.key(name) + 1 : int(i) + 1;
-            rename(name, u"%1.part%2.rar"_s.arg(job).arg(number, int(width), 10, QChar(u'0')),
+        if (!numbered) {
+            volumes.clear();
+            for (const QString &name : std::as_const(inOrder))
+                volumes.insert(static_cast<int>(volumes.size()), name);
+        }
+        const qsizetype width =
+            std::max<qsizetype>(2, QString::number(volumes.lastKey() + 1).size());
+        for (auto it = volumes.cbegin(); it != volumes.cend(); ++it) {
+            const QString number = QString::number(it.key() + 1).rightJustified(width, u'0');
+            rename(it.value(), job + u".part"_s + number + u".rar"_s,
                    numbered ? u"its RAR header"_s : u"the order of the NZB"_s);
         }
     }
@@ -187,21 +204,23 @@ private:
 
     [[nodiscard]] bool isFree(const QString &name) const
     {
-        return isPlainName(name) && !names.contains(name) && !QFileInfo::exists(pathOf(name))
+        return isPlainName(name) && !taken.contains(name) && !QFileInfo::exists(pathOf(name))
                && isInsideFolder(folder, pathOf(name));
     }
 
     void rename(const QString &from, const QString &to, const QString &reason)
     {
-        if (renamed.contains(from) || renamed.values().contains(to) || !isFree(to))
+        if (renamed.contains(from) || !isFree(to))
             return;
         renamed.insert(from, to);
+        taken << to;
         result << Renaming{from, to, reason};
     }
 
     QString folder;
     QString job;
     QStringList names;
+    QSet<QString> taken; ///< old names and new ones
     QMap<QByteArray, Par2Set> sets; ///< by their ids
     QMap<QString, QString> renamed; ///< new names by old ones
     QList<Renaming> result;
@@ -212,4 +231,9 @@ private:
 QList<Renaming> trueNames(const QString &folder, const QString &job, const QStringList &names)
 {
     return Search(folder, job, names).run();
+}
+
+QSet<QString> describedNames(const QString &folder, const QStringList &names)
+{
+    return Search(folder, {}, names).describedNames();
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -23,3 +24,7 @@ struct Renaming {
 /// @param names  of the files that have arrived, in the order of the NZB
 [[nodiscard]] QList<Renaming> trueNames(const QString &folder, const QString &job,
                                         const QStringList &names);
+
+/// The names of the files that PAR2 sets describe, out of those of @p names that are PAR2 files.
+/// They may be anything.
+[[nodiscard]] QSet<QString> describedNames(const QString &folder, const QStringList &names);

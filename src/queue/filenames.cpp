@@ -136,6 +136,15 @@ QString plainName(const QByteArray &posted)
     return isPlainName(name) ? name : QString();
 }
 
+QString stemOfJob(const QString &job)
+{
+    constexpr qsizetype longest = 200;
+    QString stem = plainName(job.left(longest).toUtf8());
+    while (stem.toUtf8().size() > longest)
+        stem.chop(1);
+    return stem.isEmpty() ? u"file"_s : stem;
+}
+
 bool isKeptInNames(char c)
 {
     return c >= ' ' && c <= '~' && !QByteArrayView("/:\\?*&`<>\"|'").contains(c);

@@ -62,6 +62,8 @@
 /// @p posted in composed form, without what isPlainName() forbids, and without the printable ASCII
 /// characters that names of articles never keep; empty if it is no UTF-8, or nothing is left.
 [[nodiscard]] QString plainName(const QByteArray &posted);
+/// The name @p job of a job, so changed that a name made of it and an extension is a plain one.
+[[nodiscard]] QString stemOfJob(const QString &job);
 /// Characters that the name of a file keeps of an article's name: printable ASCII, but none that a
 /// shell or another system reads in its own way.
 [[nodiscard]] bool isKeptInNames(char c);
