@@ -68,6 +68,19 @@ Par2Process::~Par2Process()
     process->waitForFinished();
 }
 
+void Par2Process::setCandidates(const QStringList &names)
+{
+    constexpr qsizetype longest = 500'000; // of a system's limit of 2 MiB for a command line
+    qsizetype length = 0;
+    QStringList arguments;
+    for (const QString &name : names) {
+        arguments << (name.startsWith(u'-') ? u"./"_s + name : name);
+        length += arguments.last().size();
+    }
+    if (length <= longest)
+        candidates = arguments;
+}
+
 void Par2Process::startNextGroup()
 {
     if (nextGroup != groups.end()) {
@@ -100,7 +113,7 @@ void Par2Process::startVolume(const QString &group, const QString &file)
     process->setWorkingDirectory(volume.absolutePath());
     qDebug() << "Starting par2 repair using" << file;
     currentGroup = group;
-    process->start(executable, {u"r"_s, u"-q"_s, volumeArgument(volume), u"*"_s},
+    process->start(executable, QStringList{u"r"_s, u"-q"_s, volumeArgument(volume)} + candidates,
                    QIODevice::ReadOnly);
 }
 

@@ -31,6 +31,9 @@ public:
     Par2Process(Nzb *nzb, const QStringList &files, QObject *parent);
     ~Par2Process() override;
 
+    /// The names of files in the folder of the volumes among which the data of the sets is looked
+    /// for, whatever they are called. All that lie there, unless this is called.
+    void setCandidates(const QStringList &names);
     /// Starts on the next set; after the last one tells how the pass ended, before it returns.
     void startNextGroup();
 
@@ -75,6 +78,7 @@ private:
     QMap<QString, QStringList> groups;
     QMap<QString, QStringList>::iterator nextGroup;
     QString executable;
+    QStringList candidates{QStringLiteral("*")}; ///< as the program is told them
     QProcess *process = nullptr; // while it runs
     Par2Output output;
     QString currentGroup;
