@@ -82,6 +82,8 @@ void Nzb::startFile(const QXmlAttributes &attributes)
                              bytes("completed"_L1), has("paused"_L1),
                              attributes.value("completedparts"_L1).toInt(), has("yenc"_L1)));
     files.last()->setOrdered(has("ordered"_L1));
+    files.last()->setPlace(has("place"_L1) ? attributes.value("place"_L1).toInt()
+                                           : fileCount() - 1);
 }
 
 void Nzb::startExtractedFile(const QXmlAttributes &attributes)

@@ -154,6 +154,8 @@ void NzbFile::saveXml(QXmlStreamWriter &xml) const
         xml.writeAttribute("yenc"_L1, "1"_L1);
     if (ordered && !isFinished())
         xml.writeAttribute("ordered"_L1, "1"_L1);
+    if (tellsNothing(filename))
+        xml.writeAttribute("place"_L1, QString::number(place_));
     xml.writeAttribute("subject"_L1, writableXml(savedSubject()));
     xml.writeStartElement("segments"_L1);
     saveSegments(xml, activeSegments); // fetched again after a reload

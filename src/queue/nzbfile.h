@@ -38,6 +38,16 @@ public:
     [[nodiscard]] Nzb *job() const;
     /// The full path of the file, which need not exist yet.
     [[nodiscard]] QString path() const;
+    /// Where the NZB lists the file, from 0 on, whatever its row is now. Volumes whose names tell
+    /// nothing are mostly posted in their order.
+    [[nodiscard]] int place() const { return place_; }
+    void setPlace(int place) { place_ = place; }
+    /// The name that the post has for the file, or the best that is known of it: in other scripts
+    /// than the names on disk, which are ASCII while articles arrive.
+    [[nodiscard]] QByteArray postedName() const { return posted; }
+    void setPostedName(const QByteArray &name) { posted = name; }
+    [[nodiscard]] QString subjectLine() const { return subject; }
+
     [[nodiscard]] QString extension() const { return extension_; }
     [[nodiscard]] bool isPar2() const { return isPar2Extension(extension_); }
     [[nodiscard]] bool isPar2Volume() const { return isPar2() && isPar2VolumeName(filename); }
@@ -91,6 +101,8 @@ private:
     QString poster;
     QString filename;
     QString extension_;
+    QByteArray posted;
+    int place_ = 0;
     int date = 0;
     int completedparts = 0;
     int parts = 1;

@@ -142,6 +142,8 @@ void NNTP::finishArticle()
     const bool yenc = decoder->isYenc();
     const bool ok = decoder->isOk();
     const quint64 bytes = decoder->bytes();
+    if (nzbfile && !decoder->postedName().isEmpty())
+        nzbfile->setPostedName(decoder->postedName());
     emit dataDecoded(nzbfile, seqnr, decoder->filename(), bytes, ok, yenc);
     if (done)
         dropDecoder();

@@ -139,7 +139,7 @@ bool YencDecoder::handleBegin(QByteArrayView line)
     const qsizetype name = line.indexOf(nameKey);
     if (name < 0)
         return false;
-    filename_ = sanitizeFilename(line.sliced(name + nameKey.size()).toByteArray());
+    takeName(line.sliced(name + nameKey.size()).toByteArray());
     openFile();
     // Deliberate: a size at the very end of the line has no effect.
     const auto size = valueOf(line, " size=");
@@ -151,6 +151,15 @@ bool YencDecoder::handleBegin(QByteArrayView line)
     phase = Phase::Body;
     decodedSize = 0;
     return true;
+}
+
+void YencDecoder::takeName(const QByteArray &name)
+{
+    constexpr qsizetype longest = 1000; // bytes of a name that may be worth keeping
+    filename_ = sanitizeFilename(name);
+    posted = name.endsWith('\r') ? name.chopped(1) : name;
+    if (posted == filename_.toLatin1() || posted.size() > longest)
+        posted.clear();
 }
 
 void YencDecoder::handlePart(QByteArrayView line)

@@ -35,6 +35,7 @@ private:
     [[nodiscard]] qsizetype judgeLineStart(QByteArray &data, qsizetype lf);
     [[nodiscard]] qsizetype handleControlLine(QByteArray &data, qsizetype lf, qsizetype lineEnd);
     [[nodiscard]] bool handleBegin(QByteArrayView line);
+    void takeName(const QByteArray &name);
     void handlePart(QByteArrayView line);
     void handleEnd(QByteArrayView line);
     void openFile();
