@@ -125,6 +125,8 @@ void ConnectionPool::articleNotFound(const QString &msgid, NzbFile *nzbfile, int
     NNTP *connection = senderConnection();
     if (nzbfile && connection) {
         nzbfile->segmentNotFound(seqnr);
+        if (nzbfile->isFinished() && queue.contains(nzbfile))
+            emit fileEndsMissing(nzbfile);
         queue.release(nzbfile);
     }
     // Deliberate: completion is not checked here. A file whose last article is missing looks

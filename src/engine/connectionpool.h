@@ -46,6 +46,8 @@ signals:
     void downloadProgresses(NzbFile *file);
     /// The last article of the file has been decoded. @p filename is the decoder's name for it.
     void fileDecoded(NzbFile *file, QString filename);
+    /// The server does not have the article that the file has waited for last.
+    void fileEndsMissing(NzbFile *file);
     /// @p total  bytes that the connections now in the pool have received so far
     void bytesReceived(quint64 total);
 

@@ -12,8 +12,8 @@
 #include <optional>
 #include <utility>
 
+#include "engine/jobsurvey.h"
 #include "post/par2process.h"
-#include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -33,11 +33,11 @@ QMap<QString, int> damagedSets(const Nzb *nzb)
 
 /// The recovery blocks in a volume; nothing if @p file is no volume, or not of the set
 /// @p volumeName.
-std::optional<int> blocksOf(const NzbFile *file, const QString &volumeName)
+std::optional<int> blocksOf(const Nzb *nzb, const NzbFile *file, const QString &volumeName)
 {
     const QString name = file->name();
     const auto blocks =
-        file->isPar2() && name.contains(volumeName) ? recoveryBlocks(name) : std::nullopt;
+        file->isPar2() && name.contains(volumeName) ? expectedBlocks(nzb, file) : std::nullopt;
     if (blocks)
         qDebug().nospace() << "PAR2 file: " << name << " has " << *blocks << " repair blocks";
     return blocks;
@@ -48,7 +48,7 @@ QMap<QString, int> setsOf(const Nzb *nzb)
 {
     QMap<QString, int> sets;
     for (NzbFile *file : nzb->allFiles()) {
-        if (blocksOf(file, QString()))
+        if (blocksOf(nzb, file, QString()))
             sets.insert(file->baseName(), 1);
     }
     return sets;
@@ -66,6 +66,7 @@ void JobRepair::start(const QStringList &paths)
 {
     auto *next = new Par2Process(nzb, paths, this);
     pass = next;
+    next->setCandidates(arrivedNames(nzb));
     connect(next, &Par2Process::needMoreBlocks, this, &JobRepair::par2NeedMoreBlocks);
     connect(next, &Par2Process::nothingToRepair, this, &JobRepair::par2Failed);
     connect(next, &Par2Process::repairComplete, this, &JobRepair::par2RepairComplete);
@@ -103,7 +104,7 @@ bool JobRepair::requestBlocks(int number, const QString &volumeName)
     bool found = false;
     for (int i = 0; i < nzb->fileCount(); ++i) {
         NzbFile *file = nzb->fileAt(i);
-        const std::optional<int> blocks = blocksOf(file, volumeName);
+        const std::optional<int> blocks = blocksOf(nzb, file, volumeName);
         if (!blocks)
             continue;
         if (!file->isFinished() && *blocks > 0) {

@@ -25,6 +25,45 @@ bool isInsideJob(const Nzb *nzb, const QString &path)
 
 } // namespace
 
+QStringList arrivedNames(const Nzb *nzb)
+{
+    QList<const NzbFile *> files(nzb->allFiles().cbegin(), nzb->allFiles().cend());
+    files.removeIf([](const NzbFile *file) { return !file->isFinished() || !isOnDisk(file); });
+    std::ranges::stable_sort(files, {}, &NzbFile::place);
+    QStringList names;
+    for (const NzbFile *file : std::as_const(files))
+        names << file->name();
+    return names;
+}
+
+QString par2SetOf(const NzbFile *file)
+{
+    const QString name = file->name();
+    return file->isPar2Volume() ? par2Set(name) : name.chopped(file->extension().size() + 1);
+}
+
+bool isLoosePar2(const Nzb *nzb, const NzbFile *file)
+{
+    if (!file->isPar2() || file->isPar2Volume() || file->isFinished())
+        return false;
+    const QString set = par2SetOf(file);
+    return std::ranges::none_of(nzb->allFiles(), [&set](const NzbFile *other) {
+        return other->isPar2Volume() && par2SetOf(other) == set;
+    });
+}
+
+std::optional<int> expectedBlocks(const Nzb *nzb, const NzbFile *file)
+{
+    if (file->isPar2Volume())
+        return recoveryBlocks(file->name());
+    if (!isLoosePar2(nzb, file))
+        return {};
+    const bool isSmallest = std::ranges::none_of(nzb->allFiles(), [&](const NzbFile *other) {
+        return other->isPar2() && !other->isPar2Volume() && other->size() < file->size();
+    });
+    return isSmallest ? std::nullopt : std::optional(1);
+}
+
 bool hasPar2(const Nzb *nzb)
 {
     return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) { return file->isPar2(); });
@@ -32,9 +71,14 @@ bool hasPar2(const Nzb *nzb)
 
 bool isRepairable(const Nzb *nzb)
 {
-    return std::ranges::any_of(nzb->allFiles(), [](const NzbFile *file) {
-        return file->isPar2Volume() && (file->hasPendingSegments() || isOnDisk(file));
-    });
+    return std::ranges::any_of(nzb->allFiles(),
+                               [](const NzbFile *file) {
+                                   return file->isPar2Volume()
+                                          && (file->hasPendingSegments() || isOnDisk(file));
+                               })
+           || std::ranges::any_of(nzb->allFiles(), [nzb](const NzbFile *file) {
+                  return file->hasPendingSegments() && expectedBlocks(nzb, file);
+              });
 }
 
 bool awaitsOrdered(const Nzb *nzb)

@@ -5,14 +5,27 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 class FileCombiner;
 class Nzb;
+class NzbFile;
 class QObject;
 
 // Questions of the post-processing about the content of a job and its folder.
 
+/// The names of the files on disk of which nothing more is fetched, in the order of the NZB.
+[[nodiscard]] QStringList arrivedNames(const Nzb *nzb);
+
 [[nodiscard]] bool hasPar2(const Nzb *nzb);
+/// What the names of a set's PAR2 files begin with.
+[[nodiscard]] QString par2SetOf(const NzbFile *file);
+/// A PAR2 file still to be fetched whose name does not tell if it is an index or a volume, since
+/// no other one belongs to it by name.
+[[nodiscard]] bool isLoosePar2(const Nzb *nzb, const NzbFile *file);
+/// Blocks that can be counted on to be in a PAR2 file, be it on the server yet: by its name, or one
+/// in a loose file unless that is the smallest of them, and so probably the index.
+[[nodiscard]] std::optional<int> expectedBlocks(const Nzb *nzb, const NzbFile *file);
 /// A PAR2 volume is on disk or on the server.
 [[nodiscard]] bool isRepairable(const Nzb *nzb);
 /// A volume that a repair has asked for has not arrived yet, even if it is paused.

@@ -17,6 +17,7 @@
 #include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -27,8 +28,11 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     , post(post)
     , settings(settings)
     , nzb(nzb)
+    , names(nzb, this)
     , repair(nzb, this)
 {
+    connect(&names, &JobNames::par2Ordered, &post, &PostProcessor::volumeOrdered);
+    connect(&names, &JobNames::fileRenamed, &post, &PostProcessor::downloadProgresses);
     connect(&repair, &JobRepair::volumeOrdered, &post, &PostProcessor::volumeOrdered);
     connect(&repair, &JobRepair::fileRenamed, &post, &PostProcessor::downloadProgresses);
     connect(&repair, &JobRepair::blocksMissing, this, [this] { showRepair(QString()); });
@@ -77,6 +81,9 @@ void JobWork::processNzb()
         lookAgain = true;
         return;
     }
+    if (names.orderPar2())
+        return; // their arrival comes back here
+    takeTrueNames();
     if (wantsRepair())
         return startRepair();
     keepVolumes();
@@ -89,8 +96,24 @@ void JobWork::processNzb()
         return;
     if (anew != Anew::No && !endAnew())
         return;
+    names.takeFilmName();
     emit post.notice(0, tr("NZB complete: ") + nzb->name());
     emit post.nzbComplete(nzb);
+}
+
+/// The volumes of an archive that is being unpacked keep their names, for it reads them. One that
+/// has failed is tried again: its names may have been what was wrong.
+void JobWork::takeTrueNames()
+{
+    const bool any = names.takeTrueNames([this](const NzbFile *file) {
+        return rarHandler
+               && (rarHandler->hasUnpacked(file)
+                   || (rarHandler->isProcessing() && isRarVolume(file->name())));
+    });
+    if (!any || !rarHandler || !rarHandler->hasFailed())
+        return;
+    setStatus(failure = QString());
+    rarHandler->checkCompletedFiles();
 }
 
 JobWork::Anew JobWork::whatIsWanted() const
@@ -386,6 +409,8 @@ bool JobWork::unpacksDamaged() const
 
 bool JobWork::hasWorkLeft() const
 {
+    if (names.hasWork())
+        return true;
     if (wantsRepair() && !unpacksDamaged())
         return isRepairable(nzb) && hasFileOnDisk(nzb);
     return unpacksDamaged() || (mayUnpack() && (hasFirstVolume(nzb) || nextJoin(nzb, nullptr)));

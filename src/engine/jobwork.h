@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include "engine/jobnames.h"
 #include "engine/jobrepair.h"
 
 class FileCombiner;
@@ -34,6 +35,12 @@ public:
     /// Waits until no archive of the job is being unpacked. A join goes on, but is not reported.
     ~JobWork() override;
 
+    /// A file has arrived, and nobody knows yet: it may get a better name.
+    void takePostedName(NzbFile *nzbfile) { names.takePostedName(nzbfile); }
+    /// Gives the files that have arrived the names that their content tells.
+    void takeTrueNames();
+    /// The names of the files are still to be told by PAR2 files that have been ordered for it.
+    [[nodiscard]] bool hasObscureNames() const { return names.areObscure(); }
     /// A file has arrived: an archive may be unpacked during the download.
     void feedExtraction(NzbFile *nzbfile);
     /// Everything that was wanted has arrived. If the post-processing is repeated, no file is being
@@ -99,6 +106,7 @@ private:
     PostProcessor &post;
     const Settings &settings;
     Nzb *nzb;
+    JobNames names;
     JobRepair repair;
     RarHandler *rarHandler = nullptr; ///< a child of the job; made when it is first needed
     FileCombiner *join = nullptr; ///< while it runs; it deletes itself

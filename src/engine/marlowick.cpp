@@ -76,6 +76,7 @@ void Marlowick::connectPool()
     connect(from, &ConnectionPool::notice, this, &Marlowick::notice);
     connect(from, &ConnectionPool::downloadProgresses, this, &Marlowick::downloadProgresses);
     connect(from, &ConnectionPool::fileDecoded, post.get(), &PostProcessor::finishFile);
+    connect(from, &ConnectionPool::fileEndsMissing, post.get(), &PostProcessor::noteMissing);
     connect(from, &ConnectionPool::bytesReceived, meter.get(), &SpeedMeter::update);
     connect(meter.get(), &SpeedMeter::downloadStatistics, this, &Marlowick::downloadStatistics);
 }

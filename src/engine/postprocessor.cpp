@@ -46,12 +46,20 @@ void PostProcessor::finishFile(NzbFile *nzbfile, const QString &filename)
 {
     if (!nzbfile->isYenc())
         joinParts(nzbfile);
+    workOf(nzbfile->job()).takePostedName(nzbfile);
     emit notice(0, tr("File download complete: ") + filename);
     emit fileComplete(nzbfile);
     JobWork &job = workOf(nzbfile->job());
     job.feedExtraction(nzbfile);
     if (job.isReady())
         job.processNzb();
+}
+
+void PostProcessor::noteMissing(NzbFile *nzbfile)
+{
+    Nzb *nzb = nzbfile->job();
+    if (nzbfile->isPar2() && nzbfile->isOrdered() && workOf(nzb).hasObscureNames())
+        processLater(nzb);
 }
 
 /// Joins the parts of a uuencoded file on this thread; a part that is missing leaves it shorter.
@@ -119,6 +127,7 @@ void PostProcessor::repairAndUnpack(Nzb *nzb)
     JobWork &old = workOf(nzb);
     if (old.isJoining())
         return old.takeAnewAfterJoin();
+    old.takeTrueNames();
     const JobWork::Anew wanted = old.whatIsWanted();
     endProcessing(nzb, true);
     workOf(nzb).startAnew(wanted);

@@ -43,6 +43,9 @@ public:
 public slots:
     /// The last article of @p nzbfile has been decoded, under the name @p filename.
     void finishFile(NzbFile *nzbfile, const QString &filename);
+    /// The last article of @p nzbfile is not on the server. Deliberate: only a PAR2 file that
+    /// should have told names has its job looked at.
+    void noteMissing(NzbFile *nzbfile);
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
     void rarLowDiskspace(quint64 needed);
 

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#include "engine/postedname.h"
+
+#include "queue/filenames.h"
+#include "queue/nzbfile.h"
+#include "queue/subject.h"
+#include "transfer/abstractdecoder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto invalidMark = "invalid-name-"_L1;
+
+/// What an "invalid-name-" stands for.
+QByteArray spelledOut(const QString &name)
+{
+    return QByteArray::fromHex(name.sliced(invalidMark.size()).toLatin1());
+}
+
+} // namespace
+
+QString postedName(const NzbFile *file)
+{
+    const QString present = file->name();
+    const bool invalid = present.startsWith(invalidMark);
+    QByteArrayList candidates{file->postedName()};
+    const QString ofSubject = parseSubject(file->subjectLine()).filename;
+    if (!ofSubject.startsWith(u'.') && !ofSubject.startsWith(invalidMark))
+        candidates << ofSubject.toUtf8();
+    if (invalid)
+        candidates << spelledOut(present);
+    for (const QByteArray &candidate : std::as_const(candidates)) {
+        const QString name = plainName(candidate);
+        if (!name.isEmpty() && name != present
+            && (invalid || AbstractDecoder::sanitizeFilename(candidate) == present))
+            return name;
+    }
+    return {};
+}
