@@ -123,7 +123,7 @@ void JobNames::forgiveOrdered()
 {
     for (const QPointer<NzbFile> &file : std::as_const(ordered)) {
         if (file && file->isFinished())
-            file->markRepaired();
+            file->markWhole();
     }
 }
 

@@ -86,12 +86,19 @@ private:
         }
     }
 
-    /// The names of a set's PAR2 files begin alike.
+    /// The names of a set's PAR2 files begin alike: par2 would be run for each beginning.
     [[nodiscard]] QString stemOf(const Par2Set &set, int number) const
     {
+        QMap<QString, int> stems;
+        for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
+            if (isPar2Extension(extensionOf(it.key())) && isPar2VolumeName(it.key()))
+                ++stems[par2Set(it.key())];
+        }
+        if (!stems.isEmpty())
+            return std::max_element(stems.cbegin(), stems.cend()).key();
         for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
             if (isPar2Extension(extensionOf(it.key())) && !isRandomName(it.key()))
-                return it.key().contains(".vol"_L1) ? par2Set(it.key()) : it.key().chopped(5);
+                return it.key().chopped(5);
         }
         return number == 1 ? job : job + u'-' + QString::number(number);
     }
@@ -102,7 +109,7 @@ private:
         for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
             const Par2Packets &packets = it.value();
             const bool byName = isPar2Extension(extensionOf(it.key()));
-            if (byName && (packets.recoveryBlocks == 0 || isPar2VolumeName(it.key())))
+            if (byName && (packets.recoveryBlocks == 0 || par2Set(it.key()) == stem))
                 continue;
             const QString tail = packets.recoveryBlocks == 0
                                      ? u".par2"_s

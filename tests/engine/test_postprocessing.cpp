@@ -78,7 +78,7 @@ the first one | rar; par2 25; omit p1; run; hear complete; anew | Repaired: +fil
 repaired after it has failed | file yy; par2 5; rar; spoil p2 5; lose yy 2; hold yy; run; find
     FAILED:; release; hear Repairing | FAILED: p1 p2? p3 yy 2 par2
 names that say nothing | rarHandling=disabled; rar; par2 25; rename; lose 1 2; run; hear complete;
-    find Repaired: p1 p2 p3 2 par2; anew | Finished: +film 2 par2
+    find Repaired: p1 p2 p3 3 par2; anew | Finished: +film 3 par2
 a new start finds an archive | rarHandling=disabled; rar; run; hear complete; rarHandling=during;
     restart | Finished: +film
 pieces | rarHandling=disabled; pieces a; run; hear complete; rarHandling=during; restart
