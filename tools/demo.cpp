@@ -70,6 +70,7 @@ signals:
 
 private:
     void makePost();
+    void makeObscurePost();
     void writeSettings() const;
     [[nodiscard]] QProcessEnvironment environment() const;
     void forwardOutput();
@@ -85,7 +86,8 @@ private:
     QTemporaryDir folder;
     NewsServer server;
     Post post{u"sample"_s};
-    QList<std::pair<QString, QByteArray>> wanted; ///< what shall be there in the end
+    Post obscure{u"evening"_s};
+    QList<std::pair<QString, QByteArray>> wanted; ///< what shall be there in the end, by path
     QProcess process;
     QTimer pollTimer;
     QElapsedTimer clock;
@@ -96,13 +98,16 @@ private:
 bool Demo::start()
 {
     makePost();
+    makeObscurePost();
     post.upload(server);
+    obscure.upload(server);
     server.requireLogin("reader", "secret");
     const QString nzb = post.writeGzipNzb(folder.path());
+    const QString obscureNzb = obscure.writeNzb(folder.path());
     const QString copy = folder.filePath(u"marlowick"_s);
     const QDir place(folder.path());
-    if (nzb.isEmpty() || !place.mkdir(u"run"_s) || !place.mkdir(u"downloads"_s)
-        || !QFile::copy(program, copy)) {
+    if (nzb.isEmpty() || obscureNzb.isEmpty() || !place.mkdir(u"run"_s)
+        || !place.mkdir(u"downloads"_s) || !QFile::copy(program, copy)) {
         out() << "Cannot prepare " << folder.path() << " with a copy of " << program << Qt::endl;
         return false;
     }
@@ -122,27 +127,47 @@ bool Demo::start()
     connect(&pollTimer, &QTimer::timeout, this, &Demo::poll);
     clock.start();
     pollTimer.start(pollInterval);
-    process.start(copy, {nzb});
+    process.start(copy, {nzb, obscureNzb});
     return true;
 }
 
 void Demo::makePost()
 {
     // Whole lines of 45 bytes: the last byte of a line of 3k + 1 bytes does not survive decoding.
-    wanted = {{u"holiday.avi"_s, randomBytes(1, 6'000'000)},
-              {u"read me.txt"_s, "A small text, posted in one article.\n"},
-              {u"cover.jpg"_s, randomBytes(2, 405'000)}};
+    wanted = {{u"sample/holiday.avi"_s, randomBytes(1, 6'000'000)},
+              {u"sample/read me.txt"_s, "A small text, posted in one article.\n"},
+              {u"sample/cover.jpg"_s, randomBytes(2, 405'000)}};
     const auto &[film, text, cover] = std::tie(wanted[0], wanted[1], wanted[2]);
-    const RarVolumes volumes = packWithRar({{film.first, film.second}}, {u"-m0"_s, u"-v1500k"_s});
+    const RarVolumes volumes =
+        packWithRar({{u"holiday.avi"_s, film.second}}, {u"-m0"_s, u"-v1500k"_s});
     const RarVolumes recovery = recoveryOf(volumes, {u"-s50000"_s, u"-c16"_s});
     for (const auto &[name, data] : volumes + recovery)
         post.addYenc(name, data, 250'000);
     post.file(1).segment(3).onServer = false;
-    post.addYenc(text.first, text.second);
-    post.addUuencoded(cover.first, cover.second, 2'000);
+    post.addYenc(u"read me.txt"_s, text.second);
+    post.addUuencoded(u"cover.jpg"_s, cover.second, 2'000);
     out() << "A news server on 127.0.0.1, port " << server.serverPort() << ", holds a film in "
           << volumes.size() << " RAR volumes, with an article missing, " << recovery.size()
           << " PAR2 files and two small files." << Qt::endl;
+}
+
+/// With an article missing, too, and names that tell nothing: those of the volumes are only in the
+/// PAR2 files, and the film has none at all.
+void Demo::makeObscurePost()
+{
+    const auto madeUp = [](const QByteArray &data) {
+        return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex());
+    };
+    const QByteArray film = randomBytes(3, 3'000'000);
+    const RarVolumes volumes =
+        packWithRar({{madeUp(film) + u".mkv"_s, film}}, {u"-m0"_s, u"-v800k"_s});
+    const RarVolumes recovery = recoveryOf(volumes, {u"-s50000"_s, u"-c16"_s});
+    for (const auto &[name, data] : volumes + recovery)
+        obscure.addYenc(madeUp(data), data, 250'000);
+    obscure.file(1).segment(2).onServer = false;
+    wanted.append({u"evening/evening.mkv"_s, film});
+    out() << "A second post of " << volumes.size() << " volumes and " << recovery.size()
+          << " PAR2 files has names that tell nothing, and an article missing." << Qt::endl;
 }
 
 void Demo::writeSettings() const
@@ -198,7 +223,7 @@ void Demo::poll()
 
 QByteArray Demo::received(const QString &name) const
 {
-    QFile result(folder.filePath(u"downloads/sample/"_s + name));
+    QFile result(folder.filePath(u"downloads/"_s + name));
     return result.open(QIODevice::ReadOnly) ? result.readAll() : QByteArray();
 }
 
@@ -227,7 +252,7 @@ void Demo::printTable()
     out() << Qt::endl;
     for (const auto &[name, posted] : std::as_const(wanted)) {
         const QByteArray data = received(name);
-        out() << name.leftJustified(14) << QString::number(data.size()).rightJustified(9) << " of "
+        out() << name.leftJustified(22) << QString::number(data.size()).rightJustified(9) << " of "
               << QString::number(posted.size()).rightJustified(7) << " bytes  "
               << (data == posted ? "equal" : "NOT EQUAL") << "\n    posted    " << sha256(posted)
               << "\n    received  " << sha256(data) << Qt::endl;
