@@ -3,7 +3,6 @@
 #include "engine/jobwork.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -14,7 +13,6 @@
 #include "engine/jobsurvey.h"
 #include "engine/postprocessor.h"
 #include "engine/settings.h"
-#include "post/filecombiner.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
 #include "queue/filenames.h"
@@ -30,6 +28,7 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     , nzb(nzb)
     , names(nzb, this)
     , repair(nzb, this)
+    , join(nzb, post, this)
 {
     connect(&names, &JobNames::par2Ordered, &post, &PostProcessor::volumeOrdered);
     connect(&names, &JobNames::fileRenamed, &post, &PostProcessor::downloadProgresses);
@@ -38,6 +37,7 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     connect(&repair, &JobRepair::blocksMissing, this, [this] { showRepair(QString()); });
     connect(&repair, &JobRepair::ended, this, &JobWork::endRepair);
     connect(&repair, &JobRepair::passEnded, this, &JobWork::passEnded);
+    connect(&join, &JobJoin::ended, this, &JobWork::joinEnded);
 }
 
 JobWork::~JobWork() { delete rarHandler; }
@@ -51,8 +51,7 @@ void JobWork::end(bool atOnce)
         QCoreApplication::sendPostedEvents(handler, QEvent::MetaCall);
         handler->deleteLater(); // we may be inside one of its signals
     }
-    if (join)
-        nzb->addExtractedFile(QFileInfo(join->finish()).fileName(), 0);
+    join.end();
 }
 
 void JobWork::setStatus(const QString &status)
@@ -75,7 +74,7 @@ bool JobWork::isReady() const
 
 void JobWork::processNzb()
 {
-    if (join)
+    if (join.isRunning())
         return; // the end of the join comes back here
     if (repair.isRunning()) {
         lookAgain = true;
@@ -293,7 +292,7 @@ bool JobWork::unpack()
         handler->checkCompletedFiles();
     if (handler->isProcessing())
         emit post.notice(0, tr("Download complete, starting unrar"));
-    else if (startCombiners())
+    else if (join.start())
         emit post.notice(0, tr("Download complete, combining files"));
     else
         return false;
@@ -360,44 +359,17 @@ void JobWork::setRarPassword(const QString &password)
     rarHandlerFor(nzb)->setRarPassword(password);
 }
 
-/// Joins one series; the others follow when it is done. A join cannot be stopped, so it belongs to
-/// the PostProcessor and may outlive the job.
-bool JobWork::startCombiners()
+void JobWork::joinEnded(bool joined)
 {
-    join = nextJoin(nzb, &post).release();
-    if (!join)
-        return false;
-    connect(join, &FileCombiner::processingComplete, this, &JobWork::splitCombinerFinished);
-    connect(join, &FileCombiner::processingError, &post, &PostProcessor::splitCombinerError);
-    connect(join, &FileCombiner::processingError, this, &JobWork::endJoin);
-    // Connected last, so that it is deleted after this object has forgotten it.
-    connect(join, &FileCombiner::processingComplete, join, &QObject::deleteLater);
-    connect(join, &FileCombiner::processingError, join, &QObject::deleteLater);
-    join->startProcessing();
-    return true;
-}
-
-void JobWork::splitCombinerFinished(Nzb *job, const QString &file)
-{
-    const QFileInfo joined(file);
-    job->addExtractedFile(joined.fileName(), static_cast<quint64>(joined.size()));
-    if (!endJoin())
+    if (anewAfterJoin)
+        return post.repairAndUnpack(nzb); // which destroys this object
+    if (joined)
         processNzb();
-}
-
-/// True if the post-processing is repeated instead.
-bool JobWork::endJoin()
-{
-    join = nullptr;
-    if (!anewAfterJoin)
-        return false;
-    post.repairAndUnpack(nzb); // which destroys this object
-    return true;
 }
 
 bool JobWork::isBusy() const
 {
-    return repair.isRunning() || join || (rarHandler && rarHandler->isAtWork());
+    return repair.isRunning() || join.isRunning() || (rarHandler && rarHandler->isAtWork());
 }
 
 /// An archive can be unpacked although another file is damaged, as during the download.
@@ -413,7 +385,7 @@ bool JobWork::hasWorkLeft() const
         return true;
     if (wantsRepair() && !unpacksDamaged())
         return isRepairable(nzb) && hasFileOnDisk(nzb);
-    return unpacksDamaged() || (mayUnpack() && (hasFirstVolume(nzb) || nextJoin(nzb, nullptr)));
+    return unpacksDamaged() || (mayUnpack() && (hasFirstVolume(nzb) || join.hasWork()));
 }
 
 void JobWork::resume()

@@ -4,10 +4,10 @@
 
 #include <QObject>
 
+#include "engine/jobjoin.h"
 #include "engine/jobnames.h"
 #include "engine/jobrepair.h"
 
-class FileCombiner;
 class PostProcessor;
 class RarHandler;
 class Settings;
@@ -53,7 +53,7 @@ public:
     /// The first step of repeating the post-processing.
     [[nodiscard]] Anew whatIsWanted() const;
     void startAnew(Anew wanted);
-    [[nodiscard]] bool isJoining() const { return join != nullptr; }
+    [[nodiscard]] bool isJoining() const { return join.isRunning(); }
     /// Repeats the post-processing when the join has ended, which cannot be stopped.
     void takeAnewAfterJoin() { anewAfterJoin = true; }
     /// Blocks until nothing writes in the job's folder any more, and the job knows all its files.
@@ -72,7 +72,6 @@ protected slots:
     void rarProcessingComplete();
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void rarResting();
-    void splitCombinerFinished(Nzb *nzb, const QString &file);
 
 private:
     enum class RepairState {
@@ -97,8 +96,7 @@ private:
     [[nodiscard]] bool unpacksDamaged() const;
     void keepVolumes();
 
-    [[nodiscard]] bool startCombiners();
-    bool endJoin();
+    void joinEnded(bool joined);
 
     void setStatus(const QString &status);
     void showFailure(const QString &reason);
@@ -108,8 +106,8 @@ private:
     Nzb *nzb;
     JobNames names;
     JobRepair repair;
+    JobJoin join;
     RarHandler *rarHandler = nullptr; ///< a child of the job; made when it is first needed
-    FileCombiner *join = nullptr; ///< while it runs; it deletes itself
     Anew anew = Anew::No;
     RepairState repairState = RepairState::Open;
     bool anewAfterJoin = false;
