@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <quazip/quagzipfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "engine/jobfolder.h"
@@ -20,6 +21,19 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr mode_t privateMode = 0600;
+
+/// Makes @p file if need be, for the user's eyes only: it may hold passwords.
+void makePrivate(const QString &file)
+{
+    const QByteArray path = QFile::encodeName(file);
+    const int descriptor = open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, privateMode);
+    if (descriptor < 0)
+        return; // as the opening will that follows
+    static_cast<void>(fchmod(descriptor, privateMode));
+    close(descriptor);
+}
+
 /// Moves @p file to @p backup, which does not exist, and leaves an empty file in its place. So
 /// there is a file of that name at each moment: after a crash, a missing file would count as an
 /// empty queue, while an empty file counts as damaged, and the backup is offered.
@@ -28,7 +42,7 @@ bool replaceByEmptyFile(const QString &file, const QString &backup)
 {
     const QByteArray from = QFile::encodeName(file);
     const QByteArray to = QFile::encodeName(backup);
-    const int created = open(to.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    const int created = open(to.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, privateMode);
     if (created < 0)
         return false;
     close(created);
@@ -127,6 +141,7 @@ QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
         if (!replaceByEmptyFile(queueFileName, backupFileName))
             QFile::rename(queueFileName, backupFileName);
     }
+    makePrivate(queueFileName);
     QuaGzipFile file(queueFileName);
     if (!file.open(QIODevice::WriteOnly))
         return Written::CannotOpen;

@@ -11,7 +11,8 @@ class Nzb;
 class Queue;
 
 /// The queue on disk: one compressed XML file, and the file of the previous save as its backup.
-/// Blocks until the disk has answered; failures are returned as results.
+/// Both can be read by their owner alone. Blocks until the disk has answered; failures are returned
+/// as results.
 class QueueFile {
 public:
     enum class Written {

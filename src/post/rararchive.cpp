@@ -74,14 +74,10 @@ bool RarArchive::admitVolume(const QString &volume)
 
 RarArchive::Result RarArchive::nextMember()
 {
-    switch (RARReadHeaderEx(handle, header.get())) {
-    case ERAR_SUCCESS:
-        return Result::Ok;
-    case ERAR_END_ARCHIVE:
+    const int code = RARReadHeaderEx(handle, header.get());
+    if (code == ERAR_END_ARCHIVE)
         return Result::End;
-    default:
-        return Result::Failed;
-    }
+    return code == ERAR_SUCCESS ? Result::Ok : failure(code);
 }
 
 RarArchive::Member RarArchive::member() const
@@ -103,5 +99,15 @@ RarArchive::Result RarArchive::extractMember() { return process(RAR_EXTRACT); }
 RarArchive::Result RarArchive::process(int operation)
 {
     const int code = RARProcessFile(handle, operation, folder.data(), nullptr);
-    return code == ERAR_SUCCESS ? Result::Ok : Result::Failed;
+    return code == ERAR_SUCCESS ? Result::Ok : failure(code);
+}
+
+/// RAR 5 knows a wrong password. Before it, what was decrypted with one does not look like data.
+RarArchive::Result RarArchive::failure(int code) const
+{
+    constexpr unsigned firstOfRar5 = 50;
+    const bool encrypted = encryptedHeaders || (header->Flags & RHDF_ENCRYPTED);
+    const bool doubtful = code == ERAR_BAD_DATA && encrypted && header->UnpVer < firstOfRar5;
+    const bool wrong = code == ERAR_BAD_PASSWORD || code == ERAR_MISSING_PASSWORD;
+    return wrong || doubtful ? Result::Locked : Result::Failed;
 }

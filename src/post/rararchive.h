@@ -19,7 +19,12 @@ class RarArchive final {
 public:
     /// The library's callback; the messages are those of <unrar/dll.hpp>.
     using Callback = int (*)(unsigned msg, long userData, long p1, long p2);
-    enum class Result { Ok, End, Failed };
+    enum class Result {
+        Ok,
+        End,
+        Failed,
+        Locked, ///< failed, and the password may be the cause
+    };
 
     struct Member {
         QByteArray name; ///< as in the header, in the encoding of file names
@@ -55,6 +60,7 @@ private:
     [[nodiscard]] QString linkTo(const QString &volume) const;
     void open();
     [[nodiscard]] Result process(int operation);
+    [[nodiscard]] Result failure(int code) const;
 
     QString firstVolume_;
     QByteArray folder;

@@ -85,6 +85,10 @@ void RarHandler::startRun(const QString &name)
     current = std::make_unique<RarRun>(nzb->folder(), name);
     connectRun();
     current->setPassword(password);
+    QByteArrayList known;
+    for (const QString &text : nzb->passwords())
+        known << text.toLocal8Bit();
+    current->setKnownPasswords(known);
     current->setKeepsVolumes(keepsVolumes);
     noteArrivals();
     processing = true;

@@ -102,8 +102,17 @@ bool RarRun::isAsleep()
 
 void RarRun::unpack()
 {
-    archive = std::make_unique<RarArchive>(rarFile, folder);
-    const Outcome outcome = processArchive();
+    const QString firstVolume = rarFile;
+    Outcome outcome = Outcome::Failed;
+    for (;; knownPasswords.removeFirst()) {
+        rarFile = firstVolume;
+        volumes.clear();
+        archive = std::make_unique<RarArchive>(rarFile, folder);
+        outcome = processArchive();
+        if (outcome != Outcome::WrongPassword)
+            break;
+        qDebug() << "RARhandler: a known password does not open" << firstVolume;
+    }
     if (outcome == Outcome::Complete)
         qDebug() << "Rar processing complete";
     archive.reset();
@@ -111,6 +120,7 @@ void RarRun::unpack()
     switch (outcome) {
     case Outcome::Complete:
         return complete();
+    case Outcome::WrongPassword:
     case Outcome::Failed:
         emit failed(rarFile);
         return;
@@ -141,6 +151,7 @@ RarRun::Outcome RarRun::processMembers()
 {
     Result result = Result::Ok;
     while ((result = archive->nextMember()) == Result::Ok) {
+        proved = proved || archive->hasEncryptedHeaders();
         member = archive->member();
         bytesProcessed = 0;
         currentFile = QDir::fromNativeSeparators(QFile::decodeName(member.name));
@@ -150,13 +161,17 @@ RarRun::Outcome RarRun::processMembers()
             return Outcome::NoPassword;
         if (lacksMemory())
             return Outcome::Failed;
-        if (isUnsafe())
+        const bool unsafe = isUnsafe();
+        if (unsafe)
             result = skip();
         else
             result = member.nameCut || overwritesVolume() ? Result::Failed : extract();
         if (result != Result::Ok)
-            return Outcome::Failed;
+            break;
+        proved = proved || (member.encrypted && !unsafe);
     }
+    if (result == Result::Locked && !knownPasswords.isEmpty() && !proved)
+        return Outcome::WrongPassword;
     return result == Result::End ? Outcome::Complete : Outcome::Failed;
 }
 
@@ -240,9 +255,13 @@ void RarRun::askPassword(const QString &rarfile)
     sleepOn(passwordCondition, passwordMutex);
 }
 
-/// False when the user declines.
+/// By the next known password; without one the user is asked. False when the user declines.
 bool RarRun::unlock()
 {
+    if (!knownPasswords.isEmpty()) {
+        archive->setPassword(knownPasswords.first());
+        return true;
+    }
     askPassword(archive->firstVolume());
     const QMutexLocker lock(&passwordMutex);
     if (password.isEmpty())

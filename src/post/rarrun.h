@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArrayList>
 #include <QHash>
 #include <QMutex>
 #include <QObject>
@@ -27,6 +28,8 @@ public:
     /// @param firstVolume  the bare name of the volume that the archive begins with
     RarRun(QString folder, const QString &firstVolume);
 
+    /// Passwords to be tried in turn before anybody is asked. To be called before unpack().
+    void setKnownPasswords(const QByteArrayList &texts) { knownPasswords = texts; }
     /// The whole run. Sleeps for each volume that has not arrived whole, and for a password.
     void unpack();
 
@@ -63,7 +66,7 @@ signals:
     void suspended();
 
 private:
-    enum class Outcome { Complete, Failed, NoSpace, NoPassword };
+    enum class Outcome { Complete, Failed, NoSpace, NoPassword, WrongPassword };
 
     [[nodiscard]] Outcome processArchive();
     [[nodiscard]] Outcome processMembers();
@@ -89,6 +92,8 @@ private:
     std::unique_ptr<RarArchive> archive;
     RarArchive::Member member; ///< the one being handled
     QString currentFile; ///< its name
+    QByteArrayList knownPasswords; ///< those that may still be right; the first one is in use
+    bool proved = false; ///< the password in use has opened something
     quint64 bytesProcessed = 0; ///< of it
 
     // Shared with the main thread. The mutexes are never held together.

@@ -29,6 +29,14 @@ QString extensionOf(const QString &name)
 
 bool isNzbName(const QString &path) { return path.endsWith(".nzb"_L1, Qt::CaseInsensitive); }
 
+PasswordName partPassword(const QString &name)
+{
+    const qsizetype opening = name.indexOf("{{"_L1);
+    if (opening < 0 || !name.endsWith("}}"_L1) || name.size() < opening + 4)
+        return {name, {}};
+    return {name.left(opening).trimmed(), name.sliced(opening + 2).chopped(2)};
+}
+
 bool isPar2Extension(const QString &extension) { return extension == "par2"_L1; }
 
 bool isPar2VolumeName(const QString &name) { return name.contains(volumeMark); }
@@ -69,6 +77,12 @@ bool isFirstRarVolume(const QString &name)
 bool isOldVolumeExtension(const QString &extension)
 {
     return extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
+}
+
+bool isArchive(const QString &name)
+{
+    const QString extension = extensionOf(name);
+    return extension == "zip"_L1 || extension == "7z"_L1;
 }
 
 bool isPieceExtension(const QString &extension)

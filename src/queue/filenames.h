@@ -17,6 +17,13 @@
 /// An NZB: "a.nzb", "a.NZB".
 [[nodiscard]] bool isNzbName(const QString &path);
 
+struct PasswordName {
+    QString name; ///< without the password
+    QString password; ///< empty without one
+};
+/// Parts "name{{password}}", as an NZB is called whose archives have a password.
+[[nodiscard]] PasswordName partPassword(const QString &name);
+
 /// The extension of a PAR2 file, be it an index or a volume.
 [[nodiscard]] bool isPar2Extension(const QString &extension);
 /// Whether a PAR2 file is a volume with recovery blocks, as "a.vol007+10.par2", and no index.
@@ -33,6 +40,9 @@
 /// The extension of a second or later volume that goes with an "a.rar": "r00", "s12", but also
 /// "001", for the first character may be any.
 [[nodiscard]] bool isOldVolumeExtension(const QString &extension);
+
+/// A ZIP or 7z archive: "a.zip", "a.7Z".
+[[nodiscard]] bool isArchive(const QString &name);
 
 /// The extension of a piece of a split file, as "001" in "film.avi.001".
 [[nodiscard]] bool isPieceExtension(const QString &extension);

@@ -4,7 +4,10 @@
 
 #include <QList>
 #include <QMap>
+#include <QStringList>
 #include <QXmlDefaultHandler>
+
+#include <optional>
 
 #include "queue/inzbitem.h"
 
@@ -56,6 +59,10 @@ public:
         extractedFiles_.insert(file, bytesExtracted);
     }
 
+    /// What the NZB tells of the passwords of the job's archives, in the order in which they are to
+    /// be tried. Neither logged nor shown.
+    [[nodiscard]] const QStringList &passwords() const { return passwords_; }
+
     /// Takes @p file out of the job and deletes it, unless a connection still holds one of its
     /// articles: then it lives on as a child of the job until that article has come back.
     void removeFile(NzbFile *file);
@@ -76,6 +83,8 @@ public:
 
 private:
     void readNzb(const QString &nzbFile);
+    void takeName(const QString &nzbFile);
+    void addPasswords(const QString &lines);
     void startFile(const QXmlAttributes &attributes);
     void startExtractedFile(const QXmlAttributes &attributes);
 
@@ -84,6 +93,8 @@ private:
     QString status_;
     QList<NzbFile *> files;
     QMap<QString, quint64> extractedFiles_;
+    QStringList passwords_;
+    std::optional<QString> metaPassword; ///< while its element is read
     int currentSegmentNumber = 0;
     int currentSegmentBytes = 0;
 };

@@ -8,7 +8,9 @@
 #include <QXmlStreamWriter>
 
 #include <stdexcept>
+#include <utility>
 
+#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/readxml.h"
@@ -37,7 +39,29 @@ void Nzb::readNzb(const QString &nzbFile)
         qDebug() << "Error encountered while parsing NZB, but keeping it silent as we do were able "
                     "to parse some items";
     }
-    name_ = cleanName(printable(QFileInfo(nzbFile).fileName()));
+    takeName(QFileInfo(nzbFile).fileName());
+}
+
+void Nzb::takeName(const QString &nzbFile)
+{
+    const auto [name, password] = partPassword(cleanName(printable(nzbFile)));
+    name_ = name;
+    const QStringList others = std::exchange(passwords_, {});
+    addPasswords(password);
+    addPasswords(others.join(u'\n'));
+}
+
+/// The bounds keep a hostile NZB from making the tries endless.
+void Nzb::addPasswords(const QString &lines)
+{
+    constexpr qsizetype mostPasswords = 20;
+    constexpr qsizetype longest = 127; // that the unrar library takes
+    for (const QString &line : lines.split(u'\n')) {
+        const QString password = printable(line).trimmed();
+        if (!password.isEmpty() && password.size() <= longest && passwords_.size() < mostPasswords
+            && !passwords_.contains(password))
+            passwords_ << password;
+    }
 }
 
 bool Nzb::startElement(const QString &, const QString &, const QString &qName,
@@ -51,6 +75,10 @@ bool Nzb::startElement(const QString &, const QString &, const QString &qName,
     } else if (qName == "nzb"_L1) {
         if (attributes.index("name"_L1) >= 0)
             name_ = cleanName(attributes.value("name"_L1));
+        addPasswords(attributes.value("passwords"_L1));
+    } else if (qName == "meta"_L1) {
+        if (attributes.value("type"_L1) == "password"_L1)
+            metaPassword.emplace();
     } else if (qName == "extractedfile"_L1) {
         startExtractedFile(attributes);
     }
@@ -61,11 +89,15 @@ bool Nzb::endElement(const QString &, const QString &, const QString &)
 {
     currentSegmentNumber = 0;
     currentSegmentBytes = 0;
+    if (metaPassword)
+        addPasswords(*std::exchange(metaPassword, {}));
     return true;
 }
 
 bool Nzb::characters(const QString &text)
 {
+    if (metaPassword)
+        metaPassword->append(text);
     if (currentSegmentNumber != 0 && !files.isEmpty())
         files.last()->addSegment(currentSegmentNumber, currentSegmentBytes, text);
     return true;
@@ -98,6 +130,8 @@ void Nzb::saveXml(QXmlStreamWriter &xml) const
 {
     xml.writeStartElement("nzb"_L1);
     xml.writeAttribute("name"_L1, writableXml(name_));
+    if (!passwords_.isEmpty())
+        xml.writeAttribute("passwords"_L1, passwords_.join(u'\n'));
     for (const NzbFile *file : files)
         file->saveXml(xml);
     if (!extractedFiles_.isEmpty()) {
