@@ -29,6 +29,7 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     , names(nzb, this)
     , repair(nzb, this)
     , join(nzb, post, this)
+    , archives(nzb, this)
 {
     connect(&names, &JobNames::par2Ordered, &post, &PostProcessor::volumeOrdered);
     connect(&names, &JobNames::fileRenamed, &post, &PostProcessor::downloadProgresses);
@@ -38,6 +39,10 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     connect(&repair, &JobRepair::ended, this, &JobWork::endRepair);
     connect(&repair, &JobRepair::passEnded, this, &JobWork::passEnded);
     connect(&join, &JobJoin::ended, this, &JobWork::joinEnded);
+    connect(&archives, &JobArchives::ended, this, &JobWork::rarProcessingComplete);
+    connect(&archives, &JobArchives::failed, this, &JobWork::showFailure);
+    connect(&archives, &JobArchives::lowDiskspace, &post, &PostProcessor::archiveLowDiskspace);
+    connect(&archives, &JobArchives::passwordNeeded, &post, &PostProcessor::passwordNeeded);
 }
 
 JobWork::~JobWork() { delete rarHandler; }
@@ -52,6 +57,7 @@ void JobWork::end(bool atOnce)
         handler->deleteLater(); // we may be inside one of its signals
     }
     join.end();
+    archives.end();
 }
 
 void JobWork::setStatus(const QString &status)
@@ -74,8 +80,8 @@ bool JobWork::isReady() const
 
 void JobWork::processNzb()
 {
-    if (join.isRunning())
-        return; // the end of the join comes back here
+    if (join.isRunning() || archives.isBusy())
+        return; // the end of it comes back here
     if (repair.isRunning()) {
         lookAgain = true;
         return;
@@ -91,7 +97,7 @@ void JobWork::processNzb()
     if (mayUnpack() && unpack())
         return;
     // A job whose extraction has failed is not complete, and keeps its status.
-    if (rarHandler && (rarHandler->hasFailed() || rarHandler->isProcessing()))
+    if (hasFailed() || (rarHandler && rarHandler->isProcessing()))
         return;
     if (anew != Anew::No && !endAnew())
         return;
@@ -117,9 +123,8 @@ void JobWork::takeTrueNames()
 
 JobWork::Anew JobWork::whatIsWanted() const
 {
-    const bool wrong =
-        nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb)
-        || (rarHandler && (rarHandler->hasFailed() || rarHandler->isWaitingForVolume()));
+    const bool wrong = nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb)
+                       || hasFailed() || (rarHandler && rarHandler->isWaitingForVolume());
     if (!wrong)
         return Anew::Unpack;
     return isRepairable(nzb) ? Anew::Repair : Anew::UnpackUnproved;
@@ -185,7 +190,7 @@ void JobWork::startRepair()
 /// repair.
 void JobWork::showRepair(const QString &status)
 {
-    const bool stays = rarHandler && (rarHandler->hasFailed() || rarHandler->isSuspended());
+    const bool stays = hasFailed() || (rarHandler && rarHandler->isSuspended());
     setStatus(stays ? failure : status);
 }
 
@@ -288,12 +293,15 @@ bool JobWork::unpack()
 {
     RarHandler *handler = rarHandlerFor(nzb);
     handler->setRestoredFiles(repair.restoredFiles());
+    archives.setRestoredFiles(repair.restoredFiles());
     if (!handler->hasFailed())
         handler->checkCompletedFiles();
     if (handler->isProcessing())
         emit post.notice(0, tr("Download complete, starting unrar"));
     else if (join.start())
         emit post.notice(0, tr("Download complete, combining files"));
+    else if (archives.start(trust()))
+        emit post.notice(0, tr("Download complete, unpacking archives"));
     else
         return false;
     return true;
@@ -356,7 +364,8 @@ void JobWork::setRarPassword(const QString &password)
 {
     if (password.isEmpty())
         showFailure(tr("Not unpacked: no password"));
-    rarHandlerFor(nzb)->setRarPassword(password);
+    if (!archives.setPassword(password))
+        rarHandlerFor(nzb)->setRarPassword(password);
 }
 
 void JobWork::joinEnded(bool joined)
@@ -367,9 +376,15 @@ void JobWork::joinEnded(bool joined)
         processNzb();
 }
 
+bool JobWork::hasFailed() const
+{
+    return archives.hasFailed() || (rarHandler && rarHandler->hasFailed());
+}
+
 bool JobWork::isBusy() const
 {
-    return repair.isRunning() || join.isRunning() || (rarHandler && rarHandler->isAtWork());
+    return repair.isRunning() || join.isRunning() || archives.isAtWork()
+           || (rarHandler && rarHandler->isAtWork());
 }
 
 /// An archive can be unpacked although another file is damaged, as during the download.
@@ -385,7 +400,8 @@ bool JobWork::hasWorkLeft() const
         return true;
     if (wantsRepair() && !unpacksDamaged())
         return isRepairable(nzb) && hasFileOnDisk(nzb);
-    return unpacksDamaged() || (mayUnpack() && (hasFirstVolume(nzb) || join.hasWork()));
+    return unpacksDamaged()
+           || (mayUnpack() && (hasFirstVolume(nzb) || join.hasWork() || archives.hasWork(trust())));
 }
 
 void JobWork::resume()

@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include "engine/jobarchives.h"
 #include "engine/jobjoin.h"
 #include "engine/jobnames.h"
 #include "engine/jobrepair.h"
@@ -13,7 +14,8 @@ class RarHandler;
 class Settings;
 
 /// The post-processing of one job: owns the running steps, and decides what comes next: repair,
-/// extraction, joining, completion, in this order.
+/// extraction, joining, completion, in this order. ZIP and
+/// 7z archives come after the joining.
 ///
 /// No stage is kept: when a step ends, processNzb() decides again from the state of the job and the
 /// disk. Emits the signals of the PostProcessor, since a receiver may cause this object to be
@@ -69,6 +71,7 @@ public:
 
 protected slots:
     void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
+    /// Or that of a ZIP or 7z archive.
     void rarProcessingComplete();
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void rarResting();
@@ -93,10 +96,16 @@ private:
     [[nodiscard]] RarHandler *rarHandlerFor(Nzb *job);
     [[nodiscard]] bool mayUnpack() const;
     [[nodiscard]] bool unpack();
+    [[nodiscard]] JobArchives::Trust trust() const
+    {
+        return anew == Anew::UnpackUnproved ? JobArchives::Trust::Disk
+                                            : JobArchives::Trust::Articles;
+    }
     [[nodiscard]] bool unpacksDamaged() const;
     void keepVolumes();
 
     void joinEnded(bool joined);
+    [[nodiscard]] bool hasFailed() const;
 
     void setStatus(const QString &status);
     void showFailure(const QString &reason);
@@ -107,6 +116,7 @@ private:
     JobNames names;
     JobRepair repair;
     JobJoin join;
+    JobArchives archives;
     RarHandler *rarHandler = nullptr; ///< a child of the job; made when it is first needed
     Anew anew = Anew::No;
     RepairState repairState = RepairState::Open;

@@ -93,6 +93,13 @@ void PostProcessor::rarLowDiskspace(quint64 needed)
                       .arg(needed >> 20));
 }
 
+void PostProcessor::archiveLowDiskspace(quint64 needed)
+{
+    emit error(
+        0,
+        tr("Archive not unpacked. Not enough disk space to extract %1 MB file").arg(needed >> 20));
+}
+
 void PostProcessor::setRarPassword(Nzb *nzb, const QString &password)
 {
     if (queue.contains(nzb))

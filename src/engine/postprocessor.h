@@ -48,6 +48,7 @@ public slots:
     void noteMissing(NzbFile *nzbfile);
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
     void rarLowDiskspace(quint64 needed);
+    void archiveLowDiskspace(quint64 needed);
 
 signals:
     void error(int code, QString msg);

@@ -6,7 +6,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <utility>
@@ -15,6 +17,7 @@
 #include <archive_entry.h>
 
 #include "post/freebytes.h"
+#include "post/threadsanitizer.h"
 #include "queue/jobpath.h"
 
 using namespace Qt::StringLiterals;
@@ -38,17 +41,25 @@ QString nameOf(archive_entry *entry)
 
 /// Why an unpacking has ended early.
 struct Failure {
-    QString reason; ///< for the user; empty after stop()
-    quint64 needed = 0; ///< bytes, where it was for want of room
+    enum class Kind {
+        Stopped,
+        Broken,
+        Locked, ///< another password may help
+        NoRoom,
+    };
+    Kind kind = Kind::Stopped;
+    QString reason = {}; ///< for the user, where it is broken
+    quint64 needed = 0; ///< bytes, where there is no room
 };
 
 /// One run over the members of an archive.
 class Run {
 public:
-    Run(ArchiveUnpacker &owner, Nzb *job, const ArchiveUnpacker::Order &what)
+    Run(ArchiveUnpacker &owner, Nzb *job, const ArchiveUnpacker::Order &what, QByteArray key)
         : unpacker(owner)
         , nzb(job)
         , order(what)
+        , password(std::move(key))
     {
     }
 
@@ -74,10 +85,8 @@ private:
     {
         archive_read_support_format_zip(reader.get());
         archive_read_support_format_7zip(reader.get());
-        for (const QByteArray &password : order.passwords) {
-            if (!password.isEmpty())
-                archive_read_add_passphrase(reader.get(), password.constData());
-        }
+        if (!password.isEmpty())
+            archive_read_add_passphrase(reader.get(), password.constData());
         const QByteArray path = QFile::encodeName(order.folder + u'/' + order.archive);
         constexpr size_t blockSize = 128 * 1024;
         check(archive_read_open_filename(reader.get(), path.constData(), blockSize));
@@ -93,9 +102,16 @@ private:
 
     [[noreturn]] void fail()
     {
-        if (archive_read_has_encrypted_entries(reader.get()) > 0)
-            throw Failure{ArchiveUnpacker::tr("it is encrypted, and no known password opens it")};
-        throw Failure{QString::fromLocal8Bit(archive_error_string(reader.get()))};
+        const bool encrypted = archive_read_has_encrypted_entries(reader.get()) > 0 && !proved;
+        if (encrypted && archive_format(reader.get()) == ARCHIVE_FORMAT_ZIP)
+            throw Failure{Failure::Kind::Locked};
+        failFor(encrypted ? ArchiveUnpacker::tr("encrypted 7z archives cannot be read")
+                          : QString::fromLocal8Bit(archive_error_string(reader.get())));
+    }
+
+    [[noreturn]] static void failFor(const QString &reason)
+    {
+        throw Failure{Failure::Kind::Broken, reason};
     }
 
     [[nodiscard]] bool isSafe(archive_entry *entry, const QString &name) const
@@ -121,13 +137,14 @@ private:
         emit unpacker.memberBegun(nzb, QDir::cleanPath(name), size);
         QFile target(order.folder + u'/' + name);
         if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
-            throw Failure{target.errorString()};
+            failFor(target.errorString());
         try {
             write(target);
         } catch (const Failure &) {
             target.remove();
             throw;
         }
+        proved = proved || archive_entry_is_data_encrypted(entry);
         return true;
     }
 
@@ -145,25 +162,27 @@ private:
                 fail();
             check(ARCHIVE_OK);
             if (target.write(buffer.data(), length) != length)
-                throw Failure{target.errorString()};
+                failFor(target.errorString());
             sinceLook += length;
             if (std::exchange(sinceLook, sinceLook % lookAgain) >= lookAgain)
                 requireRoom(0);
         }
         if (!target.flush())
-            throw Failure{target.errorString()};
+            failFor(target.errorString());
     }
 
     void requireRoom(quint64 size) const
     {
         const double available = freeBytes(QFile::encodeName(order.folder).constData());
         if (available >= 0 && double(size) + spaceMargin > available)
-            throw Failure{.reason = {}, .needed = std::max<quint64>(size, 1)};
+            throw Failure{Failure::Kind::NoRoom, {}, size};
     }
 
     ArchiveUnpacker &unpacker;
     Nzb *nzb;
     const ArchiveUnpacker::Order &order;
+    QByteArray password;
+    bool proved = false; ///< the password has opened a member
     Reader reader{archive_read_new()};
 };
 
@@ -179,23 +198,44 @@ ArchiveUnpacker::ArchiveUnpacker(Nzb *job, Order what, QObject *parent)
 void ArchiveUnpacker::stop()
 {
     requestInterruption();
-    wait();
+    awaitEnd(this);
+}
+
+/// A run for each password: a check of eight bits is all by which the old encryption of ZIP tells a
+/// wrong one, so that it may show at the end of a member only.
+bool ArchiveUnpacker::unpackAll()
+{
+    for (qsizetype i = 0;; ++i) {
+        try {
+            return Run(*this, nzb, order, order.passwords.value(i)).unpackAll();
+        } catch (const Failure &failure) {
+            if (failure.kind != Failure::Kind::Locked || i + 1 >= order.passwords.size())
+                throw;
+        }
+    }
 }
 
 void ArchiveUnpacker::run()
 {
+    const auto end = qScopeGuard([this] { announceEnd(this); });
     const QString path = order.folder + u'/' + order.archive;
     try {
-        if (!isInsideFolder(order.folder, path))
-            throw Failure{tr("it lies outside the folder of the job")};
-        if (Run(*this, nzb, order).unpackAll())
+        if (unpackAll())
             QFile::remove(path);
         emit processingComplete(nzb);
     } catch (const Failure &failure) {
         qDebug() << "Unpacking of" << order.archive << "has ended:" << failure.reason;
-        if (failure.needed > 0)
-            emit lowDiskspace(nzb, failure.needed);
-        else if (!isInterruptionRequested())
+        switch (failure.kind) {
+        case Failure::Kind::Stopped:
+            return;
+        case Failure::Kind::Broken:
             emit processingError(nzb, failure.reason);
+            return;
+        case Failure::Kind::Locked:
+            emit passwordNeeded(nzb);
+            return;
+        case Failure::Kind::NoRoom:
+            emit lowDiskspace(nzb, failure.needed);
+        }
     }
 }

@@ -24,7 +24,7 @@ public:
         QString folder; ///< of the job, where the archive lies
         QString archive; ///< its name
         QSet<QString> protectedNames; ///< files of the job, which no member may replace
-        QByteArrayList passwords; ///< to try, for ZIP; libarchive decrypts no 7z
+        QByteArrayList passwords; ///< to be tried in turn, for ZIP; libarchive decrypts no 7z
     };
 
     /// @param job  handed back in the signals, never looked into
@@ -34,7 +34,6 @@ public:
     void startProcessing() { start(QThread::LowPriority); }
     /// Ends the work at the next block and waits for that.
     void stop();
-    [[nodiscard]] QString archive() const { return order.archive; }
 
     void run() override;
 
@@ -43,12 +42,16 @@ signals:
     /// tell.
     void memberBegun(Nzb *nzb, QString file, quint64 size);
     void processingComplete(Nzb *nzb);
+    /// None of the passwords opens the archive; another one may.
+    void passwordNeeded(Nzb *nzb);
     /// @p reason is a text for the user.
     void processingError(Nzb *nzb, QString reason);
     /// The disk has less than @p needed bytes and some to spare.
     void lowDiskspace(Nzb *nzb, quint64 needed);
 
 private:
+    [[nodiscard]] bool unpackAll();
+
     Nzb *nzb;
     Order order;
 };
