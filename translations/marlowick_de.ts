@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>ArchiveUnpacker</name>
+    <message>
+        <source>encrypted 7z archives cannot be read</source>
+        <translation>verschlüsselte 7z-Archive können nicht gelesen werden</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPool</name>
     <message>
         <source>Connecting to server...</source>
@@ -101,6 +108,21 @@
     </message>
 </context>
 <context>
+    <name>JobArchives</name>
+    <message>
+        <source>Not unpacked: %1: %2</source>
+        <translation>Nicht entpackt: %1: %2</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: not enough disk space</source>
+        <translation>Nicht entpackt: %1: zu wenig Speicherplatz</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: wrong password</source>
+        <translation>Nicht entpackt: %1: falsches Passwort</translation>
+    </message>
+</context>
+<context>
     <name>JobWork</name>
     <message>
         <source>Damaged beyond repair</source>
@@ -141,6 +163,10 @@
     <message>
         <source>Not unpacked: no password</source>
         <translation>Nicht entpackt: kein Passwort</translation>
+    </message>
+    <message>
+        <source>Download complete, unpacking archives</source>
+        <translation>Download abgeschlossen, Archive werden entpackt</translation>
     </message>
 </context>
 <context>
@@ -445,6 +471,10 @@
     <message>
         <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
         <translation>Entpacken von RAR unterbrochen. Zu wenig Speicherplatz für eine Datei von %1 MB</translation>
+    </message>
+    <message>
+        <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
+        <translation>Archiv nicht entpackt. Zu wenig Speicherplatz für eine Datei von %1 MB</translation>
     </message>
 </context>
 <context>

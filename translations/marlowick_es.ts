@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="es" sourcelanguage="en">
 <context>
+    <name>ArchiveUnpacker</name>
+    <message>
+        <source>encrypted 7z archives cannot be read</source>
+        <translation>no se pueden leer archivos 7z cifrados</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPool</name>
     <message>
         <source>Connecting to server...</source>
@@ -101,6 +108,21 @@
     </message>
 </context>
 <context>
+    <name>JobArchives</name>
+    <message>
+        <source>Not unpacked: %1: %2</source>
+        <translation>Sin descomprimir: %1: %2</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: not enough disk space</source>
+        <translation>Sin descomprimir: %1: no hay espacio en disco</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: wrong password</source>
+        <translation>Sin descomprimir: %1: contraseña incorrecta</translation>
+    </message>
+</context>
+<context>
     <name>JobWork</name>
     <message>
         <source>Damaged beyond repair</source>
@@ -141,6 +163,10 @@
     <message>
         <source>Not unpacked: no password</source>
         <translation>Sin descomprimir: falta la contraseña</translation>
+    </message>
+    <message>
+        <source>Download complete, unpacking archives</source>
+        <translation>Descarga completa, se descomprimen los archivos</translation>
     </message>
 </context>
 <context>
@@ -445,6 +471,10 @@
     <message>
         <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
         <translation>Extracción de RAR suspendida. No hay espacio en disco para un archivo de %1 MB</translation>
+    </message>
+    <message>
+        <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
+        <translation>Archivo sin descomprimir. No hay espacio en disco para un archivo de %1 MB</translation>
     </message>
 </context>
 <context>

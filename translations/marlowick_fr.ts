@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr" sourcelanguage="en">
 <context>
+    <name>ArchiveUnpacker</name>
+    <message>
+        <source>encrypted 7z archives cannot be read</source>
+        <translation>les archives 7z chiffrées ne peuvent pas être lues</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPool</name>
     <message>
         <source>Connecting to server...</source>
@@ -101,6 +108,21 @@
     </message>
 </context>
 <context>
+    <name>JobArchives</name>
+    <message>
+        <source>Not unpacked: %1: %2</source>
+        <translation>Non décompressé&#xa0;: %1&#xa0;: %2</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: not enough disk space</source>
+        <translation>Non décompressé&#xa0;: %1&#xa0;: espace disque insuffisant</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: wrong password</source>
+        <translation>Non décompressé&#xa0;: %1&#xa0;: mot de passe incorrect</translation>
+    </message>
+</context>
+<context>
     <name>JobWork</name>
     <message>
         <source>Damaged beyond repair</source>
@@ -141,6 +163,10 @@
     <message>
         <source>Not unpacked: no password</source>
         <translation>Non décompressé&#xa0;: pas de mot de passe</translation>
+    </message>
+    <message>
+        <source>Download complete, unpacking archives</source>
+        <translation>Téléchargement terminé, décompression des archives</translation>
     </message>
 </context>
 <context>
@@ -445,6 +471,10 @@
     <message>
         <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
         <translation>Extraction RAR suspendue. Espace disque insuffisant pour un fichier de %1 Mo</translation>
+    </message>
+    <message>
+        <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
+        <translation>Archive non décompressée. Espace disque insuffisant pour un fichier de %1 Mo</translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="nl" sourcelanguage="en">
 <context>
+    <name>ArchiveUnpacker</name>
+    <message>
+        <source>encrypted 7z archives cannot be read</source>
+        <translation>versleutelde 7z-archieven kunnen niet worden gelezen</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPool</name>
     <message>
         <source>Connecting to server...</source>
@@ -101,6 +108,21 @@
     </message>
 </context>
 <context>
+    <name>JobArchives</name>
+    <message>
+        <source>Not unpacked: %1: %2</source>
+        <translation>Niet uitgepakt: %1: %2</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: not enough disk space</source>
+        <translation>Niet uitgepakt: %1: te weinig schijfruimte</translation>
+    </message>
+    <message>
+        <source>Not unpacked: %1: wrong password</source>
+        <translation>Niet uitgepakt: %1: onjuist wachtwoord</translation>
+    </message>
+</context>
+<context>
     <name>JobWork</name>
     <message>
         <source>Damaged beyond repair</source>
@@ -141,6 +163,10 @@
     <message>
         <source>Not unpacked: no password</source>
         <translation>Niet uitgepakt: geen wachtwoord</translation>
+    </message>
+    <message>
+        <source>Download complete, unpacking archives</source>
+        <translation>Download voltooid, archieven worden uitgepakt</translation>
     </message>
 </context>
 <context>
@@ -445,6 +471,10 @@
     <message>
         <source>RAR processing suspended. Not enough disk space to extract %1 MB file</source>
         <translation>Uitpakken van RAR onderbroken. Te weinig schijfruimte voor een bestand van %1 MB</translation>
+    </message>
+    <message>
+        <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
+        <translation>Archief niet uitgepakt. Te weinig schijfruimte voor een bestand van %1 MB</translation>
     </message>
 </context>
 <context>

@@ -113,7 +113,7 @@ bool isDeletableName(const QString &name)
 bool tellsNothing(const QString &name)
 {
     static const QRegularExpression usual(
-        u"^([a-z_-]{2,8}|[a-z]+[0-9]|[0-9][a-z]{1,2}|m2ts|h26[45]|[r-z][0-9]{2}|[0-9]{2,3}|xml\\d)$"_s);
+        u"^([a-z_-]{2,8}|[a-z]+[0-9]|[0-9][a-z]{1,2}|m2ts|h26[45]|[r-z][0-9]{2}|[0-9]{1,3}|xml\\d)$"_s);
     return !usual.match(extensionOf(name)).hasMatch();
 }
 
