@@ -73,11 +73,14 @@ bool JobNames::areObscure() const
             others << name;
     }
     const auto isObscure = [](const QString &name) {
-        return tellsNothing(name) || isRandomName(name);
+        return isRandomName(name) || (tellsNothing(name) && !hasWord(name));
     };
+    if (areScattered(volumes) || std::ranges::any_of(others, isObscure))
+        return true;
     const auto hides = [this](const QString &name) { return hidesArchive(nzb, name); };
-    return areScattered(volumes) || std::ranges::any_of(others, isObscure)
-           || (volumes.isEmpty() && std::ranges::any_of(others, hides));
+    return volumes.isEmpty()
+           && (std::ranges::any_of(others, hides)
+               || (!others.isEmpty() && std::ranges::all_of(others, tellsNothing)));
 }
 
 /// Of each set the index, or the smallest volume without one. Of PAR2 files whose names do not tell

@@ -106,10 +106,13 @@ void JobWork::processNzb()
     emit post.nzbComplete(nzb);
 }
 
-/// The volumes of an archive that is being unpacked keep their names, for it reads them. One that
-/// has failed is tried again: its names may have been what was wrong.
+/// A job that is whole under names that tell something stays as it is. The volumes of an archive
+/// that is being unpacked keep their names, for it reads them. One that has failed is tried again:
+/// its names may have been what was wrong.
 void JobWork::takeTrueNames()
 {
+    if (!isWrong() && !names.areObscure())
+        return;
     const bool any = names.takeTrueNames([this](const NzbFile *file) {
         return rarHandler
                && (rarHandler->hasUnpacked(file)
@@ -121,11 +124,15 @@ void JobWork::takeTrueNames()
     rarHandler->checkCompletedFiles();
 }
 
+bool JobWork::isWrong() const
+{
+    return nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb) || hasFailed()
+           || (rarHandler && rarHandler->isWaitingForVolume());
+}
+
 JobWork::Anew JobWork::whatIsWanted() const
 {
-    const bool wrong = nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb)
-                       || hasFailed() || (rarHandler && rarHandler->isWaitingForVolume());
-    if (!wrong)
+    if (!isWrong())
         return Anew::Unpack;
     return isRepairable(nzb) ? Anew::Repair : Anew::UnpackUnproved;
 }

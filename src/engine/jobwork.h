@@ -39,7 +39,7 @@ public:
 
     /// A file has arrived, and nobody knows yet: it may get a better name.
     void takePostedName(NzbFile *nzbfile) { names.takePostedName(nzbfile); }
-    /// Gives the files that have arrived the names that their content tells.
+    /// Gives the files that have arrived the names that their content tells, if that may help.
     void takeTrueNames();
     /// The names of the files are still to be told by PAR2 files that have been ordered for it.
     [[nodiscard]] bool hasObscureNames() const { return names.areObscure(); }
@@ -83,6 +83,7 @@ private:
         Failed, ///< the last repair failed, or none was possible
     };
 
+    [[nodiscard]] bool isWrong() const;
     [[nodiscard]] bool endAnew();
 
     [[nodiscard]] bool wantsRepair() const;

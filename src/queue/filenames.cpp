@@ -117,6 +117,14 @@ bool tellsNothing(const QString &name)
     return !usual.match(extensionOf(name)).hasMatch();
 }
 
+bool hasWord(const QString &name)
+{
+    // Nobody can say five consonants on end.
+    static const QRegularExpression word(
+        u"[^\\x00-\\x7f]|(?:^|[ ._-])(?![A-Za-z]*[^AEIOUYaeiouy \\d._-]{5})(?:[A-Z]?[a-z]{1,13}|[A-Z]{2,14})(?:$|[ ._-])"_s);
+    return word.match(name).hasMatch();
+}
+
 bool isRandomName(const QString &name)
 {
     const qsizetype dot = name.lastIndexOf(u'.');

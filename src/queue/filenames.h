@@ -63,6 +63,9 @@ struct PasswordName {
 /// A name that tells nothing of the content, and would deserve a better one: without an extension,
 /// or with one that nobody uses: "3f2a9c", "a.b7x9q2", but not "a.nfo" or "comic.cbr".
 [[nodiscard]] bool tellsNothing(const QString &name);
+/// A name with a word in it that stands alone, as "README" or "Film.Title-2024": somebody may have
+/// given it. A machine hits on one now and then.
+[[nodiscard]] bool hasWord(const QString &name);
 /// A name that a machine has made up, whatever its extension: 24 and more hexadecimal digits, or 20
 /// and more digits and letters of both cases in disorder. In doubt it is none.
 [[nodiscard]] bool isRandomName(const QString &name);
