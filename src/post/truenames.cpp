@@ -100,7 +100,8 @@ private:
             if (isPar2Extension(extensionOf(it.key())) && !isRandomName(it.key()))
                 return it.key().chopped(5);
         }
-        return number == 1 ? job : job + u'-' + QString::number(number);
+        const QString name = QString(job).replace(".vol"_L1, "-vol"_L1); // the mark of volumes
+        return number == 1 ? name : name + u'-' + QString::number(number);
     }
 
     void namePar2Files(const Par2Set &set, int number)
