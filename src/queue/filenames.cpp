@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "queue/writablexml.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -139,7 +141,8 @@ bool isRandomName(const QString &name)
 bool isPlainName(const QString &name)
 {
     constexpr qsizetype longest = 255;
-    return isDeletableName(name) && !name.contains(u'/') && !name.contains(u'\\')
+    const bool survives = !name.contains(u'"') && writableXml(name) == name; // a saved queue
+    return isDeletableName(name) && survives && !name.contains(u'/') && !name.contains(u'\\')
            && name.toUtf8().size() <= longest
            && std::none_of(name.cbegin(), name.cend(), isControl);
 }

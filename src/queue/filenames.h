@@ -70,7 +70,7 @@ struct PasswordName {
 /// and more digits and letters of both cases in disorder. In doubt it is none.
 [[nodiscard]] bool isRandomName(const QString &name);
 /// A name that may be given to a file of a job: no separators, control characters or leading dot,
-/// and at most 255 bytes in UTF-8.
+/// nothing that the queue file would not give back, and at most 255 bytes in UTF-8.
 [[nodiscard]] bool isPlainName(const QString &name);
 /// @p posted in composed form, without what isPlainName() forbids, and without the printable ASCII
 /// characters that names of articles never keep; empty if it is no UTF-8, or nothing is left.
