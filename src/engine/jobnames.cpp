@@ -135,15 +135,14 @@ bool JobNames::hasWork() const
     if (!areObscure())
         return false;
     const QStringList names = arrivedNames(nzb);
-    return !trueNames(nzb->folder(), nzb->name(), names).isEmpty()
+    return !renamings(names).isEmpty()
            || (describedNames(nzb->folder(), names).isEmpty() && !par2ToOrder().isEmpty());
 }
 
 bool JobNames::takeTrueNames(const std::function<bool(const NzbFile *)> &isInUse)
 {
     bool any = false;
-    const QList<Renaming> renamings = trueNames(nzb->folder(), nzb->name(), arrivedNames(nzb));
-    for (const Renaming &renaming : renamings) {
+    for (const Renaming &renaming : renamings(arrivedNames(nzb))) {
         if (!isInUse(fileCalled(nzb, renaming.from)))
             any = rename(renaming) || any;
     }
@@ -163,14 +162,29 @@ void JobNames::takeFilmName()
         rename(*renaming);
 }
 
+QList<Renaming> JobNames::renamings(const QStringList &arrived) const
+{
+    QList<Renaming> renamings = trueNames(nzb->folder(), nzb->name(), arrived);
+    renamings.removeIf([this](const Renaming &renaming) { return isTaken(renaming.to); });
+    return renamings;
+}
+
+bool JobNames::isTaken(const QString &name) const
+{
+    return fileCalled(nzb, name) || nzb->extractedFiles().contains(name);
+}
+
 bool JobNames::rename(const Renaming &renaming)
 {
     const auto &[from, to, reason] = renaming;
     const QString folder = nzb->folder();
-    if (fileCalled(nzb, to) || nzb->extractedFiles().contains(to)
-        || !isInsideFolder(folder, folder + u'/' + from)
-        || !isInsideFolder(folder, folder + u'/' + to)
-        || !QFile::rename(folder + u'/' + from, folder + u'/' + to))
+    const QString path = folder + u'/' + from;
+    const QString target = folder + u'/' + to;
+    if (isTaken(to) || !isInsideFolder(folder, path) || !isInsideFolder(folder, target))
+        return false;
+    if (QFile::exists(target) && isLeftover(target, path))
+        QFile::remove(target);
+    if (!QFile::rename(path, target))
         return false;
     qDebug().nospace() << "Renamed " << from << " to " << to << ", a name out of " << reason;
     auto &extracted = nzb->extractedFiles();

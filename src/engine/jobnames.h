@@ -47,6 +47,9 @@ signals:
 private:
     [[nodiscard]] QList<NzbFile *> par2ToOrder() const;
     void forgiveOrdered();
+    [[nodiscard]] QList<Renaming> renamings(const QStringList &arrived) const;
+    /// A file of the job has this name, or one that has been unpacked.
+    [[nodiscard]] bool isTaken(const QString &name) const;
     bool rename(const Renaming &renaming);
 
     Nzb *nzb;

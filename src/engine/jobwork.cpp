@@ -118,6 +118,8 @@ void JobWork::takeTrueNames()
                && (rarHandler->hasUnpacked(file)
                    || (rarHandler->isProcessing() && isRarVolume(file->name())));
     });
+    if (any)
+        emit post.filesRenamed();
     if (!any || !rarHandler || !rarHandler->hasFailed())
         return;
     setStatus(failure = QString());

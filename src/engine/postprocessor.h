@@ -57,6 +57,8 @@ signals:
     void nzbComplete(Nzb *nzb);
     /// The job has another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);
+    /// The queue file knows files by names that they do not have any more.
+    void filesRenamed();
     /// The file has got another name.
     void downloadProgresses(NzbFile *file);
     void passwordNeeded(Nzb *nzb, QString rarfile);

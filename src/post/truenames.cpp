@@ -10,6 +10,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "post/par2packets.h"
@@ -23,6 +25,8 @@ namespace {
 
 /// What identifies a file before all of it is read: its length and the hash of its start.
 using Mark = std::pair<quint64, QByteArray>;
+
+constexpr qint64 startSize = 16 * 1024;
 
 struct Par2Set {
     QMap<QString, Par2Packets> members; ///< PAR2 files of the set, by name
@@ -153,7 +157,6 @@ private:
         QFile file(pathOf(name));
         if (!open(file))
             return {};
-        constexpr qint64 startSize = 16 * 1024;
         const QByteArray start = file.read(startSize);
         return {quint64(file.size()), QCryptographicHash::hash(start, QCryptographicHash::Md5)};
     }
@@ -212,13 +215,13 @@ private:
 
     [[nodiscard]] bool isFree(const QString &name) const
     {
-        return isPlainName(name) && !taken.contains(name) && !QFileInfo::exists(pathOf(name))
-               && isInsideFolder(folder, pathOf(name));
+        return isPlainName(name) && !taken.contains(name) && isInsideFolder(folder, pathOf(name));
     }
 
     void rename(const QString &from, const QString &to, const QString &reason)
     {
-        if (renamed.contains(from) || !isFree(to))
+        if (renamed.contains(from) || !isFree(to)
+            || (QFileInfo::exists(pathOf(to)) && !isLeftover(pathOf(to), pathOf(from))))
             return;
         renamed.insert(from, to);
         taken << to;
@@ -235,6 +238,18 @@ private:
 };
 
 } // namespace
+
+bool isLeftover(const QString &old, const QString &path)
+{
+    std::error_code error;
+    if (std::filesystem::equivalent(QFile::encodeName(old).constData(),
+                                    QFile::encodeName(path).constData(), error))
+        return false; // one file under two names, as where case does not count
+    QFile one(old);
+    QFile other(path);
+    return one.open(QIODevice::ReadOnly) && other.open(QIODevice::ReadOnly)
+           && one.size() == other.size() && one.read(startSize) == other.read(startSize);
+}
 
 QList<Renaming> trueNames(const QString &folder, const QString &job, const QStringList &names)
 {

@@ -10,7 +10,7 @@
 /// A better name for a file of a job.
 struct Renaming {
     QString from;
-    QString to; ///< free in the folder, and inside of it
+    QString to; ///< in the folder, and free, or the name of a leftover
     QString reason; ///< for the log
 };
 
@@ -24,6 +24,10 @@ struct Renaming {
 /// @param names  of the files that have arrived, in the order of the NZB
 [[nodiscard]] QList<Renaming> trueNames(const QString &folder, const QString &job,
                                         const QStringList &names);
+
+/// Whether @p old, which no file of the job has, is what the file @p path was before the program
+/// was killed: it has been fetched again then, and has the same length and the same first 16 KiB.
+[[nodiscard]] bool isLeftover(const QString &old, const QString &path);
 
 /// The names of the files that PAR2 sets describe, out of those of @p names that are PAR2 files.
 /// They may be anything.
