@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QMap>
+#include <QSet>
 
 #include <algorithm>
 #include <utility>
@@ -62,6 +63,30 @@ std::optional<int> expectedBlocks(const Nzb *nzb, const NzbFile *file)
         return other->isPar2() && !other->isPar2Volume() && other->size() < file->size();
     });
     return isSmallest ? std::nullopt : std::optional(1);
+}
+
+bool isAtRest(const Nzb *nzb)
+{
+    return std::ranges::all_of(nzb->allFiles(), [](const NzbFile *file) {
+        return file->isFinished() || file->isPaused();
+    });
+}
+
+void pauseRest(const Nzb *nzb)
+{
+    for (NzbFile *file : nzb->allFiles()) {
+        if (!file->isFinished() && !file->isPar2())
+            file->setPaused(true);
+    }
+}
+
+void markWhole(const Nzb *nzb, const QStringList &names)
+{
+    const QSet<QString> whole(names.cbegin(), names.cend());
+    for (NzbFile *file : nzb->allFiles()) {
+        if (whole.contains(file->name()))
+            file->markWhole();
+    }
 }
 
 bool hasPar2(const Nzb *nzb)

@@ -12,10 +12,18 @@ class Nzb;
 class NzbFile;
 class QObject;
 
-// Questions of the post-processing about the content of a job and its folder.
+// Questions of the post-processing about the content of a job and its folder, and what it tells the
+// files of a job together.
 
 /// The names of the files on disk of which nothing more is fetched, in the order of the NZB.
 [[nodiscard]] QStringList arrivedNames(const Nzb *nzb);
+
+/// No file of the job is being fetched, or will be unless the user wants it.
+[[nodiscard]] bool isAtRest(const Nzb *nzb);
+/// Pauses all files that have not arrived but PAR2 files.
+void pauseRest(const Nzb *nzb);
+/// It has been proved that the files @p names are whole.
+void markWhole(const Nzb *nzb, const QStringList &names);
 
 [[nodiscard]] bool hasPar2(const Nzb *nzb);
 /// What the names of a set's PAR2 files begin with.

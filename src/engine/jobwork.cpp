@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QPointer>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -15,7 +14,6 @@
 #include "engine/settings.h"
 #include "post/par2process.h"
 #include "post/rarhandler.h"
-#include "queue/filenames.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -69,14 +67,7 @@ void JobWork::setStatus(const QString &status)
 /// Without a status a job that is not unpacked would look finished.
 void JobWork::showFailure(const QString &reason) { setStatus(failure = reason); }
 
-bool JobWork::isReady() const
-{
-    if (anew == Anew::No)
-        return nzb->isComplete();
-    return std::ranges::all_of(nzb->allFiles(), [](const NzbFile *file) {
-        return file->isFinished() || file->isPaused();
-    });
-}
+bool JobWork::isReady() const { return anew == Anew::No ? nzb->isComplete() : isAtRest(nzb); }
 
 void JobWork::processNzb()
 {
@@ -111,16 +102,11 @@ void JobWork::processNzb()
 /// its names may have been what was wrong.
 void JobWork::takeTrueNames()
 {
-    if (!isWrong() && !names.areObscure())
+    const auto isInUse = [this](auto file) { return rarHandler && rarHandler->reads(file); };
+    if ((!isWrong() && !names.areObscure()) || !names.takeTrueNames(isInUse))
         return;
-    const bool any = names.takeTrueNames([this](const NzbFile *file) {
-        return rarHandler
-               && (rarHandler->hasUnpacked(file)
-                   || (rarHandler->isProcessing() && isRarVolume(file->name())));
-    });
-    if (any)
-        emit post.filesRenamed();
-    if (!any || !rarHandler || !rarHandler->hasFailed())
+    emit post.filesRenamed();
+    if (!rarHandler || !rarHandler->hasFailed())
         return;
     setStatus(failure = QString());
     rarHandler->checkCompletedFiles();
@@ -144,11 +130,7 @@ void JobWork::startAnew(Anew wanted)
     anew = wanted;
     if (anew == Anew::UnpackUnproved)
         repairState = RepairState::Failed;
-    // No file may change now, except for volumes that a repair has asked for.
-    for (NzbFile *file : nzb->allFiles()) {
-        if (!file->isFinished() && !file->isPar2())
-            file->setPaused(true);
-    }
+    pauseRest(nzb); // no file may change now, except for volumes that a repair has asked for
     setStatus(QString());
     processNzb();
 }
@@ -224,11 +206,7 @@ void JobWork::settleRepair()
 {
     const Par2Process *pass = repair.letGo();
     anew = Anew::Unpack;
-    const QSet<QString> whole(pass->targets().cbegin(), pass->targets().cend());
-    for (NzbFile *file : nzb->allFiles()) {
-        if (whole.contains(file->name()))
-            file->markWhole();
-    }
+    markWhole(nzb, pass->targets());
     removeLeftovers(nzb); // there may be some of an earlier pass
     setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
     processNzb();
@@ -342,10 +320,8 @@ void JobWork::rarErrorProcessing(Nzb * /*nzb*/, const QString &rarfile)
 
 void JobWork::rarProcessingComplete()
 {
-    for (NzbFile *file : nzb->allFiles()) {
-        if (anew != Anew::No && rarHandler->hasUnpacked(file))
-            file->markWhole(); // the archive has proved that its volumes were whole
-    }
+    if (anew != Anew::No)
+        rarHandler->markUnpackedWhole();
     if (isReady())
         processNzb();
 }

@@ -14,8 +14,7 @@ class RarHandler;
 class Settings;
 
 /// The post-processing of one job: owns the running steps, and decides what comes next: repair,
-/// extraction, joining, completion, in this order. ZIP and
-/// 7z archives come after the joining.
+/// extraction of RAR, joining, ZIP and 7z archives, completion, in this order. Names come first.
 ///
 /// No stage is kept: when a step ends, processNzb() decides again from the state of the job and the
 /// disk. Emits the signals of the PostProcessor, since a receiver may cause this object to be

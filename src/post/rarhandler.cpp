@@ -179,6 +179,19 @@ bool RarHandler::hasUnpacked(const NzbFile *file) const
     return unpackedVolumes.contains(file->path());
 }
 
+void RarHandler::markUnpackedWhole()
+{
+    for (NzbFile *file : nzb->allFiles()) {
+        if (hasUnpacked(file))
+            file->markWhole();
+    }
+}
+
+bool RarHandler::reads(const NzbFile *file) const
+{
+    return hasUnpacked(file) || (isProcessing() && isRarVolume(file->name()));
+}
+
 void RarHandler::removeKeptVolumes()
 {
     const QStringList kept = std::exchange(keptVolumes, {});

@@ -44,8 +44,11 @@ public:
     void setKeepsVolumes(bool keeps);
     /// Deletes those that have stayed.
     void removeKeptVolumes();
-    /// Whether @p file has been a volume of an archive that is unpacked.
-    [[nodiscard]] bool hasUnpacked(const NzbFile *file) const;
+    /// The archives that are unpacked have proved that their volumes were whole.
+    void markUnpackedWhole();
+    /// Whether @p file has been a volume of such an archive, or may be one of the archive that is
+    /// being unpacked.
+    [[nodiscard]] bool reads(const NzbFile *file) const;
     /// To be called when nothing more arrives. A run that waits for a volume which is no file of
     /// the job then fails, with that volume's name. One that waits for a damaged file goes on
     /// waiting, unless @p evenDamaged.
@@ -90,6 +93,7 @@ protected:
     void run() override;
 
 private:
+    [[nodiscard]] bool hasUnpacked(const NzbFile *file) const;
     void end(bool atOnce);
     [[nodiscard]] bool isWhole(const NzbFile *file) const;
     [[nodiscard]] bool startsRun(const QString &name) const;
