@@ -137,6 +137,7 @@ QueueFile::Written QueueFile::save(const QList<Nzb *> &jobs)
 QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
 {
     if (!damaged && QFile::exists(queueFileName)) {
+        makePrivate(queueFileName); // one of an earlier version
         QFile::remove(backupFileName);
         if (!replaceByEmptyFile(queueFileName, backupFileName))
             QFile::rename(queueFileName, backupFileName);
