@@ -7,6 +7,14 @@
         <source>encrypted 7z archives cannot be read</source>
         <translation>verschlüsselte 7z-Archive können nicht gelesen werden</translation>
     </message>
+    <message>
+        <source>the archive is damaged</source>
+        <translation>das Archiv ist beschädigt</translation>
+    </message>
+    <message>
+        <source>members that are links or have forbidden names</source>
+        <translation>Einträge, die Verknüpfungen sind oder unzulässige Namen haben</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionPool</name>
@@ -326,6 +334,10 @@
     <message>
         <source>Repair and unpack</source>
         <translation>Reparieren und entpacken</translation>
+    </message>
+    <message>
+        <source>Password protected ZIP file</source>
+        <translation>Passwortgeschützte ZIP-Datei</translation>
     </message>
 </context>
 <context>

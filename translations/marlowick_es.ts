@@ -7,6 +7,14 @@
         <source>encrypted 7z archives cannot be read</source>
         <translation>no se pueden leer archivos 7z cifrados</translation>
     </message>
+    <message>
+        <source>the archive is damaged</source>
+        <translation>el archivo está dañado</translation>
+    </message>
+    <message>
+        <source>members that are links or have forbidden names</source>
+        <translation>elementos que son enlaces o tienen nombres no permitidos</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionPool</name>
@@ -326,6 +334,10 @@
     <message>
         <source>Repair and unpack</source>
         <translation>Reparar y descomprimir</translation>
+    </message>
+    <message>
+        <source>Password protected ZIP file</source>
+        <translation>Archivo ZIP protegido con contraseña</translation>
     </message>
 </context>
 <context>

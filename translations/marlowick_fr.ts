@@ -7,6 +7,14 @@
         <source>encrypted 7z archives cannot be read</source>
         <translation>les archives 7z chiffrées ne peuvent pas être lues</translation>
     </message>
+    <message>
+        <source>the archive is damaged</source>
+        <translation>l’archive est endommagée</translation>
+    </message>
+    <message>
+        <source>members that are links or have forbidden names</source>
+        <translation>des éléments qui sont des liens ou dont le nom n’est pas autorisé</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionPool</name>
@@ -326,6 +334,10 @@
     <message>
         <source>Repair and unpack</source>
         <translation>Réparer et décompresser</translation>
+    </message>
+    <message>
+        <source>Password protected ZIP file</source>
+        <translation>Fichier ZIP protégé par mot de passe</translation>
     </message>
 </context>
 <context>

@@ -7,6 +7,14 @@
         <source>encrypted 7z archives cannot be read</source>
         <translation>versleutelde 7z-archieven kunnen niet worden gelezen</translation>
     </message>
+    <message>
+        <source>the archive is damaged</source>
+        <translation>het archief is beschadigd</translation>
+    </message>
+    <message>
+        <source>members that are links or have forbidden names</source>
+        <translation>onderdelen die koppelingen zijn of niet-toegestane namen hebben</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionPool</name>
@@ -326,6 +334,10 @@
     <message>
         <source>Repair and unpack</source>
         <translation>Herstellen en uitpakken</translation>
+    </message>
+    <message>
+        <source>Password protected ZIP file</source>
+        <translation>ZIP-bestand met wachtwoord</translation>
     </message>
 </context>
 <context>

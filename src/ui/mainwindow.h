@@ -84,7 +84,7 @@ private:
     [[nodiscard]] static Nzb *jobOf(INzbItem *item);
     [[nodiscard]] static bool isPreviewable(INzbItem *item);
     void setJobPaused(Nzb *nzb, bool paused);
-    [[nodiscard]] QDialog *passwordBox(Nzb *nzb);
+    [[nodiscard]] QDialog *passwordBox(Nzb *nzb, const QString &title);
 
     static constexpr int noticeMsec = 300000;
 

@@ -152,15 +152,17 @@ void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelInd
         ui->actionPause->setChecked(item->isPaused());
 }
 
-void MainWindow::onPasswordNeeded(Nzb *nzb, const QString & /*rarfile*/)
+void MainWindow::onPasswordNeeded(Nzb *nzb, const QString &rarfile)
 {
     const QPointer<Nzb> job(nzb);
-    boxes->append([this, job] { return passwordBox(job); });
+    const QString title =
+        isArchive(rarfile) ? tr("Password protected ZIP file") : tr("Password protected RAR file");
+    boxes->append([this, job, title] { return passwordBox(job, title); });
 }
 
 /// The selected row shows for which job it asks. Cancel declines, and the waiting extraction is
 /// told so. Null if the job has been deleted in the meantime.
-QDialog *MainWindow::passwordBox(Nzb *nzb)
+QDialog *MainWindow::passwordBox(Nzb *nzb, const QString &title)
 {
     const QModelIndex row = model->index(static_cast<int>(engine->queue()->indexOf(nzb)), 0);
     if (!row.isValid())
@@ -168,7 +170,7 @@ QDialog *MainWindow::passwordBox(Nzb *nzb)
     ui->treeView->setCurrentIndex(row);
     ui->treeView->scrollTo(row);
     auto *box = new QInputDialog(this);
-    box->setWindowTitle(tr("Password protected RAR file"));
+    box->setWindowTitle(title);
     box->setLabelText(tr("Please enter the password of what you are downloading"));
     box->setTextEchoMode(QLineEdit::Password);
     connect(box, &QDialog::finished, nzb, [this, nzb, box](int result) {
