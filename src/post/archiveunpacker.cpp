@@ -9,7 +9,6 @@
 #include <QScopeGuard>
 
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <utility>
 
@@ -105,8 +104,10 @@ private:
         const bool encrypted = archive_read_has_encrypted_entries(reader.get()) > 0 && !proved;
         if (encrypted && archive_format(reader.get()) == ARCHIVE_FORMAT_ZIP)
             throw Failure{Failure::Kind::Locked};
-        failFor(encrypted ? ArchiveUnpacker::tr("encrypted 7z archives cannot be read")
-                          : QString::fromLocal8Bit(archive_error_string(reader.get())));
+        if (encrypted)
+            failFor(ArchiveUnpacker::tr("encrypted 7z archives cannot be read"));
+        const QString reason = QString::fromLocal8Bit(archive_error_string(reader.get()));
+        failFor(reason.isEmpty() ? ArchiveUnpacker::tr("the archive is damaged") : reason);
     }
 
     [[noreturn]] static void failFor(const QString &reason)
@@ -120,8 +121,7 @@ private:
             archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry);
         const QString path = order.folder + u'/' + name;
         return plain && !name.isEmpty() && !name.startsWith(u'/') && !name.startsWith(u'\\')
-               && !name.endsWith(u'/') && isInsideFolder(order.folder, path)
-               && !order.protectedNames.contains(QDir::cleanPath(name));
+               && !name.endsWith(u'/') && isInsideFolder(order.folder, path);
     }
 
     bool unpack(archive_entry *entry)
@@ -131,6 +131,8 @@ private:
             qDebug() << "Passing over a member because of its name or kind:" << name;
             return false;
         }
+        if (order.protectedNames.contains(QDir::cleanPath(name)))
+            return isThere(order.folder + u'/' + name);
         const auto size = quint64(std::max<la_int64_t>(0, archive_entry_size(entry)));
         requireRoom(size);
         QDir().mkpath(QFileInfo(order.folder + u'/' + name).path());
@@ -148,22 +150,43 @@ private:
         return true;
     }
 
+    /// The next bytes of the member; none at its end.
+    QByteArrayView read()
+    {
+        const la_ssize_t length = archive_read_data(reader.get(), buffer.data(), buffer.size());
+        if (length < 0) // a warning among them, for one of a wrong checksum
+            fail();
+        check(ARCHIVE_OK);
+        return QByteArrayView(buffer).first(length);
+    }
+
+    /// A file of the job is not written over. It may be in the archive just so.
+    bool isThere(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        for (;;) {
+            const QByteArrayView block = read();
+            if (block.isEmpty())
+                return file.atEnd();
+            if (file.read(block.size()) != block)
+                return false;
+        }
+    }
+
     /// The size that the archive tells may be a lie, so the room is looked at again on the way.
     void write(QFile &target)
     {
         constexpr qint64 lookAgain = 64 * 1024 * 1024;
-        static thread_local std::array<char, 256 * 1024> buffer;
         qint64 sinceLook = 0;
         for (;;) {
-            const la_ssize_t length = archive_read_data(reader.get(), buffer.data(), buffer.size());
-            if (length == 0)
+            const QByteArrayView block = read();
+            if (block.isEmpty())
                 break;
-            if (length < 0) // a warning among them, for one of a wrong checksum
-                fail();
-            check(ARCHIVE_OK);
-            if (target.write(buffer.data(), length) != length)
+            if (target.write(block.data(), block.size()) != block.size())
                 failFor(target.errorString());
-            sinceLook += length;
+            sinceLook += block.size();
             if (std::exchange(sinceLook, sinceLook % lookAgain) >= lookAgain)
                 requireRoom(0);
         }
@@ -183,6 +206,7 @@ private:
     const ArchiveUnpacker::Order &order;
     QByteArray password;
     bool proved = false; ///< the password has opened a member
+    QByteArray buffer{256 * 1024, Qt::Uninitialized};
     Reader reader{archive_read_new()};
 };
 
@@ -220,8 +244,11 @@ void ArchiveUnpacker::run()
     const auto end = qScopeGuard([this] { announceEnd(this); });
     const QString path = order.folder + u'/' + order.archive;
     try {
-        if (unpackAll())
-            QFile::remove(path);
+        if (!unpackAll()) {
+            emit processingError(nzb, tr("members that are links or have forbidden names"));
+            return;
+        }
+        QFile::remove(path);
         emit processingComplete(nzb);
     } catch (const Failure &failure) {
         qDebug() << "Unpacking of" << order.archive << "has ended:" << failure.reason;

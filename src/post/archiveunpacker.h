@@ -12,8 +12,9 @@ class Nzb;
 /// Unpacks one ZIP or 7z archive of a job on a thread of its own, by libarchive, and deletes the
 /// archive after a clean end.
 ///
-/// Members that lead out of the folder, links, and members named like a file of the job are passed
-/// over; then the archive stays. A member that cannot be unpacked whole leaves no file.
+/// Members that lead out of the folder, links, and members named like a file of the job with
+/// another content are passed over: the rest is unpacked, the archive stays, and it counts as an
+/// error. A member that cannot be unpacked whole leaves no file.
 class ArchiveUnpacker final : public QThread {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ArchiveUnpacker)
