@@ -4,6 +4,7 @@
 #pragma once
 #include <QDirIterator>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTest>
 #include <QtEndian>
 
@@ -73,6 +74,12 @@ struct World : EngineFixture {
             add(packWithRar({{"film", film}}, options.split(',')));
         } else if (word == "file") {
             add({{what, randomBytes(2, 20'000)}});
+        } else if (word == "post") {
+            add({{what.section(' ', 1), known.value(what.section(' ', 0, 0))}});
+        } else if (word == "film") {
+            add({{what, film}});
+        } else if (word == "packed") { // a film of that name
+            add(rar4Set("x", {{what.toUtf8(), film}}));
         } else if (word == "pieces") {
             for (int i = std::max(number, 1); i <= 3; ++i)
                 add({{what + ".00" + QString::number(i), film.mid(40'000 * (i - 1), 40'000)}});
@@ -114,6 +121,18 @@ struct World : EngineFixture {
                 files[i].first = QString::number(i);
         } else if (word == "hide") { // until the articles tell the name
             posted(what).subject = what.mid(2, 5) + QString(" yEnc (1/%1)").arg(number);
+        } else if (word == "nzb") {
+            nzbName = what + ".nzb";
+        } else if (word == "meta") {
+            head += "<meta type='password'>" + what.toUtf8() + "</meta>";
+        } else if (word == "obscure") { // PAR2 files, with extension or not, or the others
+            const bool volumes = what == ".par2" || what == "volumes";
+            for (int i = 0; i < files.size(); ++i) {
+                auto &[name, content] = files[i];
+                if (name.endsWith(".par2") == volumes)
+                    name = QString("%1q9z%2").arg(7 * i % 41).arg(what == "volumes" ? "" : what);
+                known.insert(name, content);
+            }
         } else if (word == "lose") {
             segment().onServer = false;
         } else if (word == "spoil") {
@@ -223,7 +242,9 @@ struct World : EngineFixture {
     void run()
     {
         postFiles();
-        job = start(post);
+        post.upload(*server);
+        const QByteArray nzb = "<nzb><head>" + head + "</head>" + post.nzb().sliced(5);
+        job = engine->addNZB(writeFile(dir.filePath(nzbName), nzb));
         QVERIFY(!engine->canRepairAndUnpack(job)); // nothing on disk yet
     }
     /// Behind a job that is finished.
@@ -239,11 +260,12 @@ struct World : EngineFixture {
         job = engine->queue()->last();
     }
     [[nodiscard]] QString path(const QString &name) const { return job->folder() + '/' + name; }
-    /// What the job says, and what lies in its folder: "+" marks what has been made there, "?" what
-    /// is not as it should be. PAR2 files are counted.
+    /// What the job says, "..." for words of the library, and what lies in its folder: "+" marks
+    /// what has been made there, "?" what is not as it should be. PAR2 files are counted.
     [[nodiscard]] QString found() const
     {
         QString text = job->status().remove(job->folder() + '/') + errors.join(' ') + ':';
+        text.replace(QRegularExpression("(Not unpacked: [^:]+: )[A-Z].*:"), "\\1...:");
         const QDir folder(job->folder());
         constexpr auto kinds = QDir::Files | QDir::Hidden | QDir::System;
         QStringList names;
@@ -254,7 +276,8 @@ struct World : EngineFixture {
             const QByteArray content = contentsOf(folder.filePath(name));
             const bool made = job->extractedFiles().value(name) == quint64(content.size());
             if (!name.endsWith(".par2"))
-                text += (made ? " +" : " ") + name + (content == known.value(name) ? "" : "?");
+                text += (made ? " +" : " ") + name
+                        + (content == film || content == known.value(name) ? "" : "?");
         }
         const auto volumes = names.filter(".par2").size();
         return volumes == 0 ? text : text + " " + QString::number(volumes) + " par2";
@@ -279,9 +302,33 @@ struct World : EngineFixture {
     QMap<QString, QByteArray> known{
         {"film", film}, {"first", "1"}, {"last", "3"}, {"made/größe", "x"}};
     Post post{"comic.vol1"};
+    QString nzbName = "comic.vol1.nzb";
+    QByteArray head; ///< of the NZB
     QPointer<Nzb> job;
     QMap<QString, QString> hooks; ///< what to play when something is heard
     QStringList events;
     int asked = 0; ///< for a password
     int complete = 0;
 };
+
+/// Makes a case of each line of @p stories: what it is about | what befalls the job | what is found
+/// in the end. p1, p2 and p3 are the volumes of a set; FAILED tells that one of them is damaged,
+/// which shows at the film's end. RANDOM is a name that a machine has made up.
+/// @param contents  what can be posted, by names to call it by
+inline void tell(const char *stories, const QMap<QString, QByteArray> &contents = {})
+{
+    QString text = QString(stories).replace("\n    ", " ");
+    text.replace("FAILED", "Error extracting RAR: p3");
+    text.replace("RANDOM", "3f2a9c0b1d4e5f60718293a4b5c6d7e8");
+    text.replace(QRegularExpression("\\bp([123])\\b"), "x.part\\1.rar");
+    for (const QString &story : text.split('\n', Qt::SkipEmptyParts)) {
+        const QStringList fields = story.split(" | ");
+        Case(qPrintable(fields.at(0)), [fields, contents] {
+            World t;
+            t.known.insert(contents);
+            t.play(fields.at(1));
+            if (!QTest::currentTestFailed())
+                t.ends(fields.at(2));
+        });
+    }
+}

@@ -3,8 +3,6 @@
 
 // What becomes of jobs that have arrived, and of those that meet with a mishap: with the real
 // programs and the real library.
-#include <QRegularExpression>
-
 #include "story.h"
 #include "support/case.h"
 
@@ -118,21 +116,7 @@ folder gone under way | threads=1; file a; file b; hold b; run; held b; vanish; 
     | Damaged beyond repair: b
 )";
 
-const bool told = [] {
-    QString text = QString(stories).replace("\n    ", " ");
-    text.replace("FAILED", "Error extracting RAR: p3");
-    text.replace(QRegularExpression("\\bp([123])\\b"), "x.part\\1.rar");
-    for (const QString &story : text.split('\n', Qt::SkipEmptyParts)) {
-        const QStringList fields = story.split(" | ");
-        Case(qPrintable(fields.at(0)), [fields] {
-            World t;
-            t.play(fields.at(1));
-            if (!QTest::currentTestFailed())
-                t.ends(fields.at(2));
-        });
-    }
-    return true;
-}();
+const bool told = (tell(stories), true);
 
 const Case hostile("old volumes, with members that lead outside", [] {
     World t;
