@@ -149,7 +149,8 @@ bool Preview::isGrowing() const { return std::cmp_not_equal(available, finalSize
 
 bool Preview::hasGrown()
 {
-    const qint64 size = QFileInfo(currentFile).size();
+    // An open file may have got another name meanwhile.
+    const qint64 size = file.isOpen() ? file.size() : QFileInfo(currentFile).size();
     if (size == available)
         return false;
     available = size;
