@@ -16,6 +16,7 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
+#include "queue/savednzb.h"
 
 namespace {
 
@@ -207,8 +208,11 @@ void Marlowick::repairAndUnpack(Nzb *nzb) { post->repairAndUnpack(nzb); }
 
 void Marlowick::saveQueue()
 {
+    QList<SavedNzb> copy;
+    for (const Nzb *nzb : queue_->jobs())
+        copy.append(nzb->saved());
     // Deliberate: if the disk has too little space for the queue, there is no message.
-    if (queueFile->save(queue_->jobs()) == QueueFile::Written::CannotOpen) {
+    if (queueFile->save(copy) == QueueFile::Written::CannotOpen) {
         saveTimer.stop();
         emit error(0, tr("Error saving queue file"));
     }

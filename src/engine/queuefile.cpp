@@ -16,6 +16,7 @@
 #include "engine/jobfolder.h"
 #include "queue/nzb.h"
 #include "queue/queue.h"
+#include "queue/savednzb.h"
 
 using namespace Qt::StringLiterals;
 
@@ -123,7 +124,7 @@ QueueFile::QueueFile(const QString &folder)
 {
 }
 
-QueueFile::Written QueueFile::save(const QList<Nzb *> &jobs)
+QueueFile::Written QueueFile::save(const QList<SavedNzb> &jobs)
 {
     const Written written = write(jobs);
     if (written == Written::CannotOpen)
@@ -134,7 +135,7 @@ QueueFile::Written QueueFile::save(const QList<Nzb *> &jobs)
 
 /// After loadBackup(), or a save that filled the disk, the queue file is damaged and is overwritten
 /// in place: as a backup it would replace the only good file.
-QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
+QueueFile::Written QueueFile::write(const QList<SavedNzb> &jobs)
 {
     if (!damaged && QFile::exists(queueFileName)) {
         makePrivate(queueFileName); // one of an earlier version
@@ -151,8 +152,8 @@ QueueFile::Written QueueFile::write(const QList<Nzb *> &jobs)
     xml.writeStartDocument();
     xml.writeComment("Marlowick queue file - looks a bit like a NZB but is not"_L1);
     xml.writeStartElement("qzb"_L1);
-    for (const Nzb *nzb : jobs)
-        nzb->saveXml(xml);
+    for (const SavedNzb &nzb : jobs)
+        nzb.saveXml(xml);
     xml.writeEndElement();
     xml.writeEndDocument();
     const bool flushed = file.flush(); // including what close() would have written

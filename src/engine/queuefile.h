@@ -7,8 +7,8 @@
 
 #include "queue/readxml.h"
 
-class Nzb;
 class Queue;
+struct SavedNzb;
 
 /// The queue on disk: one compressed XML file, and the file of the previous save as its backup.
 /// Both can be read by their owner alone. Blocks until the disk has answered; failures are returned
@@ -25,7 +25,7 @@ public:
     explicit QueueFile(const QString &folder);
 
     [[nodiscard]] const QString &name() const { return queueFileName; }
-    Written save(const QList<Nzb *> &jobs);
+    Written save(const QList<SavedNzb> &jobs);
     /// Appends the jobs of the file @p fileName to @p queue. If the file is damaged, the jobs
     /// before the fault stay. A file that does not exist counts as empty.
     /// @param fileName  if it is empty, name() is used
@@ -36,7 +36,7 @@ public:
     [[nodiscard]] XmlResult loadBackup(Queue &queue, const QString &downloadFolder);
 
 private:
-    [[nodiscard]] Written write(const QList<Nzb *> &jobs);
+    [[nodiscard]] Written write(const QList<SavedNzb> &jobs);
 
     QString queueFileName;
     QString backupFileName;

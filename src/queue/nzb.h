@@ -12,7 +12,7 @@
 #include "queue/inzbitem.h"
 
 class NzbFile;
-class QXmlStreamWriter;
+struct SavedNzb;
 
 /// One job of the queue: the files of one .nzb, and the handler that reads them from its XML.
 class Nzb final : public INzbItem, public QXmlDefaultHandler {
@@ -75,8 +75,8 @@ public:
     [[nodiscard]] bool isComplete() const;
     /// Sorts by name, with "x.rar" ahead of its old-style volumes "x.r00", "x.s12", "x.001".
     void sortFiles();
-    /// Writes the job's element of the queue file.
-    void saveXml(QXmlStreamWriter &xml) const;
+    /// For the queue file.
+    [[nodiscard]] SavedNzb saved() const;
 
     /// Cuts one ".nzb" off the end, in any case, and trims white space.
     [[nodiscard]] static QString cleanName(const QString &name);

@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The job as a reader of XML, both of an .nzb and of the queue file, and as a writer of the queue
-// file, which holds more.
+// The job as a reader of XML, both of an .nzb and of the queue file, which holds more, and what it
+// gives to the writer of that.
 #include <QDebug>
 #include <QFileInfo>
-#include <QXmlStreamWriter>
 
 #include <stdexcept>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/readxml.h"
+#include "queue/savednzb.h"
 #include "queue/writablexml.h"
 
 using namespace Qt::StringLiterals;
@@ -126,22 +126,11 @@ void Nzb::startExtractedFile(const QXmlAttributes &attributes)
     extractedFiles_[name] = static_cast<quint64>(attributes.value("size"_L1).toLongLong());
 }
 
-void Nzb::saveXml(QXmlStreamWriter &xml) const
+SavedNzb Nzb::saved() const
 {
-    xml.writeStartElement("nzb"_L1);
-    xml.writeAttribute("name"_L1, writableXml(name_));
-    if (!passwords_.isEmpty())
-        xml.writeAttribute("passwords"_L1, passwords_.join(u'\n'));
+    SavedNzb copy{name_, passwords_, {}, extractedFiles_};
+    copy.files.reserve(files.size());
     for (const NzbFile *file : files)
-        file->saveXml(xml);
-    if (!extractedFiles_.isEmpty()) {
-        xml.writeStartElement("relatedfiles"_L1);
-        for (auto it = extractedFiles_.cbegin(); it != extractedFiles_.cend(); ++it) {
-            xml.writeEmptyElement("extractedfile"_L1);
-            xml.writeAttribute("name"_L1, writableXml(it.key()));
-            xml.writeAttribute("size"_L1, QString::number(it.value()));
-        }
-        xml.writeEndElement();
-    }
-    xml.writeEndElement();
+        copy.files.append(file->saved());
+    return copy;
 }

@@ -2,32 +2,16 @@
 // SPDX-License-Identifier: MIT
 #include "queue/nzbfile.h"
 
-#include <QXmlStreamWriter>
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 #include "queue/displaytext.h"
 #include "queue/nzb.h"
+#include "queue/savednzb.h"
 #include "queue/subject.h"
-#include "queue/writablexml.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-void saveSegments(QXmlStreamWriter &xml, const QMap<int, QString> &segments)
-{
-    for (auto it = segments.cbegin(); it != segments.cend(); ++it) {
-        xml.writeStartElement("segment"_L1);
-        xml.writeAttribute("number"_L1, QString::number(it.key()));
-        xml.writeCharacters(writableXml(it.value()));
-        xml.writeEndElement();
-    }
-}
-
-} // namespace
 
 NzbFile::NzbFile(QObject *parent, const QString &subjectLine, const QString &postedBy, int postDate,
                  quint64 bytes, quint64 done, bool hold, int partsDone, bool viaYenc)
@@ -141,35 +125,22 @@ QString NzbFile::baseName() const
     return withoutVolumeTail(filename.left(filename.size() - 1 - extension_.size()));
 }
 
-void NzbFile::saveXml(QXmlStreamWriter &xml) const
+SavedFile NzbFile::saved() const
 {
-    xml.writeStartElement("file"_L1);
-    xml.writeAttribute("size"_L1, QString::number(size_));
-    xml.writeAttribute("completed"_L1, QString::number(completed));
-    if (paused)
-        xml.writeAttribute("paused"_L1, "1"_L1);
-    if (completedparts != 0)
-        xml.writeAttribute("completedparts"_L1, QString::number(completedparts));
-    if (yenc)
-        xml.writeAttribute("yenc"_L1, "1"_L1);
-    if (ordered && !isFinished())
-        xml.writeAttribute("ordered"_L1, "1"_L1);
-    if (tellsNothing(filename))
-        xml.writeAttribute("place"_L1, QString::number(place_));
-    xml.writeAttribute("subject"_L1, writableXml(savedSubject()));
-    xml.writeStartElement("segments"_L1);
-    saveSegments(xml, activeSegments); // fetched again after a reload
-    saveSegments(xml, pendingSegments);
-    xml.writeEndElement();
-    xml.writeEndElement();
-}
-
-/// A subject line from which the constructor reads the present name and the number of parts.
-QString NzbFile::savedSubject() const
-{
-    if (filename == subject)
-        return subject;
-    return u'"' + filename + u"\" (1/"_s + QString::number(parts) + u')';
+    return {
+        .size = size_,
+        .completed = completed,
+        .subject = subject,
+        .filename = filename,
+        .parts = parts,
+        .completedparts = completedparts,
+        .place = place_,
+        .paused = paused,
+        .yenc = yenc,
+        .ordered = ordered && !isFinished(),
+        .activeSegments = activeSegments,
+        .pendingSegments = pendingSegments,
+    };
 }
 
 void NzbFile::setFilename(const QString &name)

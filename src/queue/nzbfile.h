@@ -8,7 +8,7 @@
 #include "queue/inzbitem.h"
 
 class Nzb;
-class QXmlStreamWriter;
+struct SavedFile;
 
 /// One file of a job, and the articles from which it is made.
 ///
@@ -91,12 +91,10 @@ public:
     /// extension even without a dot.
     [[nodiscard]] QString baseName() const;
 
-    /// Writes the file's element of the queue file, which lists what is still to be fetched.
-    void saveXml(QXmlStreamWriter &xml) const;
+    /// For the queue file.
+    [[nodiscard]] SavedFile saved() const;
 
 private:
-    [[nodiscard]] QString savedSubject() const;
-
     QString subject;
     QString poster;
     QString filename;
