@@ -12,11 +12,11 @@
 #include "engine/jobfolder.h"
 #include "engine/postprocessor.h"
 #include "engine/queuefile.h"
+#include "engine/queuesaver.h"
 #include "engine/speedmeter.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/queue.h"
-#include "queue/savednzb.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ Marlowick::Marlowick(QObject *parent, std::chrono::milliseconds tick)
     pool->checkSockets();
     connect(&socketTimer, &QTimer::timeout, pool.get(), &ConnectionPool::checkSockets);
     socketTimer.start(tick);
-    connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueue);
+    connect(&saveTimer, &QTimer::timeout, this, &Marlowick::saveQueueInBackground);
 }
 
 Marlowick::~Marlowick() = default;
@@ -110,6 +110,12 @@ void Marlowick::openQueueFile()
         });
     }
     queueFile = std::make_unique<QueueFile>(folder);
+    saver = std::make_unique<QueueSaver>(*queueFile);
+    // Deliberate: if the disk has too little space for the queue, there is no message.
+    connect(saver.get(), &QueueSaver::failed, this, [this] {
+        saveTimer.stop();
+        emit error(0, tr("Error saving queue file"));
+    });
 }
 
 QString Marlowick::downloadFolder() const
@@ -208,18 +214,15 @@ void Marlowick::repairAndUnpack(Nzb *nzb) { post->repairAndUnpack(nzb); }
 
 void Marlowick::saveQueue()
 {
-    QList<SavedNzb> copy;
-    for (const Nzb *nzb : queue_->jobs())
-        copy.append(nzb->saved());
-    // Deliberate: if the disk has too little space for the queue, there is no message.
-    if (queueFile->save(copy) == QueueFile::Written::CannotOpen) {
-        saveTimer.stop();
-        emit error(0, tr("Error saving queue file"));
-    }
+    saveQueueInBackground();
+    saver->wait();
 }
+
+void Marlowick::saveQueueInBackground() { saver->save(queue_->jobs()); }
 
 void Marlowick::loadQueue(const QString &fileName)
 {
+    saver->wait();
     const qsizetype before = queue_->jobs().size();
     readQueue(queueFile->load(*queue_, downloadFolder(), fileName), before);
 }
@@ -227,6 +230,7 @@ void Marlowick::loadQueue(const QString &fileName)
 /// The jobs that a failed loadQueue() has read stay allocated.
 void Marlowick::loadBackup()
 {
+    saver->wait();
     queue_->clear();
     readQueue(queueFile->loadBackup(*queue_, downloadFolder()), 0);
 }

@@ -19,6 +19,7 @@ class NzbFile;
 class PostProcessor;
 class Queue;
 class QueueFile;
+class QueueSaver;
 class SpeedMeter;
 enum class XmlResult;
 
@@ -121,8 +122,11 @@ public slots:
     /// Opens one more connection, if the limit and the queue allow it.
     void startToDownloadQueue();
     /// Writes the queue file; the existing one becomes the backup. On failure the existing one
-    /// stays, the periodic save ends, and error() is emitted.
+    /// stays, the periodic save ends, and error() is emitted. Returns when all that is done.
     void saveQueue();
+    /// The same, but returns at once. The file gets the present state, unless another save follows
+    /// before its turn comes.
+    void saveQueueInBackground();
 
 private:
     void connectQueue();
@@ -139,6 +143,7 @@ private:
     std::unique_ptr<PostProcessor> post;
     std::unique_ptr<SpeedMeter> meter;
     std::unique_ptr<QueueFile> queueFile;
+    std::unique_ptr<QueueSaver> saver;
     QTimer socketTimer;
     QTimer saveTimer;
 };

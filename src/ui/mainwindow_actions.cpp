@@ -40,7 +40,7 @@ void MainWindow::importNzb(const QString &path, bool save)
     try {
         engine->addNZB(path);
         if (save)
-            engine->saveQueue();
+            engine->saveQueueInBackground();
     } catch (const std::runtime_error &failure) {
         const QString text = QString::fromUtf8(failure.what());
         qWarning().nospace() << "Error processing NZB: " << text;
@@ -111,7 +111,7 @@ void MainWindow::on_actionDelete_triggered()
         engine->deleteFiles(item);
     engine->deleteItem(item);
     ui->statusBar->showMessage(tr("Deleted item"), noticeMsec);
-    engine->saveQueue();
+    engine->saveQueueInBackground();
 }
 
 void MainWindow::enableRepair()
@@ -181,7 +181,7 @@ QDialog *MainWindow::passwordBox(Nzb *nzb, const QString &title)
 
 void MainWindow::onNzbComplete(Nzb *n)
 {
-    engine->saveQueue();
+    engine->saveQueueInBackground();
     const bool watched = previews.contains(n);
     if (engine->settings()->get(Settings::clearOnCompletion) && !watched)
         engine->deleteItem(n);

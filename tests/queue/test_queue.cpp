@@ -286,6 +286,22 @@ const Case backup("the backup is one save old, whatever happens to a save", [] {
     QCOMPARE(t.document(".old"), second); // the damaged file has not taken its place
 });
 
+const Case background("of saves in the background the last one wins, and the end waits for it", [] {
+    World t;
+    for (const char *name : {"a", "b", "c"}) {
+        t.add(name, {});
+        t.engine->saveQueueInBackground();
+    }
+    t.add("d", {});
+    t.restart();
+    QCOMPARE(t.shown(), "a() b() c()");
+    QVERIFY(!t.document(".old").contains("\"b\"")); // which gave way while the first was written
+    QVERIFY(QDir(t.dir.filePath("Marlowick")).removeRecursively());
+    QSignalSpy failed(t.engine.get(), &Marlowick::error);
+    t.engine->saveQueueInBackground();
+    QTRY_COMPARE(failed.size(), 1);
+});
+
 const Case removal("only the job's own files are deleted, and it goes with its last article", [] {
     World t;
     Post post;
