@@ -328,7 +328,7 @@ const Case otherFamily("the first address of the server is dead", [] {
     t.run();
     t.engine->closeAllConnections();
     bool lookedUp = false;
-    QHostInfo::lookupHost("two.test", [&](auto &) { lookedUp = true; });
+    QHostInfo::lookupHost("two.test", [&](const auto &) { lookedUp = true; });
     QTRY_VERIFY(lookedUp);
     t.engine->startToDownloadQueue();
     t.settled({.jobs = 2});
