@@ -69,7 +69,7 @@ missing_packages() {
 unavailable_packages() {
     local package
     for package in "$@"; do
-        LC_ALL=C apt-cache policy "$package" | grep -q '^  Candidate: [^(]' || echo "$package"
+        [[ $(LC_ALL=C apt-cache policy "$package") =~ Candidate:\ [^\(] ]] || echo "$package"
     done
 }
 
