@@ -73,27 +73,28 @@ unavailable_packages() {
     done
 }
 
-# Adds the component non-free to the source entries of Debian's own archive. The signed release
-# files that apt-get update has fetched show which entries those are; all others stay unchanged.
-enable_non_free() {
+# enable_component <component> <origin>  adds the component to the source entries of the origin's own
+# archive. The signed release files that apt-get update has fetched show which entries those are; all
+# others stay unchanged.
+enable_component() {
     local file uri suite
     while IFS='|' read -r file uri suite; do
         file=${file%:*}
-        echo "Adding the component non-free to the entry of $suite in $file"
+        echo "Adding the component $1 to the entry of $suite in $file"
         if [[ $file == *.sources ]]; then
-            as_root env URI="${uri%/}" SUITE="$suite" perl -i -00 -pe '
+            as_root env ADDED="$1" URI="${uri%/}" SUITE="$suite" perl -i -00 -pe '
                 next unless /^URIs:(?:.*\n?[ \t])*.*(?<!\S)\Q$ENV{URI}\E\/?(?!\S)/m;
                 next unless /^Suites:(?:.*\n?[ \t])*.*(?<!\S)\Q$ENV{SUITE}\E(?!\S)/m;
-                s/^(Components:.*)$/$1 non-free/m unless /(?<!\S)non-free(?!\S)/;' "$file"
+                s/^(Components:.*)$/$1 $ENV{ADDED}/m unless /(?<!\S)\Q$ENV{ADDED}\E(?!\S)/;' "$file"
         else
-            as_root env URI="${uri%/}" SUITE="$suite" perl -i -lpe '
+            as_root env ADDED="$1" URI="${uri%/}" SUITE="$suite" perl -i -lpe '
                 next unless /^\s*deb(-src)?(\s[^#]*)?\s\Q$ENV{URI}\E\/?\s+\Q$ENV{SUITE}\E\s/;
-                next if /^[^#]*\snon-free(\s|$)/;
-                s/^([^#]*?)\s*(#.*)?$/$1 non-free $2/;
+                next if /^[^#]*\s\Q$ENV{ADDED}\E(\s|$)/;
+                s/^([^#]*?)\s*(#.*)?$/$1 $ENV{ADDED} $2/;
                 s/ +$//;' "$file"
         fi
     done < <(apt-get indextargets --format '$(SOURCESENTRY)|$(REPO_URI)|$(RELEASE)' \
-        'Created-By: Packages' 'Origin: Debian' 'Component: main')
+        'Created-By: Packages' "Origin: $2" 'Component: main')
 }
 
 # install_packages <package>...  does nothing, without asking apt, if all are installed
@@ -103,14 +104,17 @@ install_packages() {
     ((${#missing[@]})) || return 0
     step "Installing ${missing[*]}" \
         "Look at apt-get's message above. By hand, as root: add the component non-free to Debian's \
-entries in /etc/apt, then: apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+entries in /etc/apt, or universe and multiverse to Ubuntu's, then: apt-get update && \
+apt-get install --no-install-recommends ${missing[*]}"
     if ((EUID != 0)) && ! command -v sudo >/dev/null; then
         echo "This needs root or sudo, and there is neither." >&2
         exit 1
     fi
     apt_get -q update || echo "Some package lists are not up to date; going on with the old ones."
     if [[ -n $(unavailable_packages "${missing[@]}") ]]; then
-        enable_non_free
+        enable_component non-free Debian
+        enable_component universe Ubuntu
+        enable_component multiverse Ubuntu # what Debian has in non-free
         apt_get -q update
     fi
     apt_get -q install --no-install-recommends "${missing[@]}"
