@@ -18,7 +18,7 @@ build_packages=(
     build-essential cmake ninja-build
     qt6-base-dev qt6-5compat-dev qt6-tools-dev qt6-l10n-tools libquazip1-qt6-dev zlib1g-dev
     libarchive-dev libunrar-dev
-    par2 ca-certificates
+    qt6-wayland par2 ca-certificates
 )
 test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)

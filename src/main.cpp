@@ -30,6 +30,7 @@ void complain(const char *text, const QString &path)
 void sendArguments(QtSingleApplication &application)
 {
     const QStringList arguments = QCoreApplication::arguments();
+    application.sendActivationToken(sendTimeoutMsec);
     application.sendMessage(arguments.constFirst(), sendTimeoutMsec);
     for (const QString &argument : arguments.sliced(1)) {
         const QFileInfo file(QDir::fromNativeSeparators(argument));

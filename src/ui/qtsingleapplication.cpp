@@ -14,6 +14,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr char tokenVariable[] = "XDG_ACTIVATION_TOKEN";
+constexpr auto tokenPrefix = "XDG_ACTIVATION_TOKEN="_L1; // of a message
+
 QString applicationId()
 {
     const QString path = QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
@@ -30,6 +33,12 @@ QtSingleApplication::QtSingleApplication(int &argc, char **argv)
     , link(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation), applicationId())
 {
     connect(&link, &InstanceLink::messageReceived, this, &QtSingleApplication::onMessage);
+}
+
+void QtSingleApplication::sendActivationToken(int timeout)
+{
+    if (const QString token = qEnvironmentVariable(tokenVariable); !token.isEmpty())
+        sendMessage(tokenPrefix + token, timeout);
 }
 
 void QtSingleApplication::setActivationWindow(QWidget *window, bool activateOnMessage)
@@ -56,6 +65,11 @@ void QtSingleApplication::connectNotify(const QMetaMethod &signal)
 
 void QtSingleApplication::onMessage(const QString &message)
 {
+    if (message.startsWith(tokenPrefix)) {
+        if (platformName().startsWith("wayland"_L1)) // where Qt uses it up with the next activation
+            qputenv(tokenVariable, message.sliced(tokenPrefix.size()).toUtf8());
+        return;
+    }
     emit messageReceived(message);
     if (raisesOnMessage)
         activateWindow();

@@ -29,6 +29,10 @@ public:
         return link.sendMessage(message, timeout);
     }
 
+    /// Hands on the token that a launcher gave this process to bring a window to the front: under
+    /// Wayland, the first instance cannot do that without one.
+    void sendActivationToken(int timeout);
+
     /// Sets the window that activateWindow() raises, on each message too if @p activateOnMessage.
     void setActivationWindow(QWidget *window, bool activateOnMessage = true);
 
