@@ -101,8 +101,11 @@ private:
 
     [[noreturn]] void fail()
     {
-        const bool encrypted = archive_read_has_encrypted_entries(reader.get()) > 0 && !proved;
-        if (encrypted && archive_format(reader.get()) == ARCHIVE_FORMAT_ZIP)
+        const int format = archive_format(reader.get());
+        // Version 3.7 of the library crashes if it is asked before it knows the format.
+        const bool encrypted =
+            format != 0 && archive_read_has_encrypted_entries(reader.get()) > 0 && !proved;
+        if (encrypted && format == ARCHIVE_FORMAT_ZIP)
             throw Failure{Failure::Kind::Locked};
         if (encrypted)
             failFor(ArchiveUnpacker::tr("encrypted 7z archives cannot be read"));
