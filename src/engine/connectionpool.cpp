@@ -57,6 +57,7 @@ NNTP *ConnectionPool::makeConnection()
     auto *connection = new NNTP(settings.get(Settings::hostname), settings.get(Settings::port),
                                 settings.get(Settings::username), settings.password(),
                                 settings.get(Settings::ssl), this);
+    connection->setSpeedLimit(&speedLimit);
     connect(connection, &NNTP::dataDecoded, this, &ConnectionPool::dataDecoded);
     connect(connection, &NNTP::loggedIn, this, &ConnectionPool::nntpLoggedIn);
     connect(connection, &NNTP::articleNotFound, this, &ConnectionPool::articleNotFound);
@@ -217,8 +218,11 @@ void ConnectionPool::drop(NNTP *connection)
     connection->deleteLater();
 }
 
+void ConnectionPool::applySpeedLimit() { speedLimit.setRate(settings.speedLimit()); }
+
 void ConnectionPool::checkSockets()
 {
+    applySpeedLimit();
     const int timeout = settings.get(Settings::networkTimeout);
     quint64 total = 0;
     const QList<NNTP *> alive = connections;

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QObject>
 
+#include "transfer/speedlimit.h"
+
 class NNTP;
 class NzbFile;
 class Queue;
@@ -31,6 +33,8 @@ public:
     /// Whether an error box is shown. While one asks for a password no connection is added; those
     /// in the pool go on retrying.
     void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
+    /// Makes a changed limit of speed hold at once.
+    void applySpeedLimit();
 
 public slots:
     /// Opens one more connection, if the limit and the queue allow it.
@@ -69,6 +73,7 @@ private:
 
     Queue &queue;
     const Settings &settings;
+    SpeedLimit speedLimit;
     QList<NNTP *> connections;
     bool errorShown = false; ///< an error that ends connections, since one was last opened
     bool errorBoxShown = false;

@@ -201,6 +201,14 @@ void Marlowick::startToDownloadQueue() { pool->startToDownloadQueue(); }
 
 void Marlowick::closeAllConnections() { pool->closeAllConnections(); }
 
+void Marlowick::setSpeedLimit(int kibPerSecond)
+{
+    settings_->set(Settings::speedLimitKib, kibPerSecond);
+    pool->applySpeedLimit();
+    if (!settings_->save())
+        emit error(0, tr("The limit of speed could not be saved, and holds until the end."));
+}
+
 void Marlowick::setErrorBoxShown(bool shown) { pool->setErrorBoxShown(shown); }
 
 void Marlowick::setRarPassword(Nzb *nzb, const QString &password)

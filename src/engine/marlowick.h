@@ -69,6 +69,9 @@ public:
     [[nodiscard]] bool nextArticle(NzbFile *&file, int &number, QString &messageId);
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
+    /// Limits the speed of all connections together, from now on and at each later start.
+    /// @param kibPerSecond  0 for no limit
+    void setSpeedLimit(int kibPerSecond);
     /// Tells the engine whether an error box is shown. While one asks for a password no connection
     /// is added to the pool; those in it go on retrying.
     void setErrorBoxShown(bool shown);

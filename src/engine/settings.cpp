@@ -39,6 +39,8 @@ void Settings::setPassword(const QString &text)
     setValue(passwordKey, text.toLatin1().toBase64());
 }
 
+qint64 Settings::speedLimit() const { return std::max<qint64>(0, get(speedLimitKib)) * 1024; }
+
 RarHandling Settings::rarHandling() const
 {
     const auto *const found = std::find(std::begin(rarHandlings), std::end(rarHandlings),

@@ -32,6 +32,7 @@ public:
     static constexpr Key<int> networkTimeout{"networkTimeout"}; ///< seconds of silence
     static constexpr Key<int> networkRetry{"networkRetry"}; ///< seconds before the next login
     static constexpr Key<int> port{"port"};
+    static constexpr Key<int> speedLimitKib{"speedLimit"}; ///< a second; speedLimit() has bytes
     static constexpr Key<bool> ssl{"ssl"};
     static constexpr Key<bool> autoPAR2{"autoPAR2"}; ///< repair a damaged job unasked
     static constexpr Key<bool> pausePAR2{"pausePAR2"}; ///< hold PAR2 files back until needed
@@ -52,6 +53,8 @@ public:
     /// Stored in Base64, which protects nothing. Only Latin-1 characters survive.
     [[nodiscard]] QString password() const;
     void setPassword(const QString &text);
+    /// The most to be received in a second, in bytes; 0 for no limit. Stored in KiB.
+    [[nodiscard]] qint64 speedLimit() const;
     [[nodiscard]] RarHandling rarHandling() const;
     void setRarHandling(RarHandling handling);
 

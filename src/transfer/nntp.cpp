@@ -15,6 +15,7 @@
 #include "queue/nzbfile.h"
 #include "transfer/abstractdecoder.h"
 #include "transfer/addressfamily.h"
+#include "transfer/speedlimit.h"
 
 using namespace Qt::StringLiterals;
 
@@ -24,6 +25,9 @@ namespace {
 /// window get their turn. Qt's limit applies to its buffer of encrypted bytes, all of which it
 /// decrypts at once: without a limit, eight connections decrypt eight whole articles first.
 constexpr qint64 decryptedAtOnce = 128 * 1024;
+
+/// The same for a plain socket while there is a limit of speed.
+constexpr qint64 limitedAtOnce = 64 * 1024;
 
 /// A network read takes blocks of up to decryptedAtOnce bytes, which come and go. By default the C
 /// library hands each of them back to the system, only to be given zeroed pages for the next one:
@@ -154,7 +158,9 @@ void NNTP::deleteLater()
 
 int NNTP::idleSeconds() const
 {
-    return lastActivity.isValid() ? static_cast<int>(lastActivity.elapsed() / 1000) : 0;
+    if (!lastActivity.isValid() || (speedLimit && speedLimit->isWaiting(this)))
+        return 0;
+    return static_cast<int>(lastActivity.elapsed() / 1000);
 }
 
 void NNTP::abortWithError(int code, const QString &msg)
@@ -218,8 +224,14 @@ void NNTP::onError(QAbstractSocket::SocketError socketError)
 {
     const QString text = socket->errorString();
     const QPointer<NNTP> self(this);
-    readDecrypted(); // what came before the failure may end the article
-    if (!self || state == StateDisconnected)
+    // What came before the failure may end the article, also what a limit has held back.
+    SpeedLimit *limit = std::exchange(speedLimit, nullptr);
+    readQueued = readQueued || (limit && limit->isWaiting(this) && state == StateReadingBody);
+    readDecrypted();
+    if (!self)
+        return;
+    speedLimit = limit;
+    if (state == StateDisconnected)
         return;
     if (socketError == QAbstractSocket::RemoteHostClosedError && state == StateQuitting) {
         qDebug() << "Disconnected";
@@ -287,7 +299,7 @@ void NNTP::readReply()
     if (!socket->canReadLine()) {
         if (socket->bytesAvailable() > AbstractDecoder::maximalLine)
             abortForEndlessLine();
-        else if (ssl && socket->bytesAvailable() >= decryptedAtOnce)
+        else if (const qint64 room = readRoom(); room > 0 && socket->bytesAvailable() >= room)
             socket->setReadBufferSize(0); // otherwise the rest of a long line never finds room
         return;
     }
@@ -301,7 +313,8 @@ void NNTP::readReply()
     if (line.size() > 2)
         handleReply(line);
     // Only one line is read at a time, so lines that nobody asked for pile up.
-    if (self && socket->bytesAvailable() > AbstractDecoder::maximalLine)
+    if (self && state != StateReadingBody
+        && socket->bytesAvailable() > AbstractDecoder::maximalLine)
         abortWithError(0, tr("The server sent more than it was asked for"));
 }
 
@@ -309,9 +322,25 @@ QByteArray NNTP::takeLine()
 {
     QByteArray line = socket->readLine();
     bytesReceived_ += static_cast<quint64>(line.size());
-    if (ssl && socket->readBufferSize() != decryptedAtOnce)
-        socket->setReadBufferSize(decryptedAtOnce);
+    if (speedLimit)
+        speedLimit->spend(line.size());
+    setReadRoom();
     return line;
+}
+
+/// What the socket reads ahead of us, in bytes; 0 for all that comes. With a limit of speed the
+/// rest stays with the server.
+qint64 NNTP::readRoom() const
+{
+    if (ssl)
+        return decryptedAtOnce;
+    return speedLimit && speedLimit->isActive() ? limitedAtOnce : 0;
+}
+
+void NNTP::setReadRoom()
+{
+    if (const qint64 room = readRoom(); socket->readBufferSize() != room)
+        socket->setReadBufferSize(room);
 }
 
 /// Some servers repeat a command that they refuse.

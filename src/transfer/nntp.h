@@ -10,6 +10,7 @@
 
 class AbstractDecoder;
 class NzbFile;
+class SpeedLimit;
 
 /// One connection to the news server: logs in and fetches one article at a time (RFC 3977, RFC
 /// 4643).
@@ -35,6 +36,8 @@ public:
          QObject *parent);
     ~NNTP() override;
 
+    /// @param limit  for the bodies of articles, shared with other connections; must live as long
+    void setSpeedLimit(SpeedLimit *limit) { speedLimit = limit; }
     /// Fetches an article once the connection is ready, connecting first if need be.
     /// @param msgid  message id without angle brackets
     /// @param folder  the job's folder, where the decoder writes
@@ -49,7 +52,8 @@ public:
     void abortWithError(int code, const QString &msg);
     /// Bytes read from the socket since construction, protocol text included.
     [[nodiscard]] quint64 bytesReceived() const { return bytesReceived_; }
-    /// Whole seconds without data since the last reception or login(); 0 after a reset.
+    /// Whole seconds without data since the last reception or login(); 0 after a reset, and while
+    /// the limit of speed holds back what has come.
     [[nodiscard]] int idleSeconds() const;
 
 public slots:
@@ -100,6 +104,8 @@ private:
     void readAvailable();
     void readReply();
     [[nodiscard]] QByteArray takeLine();
+    [[nodiscard]] qint64 readRoom() const;
+    void setReadRoom();
     [[nodiscard]] QString withoutPassword(const QByteArray &reply) const;
     void handleReply(const QByteArray &line);
     void advance();
@@ -109,6 +115,7 @@ private:
     void startDecoder(AbstractDecoder *newDecoder, QByteArray &line);
     void finishUnknownArticle();
 
+    [[nodiscard]] qint64 grantedBytes(qint64 available);
     void readChunk();
     [[nodiscard]] bool abortedForEndlessArticle();
     void decode(QByteArray &data);
@@ -120,6 +127,7 @@ private:
     QString password;
     bool ssl;
     QAbstractSocket *socket = nullptr;
+    SpeedLimit *speedLimit = nullptr;
     QAbstractSocket::NetworkLayerProtocol family = QAbstractSocket::AnyIPProtocol; ///< last tried
     QString msgid;
     QString folder;

@@ -7,6 +7,7 @@
 
 #include "queue/nzbfile.h"
 #include "transfer/nntp.h"
+#include "transfer/speedlimit.h"
 #include "transfer/uudecoder.h"
 #include "transfer/yencdecoder.h"
 
@@ -47,7 +48,8 @@ void NNTP::readBodyLines(QByteArray line)
 {
     const QPointer<NNTP> self(this);
     examineBodyLine(line);
-    while (self && !abortedForEndlessArticle() && socket->canReadLine()) {
+    while (self && !decoder && !abortedForEndlessArticle() && socket->canReadLine()
+           && grantedBytes(1) == 1) {
         line = takeLine();
         examineBodyLine(line);
     }
@@ -94,11 +96,26 @@ void NNTP::finishUnknownArticle()
     emit dataDecoded(nzbfile, seqnr, QString(), 0, false, false);
 }
 
+/// How many of @p available bytes may be read now. If it is fewer, the reading goes on by itself.
+qint64 NNTP::grantedBytes(qint64 available)
+{
+    if (!speedLimit)
+        return available;
+    setReadRoom();
+    if (!speedLimit->isActive())
+        return available;
+    return speedLimit->take(available, this, [this] {
+        lastActivity.start(); // the server is not to blame for the wait
+        if (state == StateReadingBody)
+            readAvailable();
+    });
+}
+
 void NNTP::readChunk()
 {
     const QPointer<NNTP> self(this);
     // Unlike readAll(), this hands over the socket's own block without a copy.
-    QByteArray chunk = socket->read(socket->bytesAvailable());
+    QByteArray chunk = socket->read(grantedBytes(socket->bytesAvailable()));
     if (chunk.isEmpty()) // an empty chunk would hide the first half of a terminator
         return;
     bytesReceived_ += static_cast<quint64>(chunk.size());

@@ -20,6 +20,7 @@
 #include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
 #include "ui/boxqueue.h"
+#include "ui/speedfield.h"
 #include "ui/statusdelegate.h"
 #include "ui_mainwindow.h"
 
@@ -118,19 +119,16 @@ void MainWindow::setUpStatusBar()
 {
     ui->statusBar->setStyleSheet(
         u"QStatusBar::item { border: 1px solid grey; border-radius: 3px; }"_s);
-    freeSpaceLabel = addStatusLabel(tr(" --- GB free  "), tr("Free disk space"));
-    speedLabel = addStatusLabel(tr("  0.0 Mbit/s  "), tr("Download speed"));
-    timeLeftLabel = addStatusLabel(tr("  **d **h **m left "), tr("Time left"));
-}
-
-QLabel *MainWindow::addStatusLabel(const QString &text, const QString &meaning)
-{
-    auto *label = new QLabel(text);
-    label->setMinimumSize(label->sizeHint());
-    label->setAlignment(Qt::AlignRight);
-    label->setAccessibleDescription(meaning);
-    ui->statusBar->addPermanentWidget(label);
-    return label;
+    freeSpaceLabel = new QLabel(tr(" --- GB free  "));
+    freeSpaceLabel->setAccessibleDescription(tr("Free disk space"));
+    speedLabel = new SpeedField(engine, tr("  0.0 Mbit/s  "));
+    timeLeftLabel = new QLabel(tr("  **d **h **m left "));
+    timeLeftLabel->setAccessibleDescription(tr("Time left"));
+    for (QLabel *label : {freeSpaceLabel, static_cast<QLabel *>(speedLabel), timeLeftLabel}) {
+        label->setMinimumSize(label->sizeHint());
+        label->setAlignment(Qt::AlignRight);
+        ui->statusBar->addPermanentWidget(label);
+    }
 }
 
 void MainWindow::connectEngine()

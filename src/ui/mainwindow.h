@@ -17,6 +17,7 @@ class NzbModel;
 class Preview;
 class QDialog;
 class QLabel;
+class SpeedField;
 
 namespace Ui {
 class MainWindow;
@@ -78,7 +79,6 @@ private:
     void loadQueue();
     void importCommandLine();
     void importNzb(const QString &path, bool save);
-    [[nodiscard]] QLabel *addStatusLabel(const QString &text, const QString &meaning);
     [[nodiscard]] QModelIndex currentRow() const;
     [[nodiscard]] Nzb *currentJob() const;
     [[nodiscard]] static Nzb *jobOf(INzbItem *item);
@@ -92,7 +92,7 @@ private:
     Marlowick *engine;
     QTimer diskTimer;
     NzbModel *model = nullptr;
-    QLabel *speedLabel = nullptr;
+    SpeedField *speedLabel = nullptr;
     QLabel *timeLeftLabel = nullptr;
     QLabel *freeSpaceLabel = nullptr;
     QMap<Nzb *, Preview *> previews; ///< running now

@@ -12,6 +12,7 @@
 #include "queue/displaytext.h"
 #include "ui/boxqueue.h"
 #include "ui/mainwindow.h"
+#include "ui/speedfield.h"
 #include "ui_mainwindow.h"
 
 namespace {
@@ -41,7 +42,7 @@ void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, 
 {
     ui->treeView->repaintChanged(); // a job's status may have changed without a progress
     const double speed = speedinbytespersec * 8.0 / bytesPerMegabyte;
-    speedLabel->setText(tr("  %1 Mbit/s  ").arg(QString::number(speed, 'f', 1)));
+    speedLabel->setSpeed(tr("  %1 Mbit/s  ").arg(QString::number(speed, 'f', 1)));
     if (bytesleft != 0 && speedinbytespersec == 0) {
         timeLeftLabel->setText(tr("  **d **h **m left "));
         return;

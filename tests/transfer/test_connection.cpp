@@ -5,6 +5,9 @@
 #include <QPointer>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <functional>
+#include <numeric>
 #include <optional>
 
 #include "queue/nzbfile.h"
@@ -13,6 +16,7 @@
 #include "support/newsserver.h"
 #include "support/testcertificate.h"
 #include "transfer/nntp.h"
+#include "transfer/speedlimit.h"
 
 namespace {
 
@@ -126,6 +130,42 @@ const Case terminator("a terminator is found wherever TLS cuts it", [] {
                         1);
         t.fetch();
         QTRY_COMPARE(t.said.count("1 a 8"), round + 1);
+    }
+});
+
+const Case limited("a limit holds for all together, and starves none", [] {
+    SpeedLimit limit;
+    limit.setRate(100'000);
+    QObject readers[50];
+    QMap<QObject *, qint64> bytes;
+    const std::function<void(QObject *)> read = [&](QObject *reader) {
+        bytes[reader] += limit.take(20'000, reader, [&read, reader] { read(reader); });
+    };
+    for (QObject &reader : readers)
+        read(&reader);
+    for (int tick = 0; tick < 200; ++tick)
+        limit.refill(std::chrono::milliseconds(50));
+    const qint64 sum = std::accumulate(bytes.begin(), bytes.end(), qint64(0));
+    QVERIFY(std::abs(sum - 1'000'000) < 10'000);
+    QVERIFY(*std::min_element(bytes.begin(), bytes.end()) > 10'000);
+});
+
+const Case limitedArticle("a limit loses nothing", [] {
+    for (const bool overTls : {false, true}) {
+        World t(overTls ? std::optional(TestCertificate()) : std::nullopt);
+        SpeedLimit limit;
+        QObject others[2]; // which only hold places in the queue
+        const std::function<void(QObject *)> wait = [&](QObject *who) {
+            limit.spend(-limit.take(1 << 30, who, [&wait, who] { wait(who); }));
+        };
+        limit.setRate(1 << 19);
+        wait(&others[0]);
+        wait(&others[1]);
+        limit.refill(std::chrono::milliseconds(200));
+        t.nntp->setSpeedLimit(&limit);
+        t.server.script(When::body(), body(longFilm).cutAfter(Reply::whole));
+        t.fetch();
+        QTRY_COMPARE(t.said, "|1 film 300000 true true" + closed);
     }
 });
 

@@ -269,8 +269,8 @@ const Case saving("asks for what is missing or damaged, and saves", [] {
     QCOMPARE(t.told.join('|'), "Error: Error saving queue file|Error: Error saving queue file");
 });
 
-const Case statistics("tells the statistics", [] {
-    const World t;
+const Case statistics("tells the statistics, and limits the speed", [] {
+    World t;
     const auto labels = t.window->statusBar()->findChildren<QLabel *>();
     QString shown;
     for (const auto &[speed, left, seconds] :
@@ -280,6 +280,10 @@ const Case statistics("tells the statistics", [] {
     }
     QCOMPARE(shown.simplified(), "1.0 Mbit/s 0d 0h 60m left 15258.8 Mbit/s 2d 1h 0m left 0.0 "
                                  "Mbit/s **d **h **m left 0.0 Mbit/s 0d 0h 0m left");
+    t.answers = {"Up;Return", "qt_spinbox_lineedit=300;Return"};
+    QTest::keyClick(labels[1], Qt::Key_Space);
+    QTRY_COMPARE(labels[1]->text(), "  0.0 Mbit/s  (limit 300 KB/s)  ");
+    QCOMPARE(t.live->settings()->value("speedLimit"), 300);
 });
 
 const Case repaints("nothing on the screen stays out of date", [] {
