@@ -5,6 +5,7 @@
 #include <QDebug>
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/jobfolder.h"
@@ -193,6 +194,12 @@ void ConnectionPool::decoderFailed(bool passing, const QString &msg)
         errorShown = true;
         emit error(0, msg + tr(". Pausing downloads"));
     }
+}
+
+bool ConnectionPool::isFetching() const
+{
+    return std::any_of(connections.cbegin(), connections.cend(),
+                       [](const NNTP *connection) { return connection->isFetching(); });
 }
 
 void ConnectionPool::closeAllConnections()

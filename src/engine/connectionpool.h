@@ -28,6 +28,8 @@ public:
     ~ConnectionPool() override;
 
     [[nodiscard]] int connectionCount() const { return static_cast<int>(connections.size()); }
+    /// True while an article is under way.
+    [[nodiscard]] bool isFetching() const;
     /// Ends every connection; their articles go back to the queue.
     void closeAllConnections();
     /// Whether an error box is shown. While one asks for a password no connection is added; those

@@ -65,7 +65,11 @@ void JobWork::setStatus(const QString &status)
 }
 
 /// Without a status a job that is not unpacked would look finished.
-void JobWork::showFailure(const QString &reason) { setStatus(failure = reason); }
+void JobWork::showFailure(const QString &reason)
+{
+    setStatus(failure = reason);
+    emit post.nzbFailed(nzb, reason);
+}
 
 bool JobWork::isReady() const { return anew == Anew::No ? nzb->isComplete() : isAtRest(nzb); }
 
@@ -143,6 +147,7 @@ bool JobWork::endAnew()
     if (failed && nzb->hasIncompleteFiles()) {
         if (unproved)
             setStatus(tr("Damaged beyond repair"));
+        emit post.nzbFailed(nzb, nzb->status());
         return false;
     }
     if (failed)
@@ -218,8 +223,10 @@ void JobWork::repairFailed(const QString &status)
     // A set that is in order has not really failed: a repeated post-processing reads it again.
     const bool failed = anew != Anew::No || !repair.isInOrder();
     repairState = failed ? RepairState::Failed : RepairState::Open;
-    if (anew == Anew::No)
+    if (anew == Anew::No) {
+        emit post.nzbFailed(nzb, status);
         return keepVolumes();
+    }
     if (anew == Anew::Repair)
         anew = Anew::Unpack;
     processNzb();

@@ -90,6 +90,7 @@ void Marlowick::connectPostProcessor()
     connect(from, &PostProcessor::downloadProgresses, this, &Marlowick::downloadProgresses);
     connect(from, &PostProcessor::fileComplete, this, &Marlowick::fileComplete);
     connect(from, &PostProcessor::nzbComplete, this, &Marlowick::nzbComplete);
+    connect(from, &PostProcessor::nzbFailed, this, &Marlowick::nzbFailed);
     connect(from, &PostProcessor::statusChanged, this, &Marlowick::statusChanged);
     connect(from, &PostProcessor::passwordNeeded, this, &Marlowick::passwordNeeded);
     connect(from, &PostProcessor::volumeOrdered, this, &Marlowick::startToDownloadQueue);
@@ -187,6 +188,8 @@ void Marlowick::deleteFiles(INzbItem *item)
 }
 
 bool Marlowick::hasWork() const { return queue_->hasWork(); }
+
+bool Marlowick::isAtWork() const { return pool->isFetching() || post->isBusy(); }
 
 bool Marlowick::allPaused() const { return queue_->allPaused(); }
 

@@ -61,6 +61,8 @@ public:
 
     /// True when some unpaused file has a pending segment.
     [[nodiscard]] bool hasWork() const;
+    /// True while an article, a repair, an extraction or a join is under way.
+    [[nodiscard]] bool isAtWork() const;
     /// True when every job is paused, and for an empty queue.
     [[nodiscard]] bool allPaused() const;
     void pauseAll();
@@ -106,6 +108,8 @@ signals:
     void downloadProgresses(NzbFile *file);
     void fileComplete(NzbFile *file);
     void nzbComplete(Nzb *nzb);
+    /// The job has ended without being complete. A receiver must not remove it.
+    void nzbFailed(Nzb *nzb, QString reason);
     /// Post-processing has given the job another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);
     /// For a message box. @p code is always 0.

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 
+#include <algorithm>
+
 #include "engine/jobwork.h"
 #include "engine/uuparts.h"
 #include "post/filecombiner.h"
@@ -60,6 +62,8 @@ void PostProcessor::noteMissing(NzbFile *nzbfile)
     Nzb *nzb = nzbfile->job();
     if (nzbfile->isPar2() && nzbfile->isOrdered() && workOf(nzb).hasObscureNames())
         processLater(nzb);
+    else if (nzb->isComplete() && !workOf(nzb).isBusy())
+        emit nzbFailed(nzb, tr("Articles are missing"));
 }
 
 /// Joins the parts of a uuencoded file on this thread; a part that is missing leaves it shorter.
@@ -120,6 +124,12 @@ void PostProcessor::endProcessing(Nzb *nzb, bool atOnce)
 {
     if (const auto ended = work.extract(nzb))
         ended.mapped()->end(atOnce);
+}
+
+bool PostProcessor::isBusy() const
+{
+    return std::any_of(work.cbegin(), work.cend(),
+                       [](const auto &job) { return job.second->isBusy(); });
 }
 
 bool PostProcessor::canRepairAndUnpack(const Nzb *nzb) const

@@ -28,6 +28,8 @@ public:
     /// Blocks until no archive is being unpacked and no file is being joined.
     ~PostProcessor() override;
 
+    /// True while a repair, an extraction or a join is under way.
+    [[nodiscard]] bool isBusy() const;
     /// True when the job has something on disk and no article under way.
     [[nodiscard]] bool canRepairAndUnpack(const Nzb *nzb) const;
     /// Repeats the post-processing of a job with the files on disk. No effect unless
@@ -44,7 +46,8 @@ public slots:
     /// The last article of @p nzbfile has been decoded, under the name @p filename.
     void finishFile(NzbFile *nzbfile, const QString &filename);
     /// The last article of @p nzbfile is not on the server. Deliberate: only a PAR2 file that
-    /// should have told names has its job looked at.
+    /// should have told names has its job looked at. Any other job ends here if it waited for
+    /// nothing else.
     void noteMissing(NzbFile *nzbfile);
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
     void rarLowDiskspace(quint64 needed);
@@ -55,6 +58,7 @@ signals:
     void notice(int code, QString msg);
     void fileComplete(NzbFile *file);
     void nzbComplete(Nzb *nzb);
+    void nzbFailed(Nzb *nzb, QString reason);
     /// The job has another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);
     /// The queue file knows files by names that they do not have any more.

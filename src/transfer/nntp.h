@@ -52,6 +52,11 @@ public:
     void abortWithError(int code, const QString &msg);
     /// Bytes read from the socket since construction, protocol text included.
     [[nodiscard]] quint64 bytesReceived() const { return bytesReceived_; }
+    /// True from the request for an article until its end.
+    [[nodiscard]] bool isFetching() const
+    {
+        return state == StateSentBody || state == StateReadingBody;
+    }
     /// Whole seconds without data since the last reception or login(); 0 after a reset, and while
     /// the limit of speed holds back what has come.
     [[nodiscard]] int idleSeconds() const;
