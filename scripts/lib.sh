@@ -20,7 +20,7 @@ build_packages=(
     libarchive-dev libunrar-dev
     qt6-wayland par2 ca-certificates
 )
-test_packages=(rar openssl mpv ffmpeg qt6-translations-l10n)
+test_packages=(dbus-daemon rar openssl mpv ffmpeg qt6-translations-l10n)
 bench_packages=(curl libbenchmark-dev libssl-dev unrar)
 clang_packages=(clang clang-tidy libclang-rt-dev)
 ci_packages=(clang-format desktop-file-utils appstream mandoc g++-aarch64-linux-gnu qemu-user)

@@ -20,6 +20,7 @@
 #include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
 #include "ui/boxqueue.h"
+#include "ui/desktoplink.h"
 #include "ui/speedfield.h"
 #include "ui/statusdelegate.h"
 #include "ui_mainwindow.h"
@@ -49,6 +50,7 @@ MainWindow::MainWindow()
     setUpView();
     setUpToolBar();
     setUpStatusBar();
+    new DesktopLink(engine, this);
     connectEngine();
 
     askForMissingSettings();

@@ -10,6 +10,8 @@
 
 #include <unistd.h>
 
+#include "ui/raisewindow.h"
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -49,11 +51,8 @@ void QtSingleApplication::setActivationWindow(QWidget *window, bool activateOnMe
 
 void QtSingleApplication::activateWindow()
 {
-    if (!activationWindow)
-        return;
-    activationWindow->setWindowState(activationWindow->windowState() & ~Qt::WindowMinimized);
-    activationWindow->raise();
-    activationWindow->activateWindow();
+    if (activationWindow)
+        raiseWindow(activationWindow);
 }
 
 void QtSingleApplication::connectNotify(const QMetaMethod &signal)
