@@ -93,6 +93,21 @@
     </message>
 </context>
 <context>
+    <name>DesktopLink</name>
+    <message>
+        <source>%1 is complete</source>
+        <translation>%1 ist fertig</translation>
+    </message>
+    <message>
+        <source>%1 has failed: %2</source>
+        <translation>%1 ist fehlgeschlagen: %2</translation>
+    </message>
+    <message>
+        <source>%1 waits for a password</source>
+        <translation>%1 wartet auf ein Passwort</translation>
+    </message>
+</context>
+<context>
     <name>FileCombiner</name>
     <message>
         <source>Output filename &apos;%1&apos; already exists</source>
@@ -240,10 +255,6 @@
         <translation>  0.0 Mbit/s  </translation>
     </message>
     <message>
-        <source>Download speed</source>
-        <translation>Geschwindigkeit des Downloads</translation>
-    </message>
-    <message>
         <source>  **d **h **m left </source>
         <translation>  noch **d **h **min </translation>
     </message>
@@ -358,6 +369,10 @@
         <source>Error parsing queue file</source>
         <translation>Die Datei der Warteschlange ist fehlerhaft</translation>
     </message>
+    <message>
+        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <translation>Die Begrenzung der Geschwindigkeit konnte nicht gespeichert werden und gilt bis zum Ende des Programms.</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>
@@ -384,6 +399,20 @@
     <message>
         <source>The server sent an article without an end</source>
         <translation>Der Server hat einen Artikel ohne Ende gesendet</translation>
+    </message>
+</context>
+<context>
+    <name>Notifier</name>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>und %n weiterer</numerusform>
+            <numerusform>und %n weitere</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Show</source>
+        <translation>Anzeigen</translation>
     </message>
 </context>
 <context>
@@ -487,6 +516,10 @@
     <message>
         <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
         <translation>Archiv nicht entpackt. Zu wenig Speicherplatz für eine Datei von %1 MB</translation>
+    </message>
+    <message>
+        <source>Articles are missing</source>
+        <translation>Artikel fehlen</translation>
     </message>
 </context>
 <context>
@@ -709,6 +742,52 @@
     <message>
         <source>Check server settings</source>
         <translation>Prüfen Sie die Servereinstellungen</translation>
+    </message>
+</context>
+<context>
+    <name>SleepInhibitor</name>
+    <message>
+        <source>A download is under way</source>
+        <translation>Ein Download läuft</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedField</name>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>Download speed</source>
+        <translation>Geschwindigkeit des Downloads</translation>
+    </message>
+    <message>
+        <source>Download speed. Click to limit it.</source>
+        <translation>Geschwindigkeit des Downloads. Klicken Sie, um sie zu begrenzen.</translation>
+    </message>
+    <message>
+        <source>%1(limit %2)  </source>
+        <translation>%1(Grenze %2)  </translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation>Keine Grenze</translation>
+    </message>
+    <message>
+        <source>Other...</source>
+        <translation>Andere...</translation>
+    </message>
+    <message>
+        <source>Speed limit</source>
+        <translation>Grenze der Geschwindigkeit</translation>
+    </message>
+    <message>
+        <source>Limit in KB/s (1024 KB/s are 1 MB/s):</source>
+        <translation>Grenze in KB/s (1024 KB/s sind 1 MB/s):</translation>
     </message>
 </context>
 <context>

@@ -12,6 +12,16 @@
     </message>
 </context>
 <context>
+    <name>Notifier</name>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>and %n more</numerusform>
+            <numerusform>and %n more</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>SettingsWindow</name>
     <message numerus="yes">
         <source>seconds</source>

@@ -93,6 +93,21 @@
     </message>
 </context>
 <context>
+    <name>DesktopLink</name>
+    <message>
+        <source>%1 is complete</source>
+        <translation>%1 está completo</translation>
+    </message>
+    <message>
+        <source>%1 has failed: %2</source>
+        <translation>%1 ha fallado: %2</translation>
+    </message>
+    <message>
+        <source>%1 waits for a password</source>
+        <translation>%1 espera una contraseña</translation>
+    </message>
+</context>
+<context>
     <name>FileCombiner</name>
     <message>
         <source>Output filename &apos;%1&apos; already exists</source>
@@ -240,10 +255,6 @@
         <translation>  0.0 Mbit/s  </translation>
     </message>
     <message>
-        <source>Download speed</source>
-        <translation>Velocidad de descarga</translation>
-    </message>
-    <message>
         <source>  **d **h **m left </source>
         <translation>  quedan **d **h **min </translation>
     </message>
@@ -358,6 +369,10 @@
         <source>Error parsing queue file</source>
         <translation>El archivo de la cola no es válido</translation>
     </message>
+    <message>
+        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <translation>El límite de velocidad no se ha podido guardar y vale hasta que termine el programa.</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>
@@ -384,6 +399,20 @@
     <message>
         <source>The server sent an article without an end</source>
         <translation>El servidor envió un artículo sin fin</translation>
+    </message>
+</context>
+<context>
+    <name>Notifier</name>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>y %n más</numerusform>
+            <numerusform>y %n más</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Show</source>
+        <translation>Mostrar</translation>
     </message>
 </context>
 <context>
@@ -487,6 +516,10 @@
     <message>
         <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
         <translation>Archivo sin descomprimir. No hay espacio en disco para un archivo de %1 MB</translation>
+    </message>
+    <message>
+        <source>Articles are missing</source>
+        <translation>Faltan artículos</translation>
     </message>
 </context>
 <context>
@@ -709,6 +742,52 @@
     <message>
         <source>Check server settings</source>
         <translation>Compruebe los ajustes del servidor</translation>
+    </message>
+</context>
+<context>
+    <name>SleepInhibitor</name>
+    <message>
+        <source>A download is under way</source>
+        <translation>Hay una descarga en curso</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedField</name>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>Download speed</source>
+        <translation>Velocidad de descarga</translation>
+    </message>
+    <message>
+        <source>Download speed. Click to limit it.</source>
+        <translation>Velocidad de descarga. Haga clic para limitarla.</translation>
+    </message>
+    <message>
+        <source>%1(limit %2)  </source>
+        <translation>%1(límite %2)  </translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation>Sin límite</translation>
+    </message>
+    <message>
+        <source>Other...</source>
+        <translation>Otro...</translation>
+    </message>
+    <message>
+        <source>Speed limit</source>
+        <translation>Límite de velocidad</translation>
+    </message>
+    <message>
+        <source>Limit in KB/s (1024 KB/s are 1 MB/s):</source>
+        <translation>Límite en KB/s (1024 KB/s son 1 MB/s):</translation>
     </message>
 </context>
 <context>

@@ -93,6 +93,21 @@
     </message>
 </context>
 <context>
+    <name>DesktopLink</name>
+    <message>
+        <source>%1 is complete</source>
+        <translation>%1 est terminé</translation>
+    </message>
+    <message>
+        <source>%1 has failed: %2</source>
+        <translation>%1 a échoué : %2</translation>
+    </message>
+    <message>
+        <source>%1 waits for a password</source>
+        <translation>%1 attend un mot de passe</translation>
+    </message>
+</context>
+<context>
     <name>FileCombiner</name>
     <message>
         <source>Output filename &apos;%1&apos; already exists</source>
@@ -240,10 +255,6 @@
         <translation>  0.0 Mbit/s  </translation>
     </message>
     <message>
-        <source>Download speed</source>
-        <translation>Vitesse de téléchargement</translation>
-    </message>
-    <message>
         <source>  **d **h **m left </source>
         <translation>  reste **j **h **min </translation>
     </message>
@@ -358,6 +369,10 @@
         <source>Error parsing queue file</source>
         <translation>Le fichier de la file est invalide</translation>
     </message>
+    <message>
+        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <translation>La limite de vitesse n’a pas pu être enregistrée et vaut jusqu’à la fin du programme.</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>
@@ -384,6 +399,20 @@
     <message>
         <source>The server sent an article without an end</source>
         <translation>Le serveur a envoyé un article sans fin</translation>
+    </message>
+</context>
+<context>
+    <name>Notifier</name>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>et %n autre</numerusform>
+            <numerusform>et %n autres</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Show</source>
+        <translation>Afficher</translation>
     </message>
 </context>
 <context>
@@ -487,6 +516,10 @@
     <message>
         <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
         <translation>Archive non décompressée. Espace disque insuffisant pour un fichier de %1 Mo</translation>
+    </message>
+    <message>
+        <source>Articles are missing</source>
+        <translation>Des articles manquent</translation>
     </message>
 </context>
 <context>
@@ -709,6 +742,52 @@
     <message>
         <source>Check server settings</source>
         <translation>Vérifiez les paramètres du serveur</translation>
+    </message>
+</context>
+<context>
+    <name>SleepInhibitor</name>
+    <message>
+        <source>A download is under way</source>
+        <translation>Un téléchargement est en cours</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedField</name>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 Mo/s</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 Ko/s</translation>
+    </message>
+    <message>
+        <source>Download speed</source>
+        <translation>Vitesse de téléchargement</translation>
+    </message>
+    <message>
+        <source>Download speed. Click to limit it.</source>
+        <translation>Vitesse de téléchargement. Cliquez pour la limiter.</translation>
+    </message>
+    <message>
+        <source>%1(limit %2)  </source>
+        <translation>%1(limite %2)  </translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation>Aucune limite</translation>
+    </message>
+    <message>
+        <source>Other...</source>
+        <translation>Autre...</translation>
+    </message>
+    <message>
+        <source>Speed limit</source>
+        <translation>Limite de vitesse</translation>
+    </message>
+    <message>
+        <source>Limit in KB/s (1024 KB/s are 1 MB/s):</source>
+        <translation>Limite en Ko/s (1024 Ko/s font 1 Mo/s) :</translation>
     </message>
 </context>
 <context>

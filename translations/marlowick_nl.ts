@@ -93,6 +93,21 @@
     </message>
 </context>
 <context>
+    <name>DesktopLink</name>
+    <message>
+        <source>%1 is complete</source>
+        <translation>%1 is klaar</translation>
+    </message>
+    <message>
+        <source>%1 has failed: %2</source>
+        <translation>%1 is mislukt: %2</translation>
+    </message>
+    <message>
+        <source>%1 waits for a password</source>
+        <translation>%1 wacht op een wachtwoord</translation>
+    </message>
+</context>
+<context>
     <name>FileCombiner</name>
     <message>
         <source>Output filename &apos;%1&apos; already exists</source>
@@ -240,10 +255,6 @@
         <translation>  0.0 Mbit/s  </translation>
     </message>
     <message>
-        <source>Download speed</source>
-        <translation>Downloadsnelheid</translation>
-    </message>
-    <message>
         <source>  **d **h **m left </source>
         <translation>  nog **d **u **min </translation>
     </message>
@@ -358,6 +369,10 @@
         <source>Error parsing queue file</source>
         <translation>Het bestand van de wachtrij is ongeldig</translation>
     </message>
+    <message>
+        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <translation>De snelheidslimiet kon niet worden opgeslagen en geldt tot het programma eindigt.</translation>
+    </message>
 </context>
 <context>
     <name>NNTP</name>
@@ -384,6 +399,20 @@
     <message>
         <source>The server sent an article without an end</source>
         <translation>De server stuurde een artikel zonder einde</translation>
+    </message>
+</context>
+<context>
+    <name>Notifier</name>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>en nog %n</numerusform>
+            <numerusform>en nog %n</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Show</source>
+        <translation>Tonen</translation>
     </message>
 </context>
 <context>
@@ -487,6 +516,10 @@
     <message>
         <source>Archive not unpacked. Not enough disk space to extract %1 MB file</source>
         <translation>Archief niet uitgepakt. Te weinig schijfruimte voor een bestand van %1 MB</translation>
+    </message>
+    <message>
+        <source>Articles are missing</source>
+        <translation>Er ontbreken artikelen</translation>
     </message>
 </context>
 <context>
@@ -709,6 +742,52 @@
     <message>
         <source>Check server settings</source>
         <translation>Controleer de serverinstellingen</translation>
+    </message>
+</context>
+<context>
+    <name>SleepInhibitor</name>
+    <message>
+        <source>A download is under way</source>
+        <translation>Er loopt een download</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedField</name>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>Download speed</source>
+        <translation>Downloadsnelheid</translation>
+    </message>
+    <message>
+        <source>Download speed. Click to limit it.</source>
+        <translation>Downloadsnelheid. Klik om deze te beperken.</translation>
+    </message>
+    <message>
+        <source>%1(limit %2)  </source>
+        <translation>%1(limiet %2)  </translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation>Geen limiet</translation>
+    </message>
+    <message>
+        <source>Other...</source>
+        <translation>Andere...</translation>
+    </message>
+    <message>
+        <source>Speed limit</source>
+        <translation>Snelheidslimiet</translation>
+    </message>
+    <message>
+        <source>Limit in KB/s (1024 KB/s are 1 MB/s):</source>
+        <translation>Limiet in KB/s (1024 KB/s zijn 1 MB/s):</translation>
     </message>
 </context>
 <context>
