@@ -99,6 +99,13 @@ void Nzb::moveFile(int from, int to)
         files.move(from, std::min<qsizetype>(to, files.size() - 1));
 }
 
+void Nzb::reorderFiles(const QList<int> &order)
+{
+    const QList<NzbFile *> old = files;
+    for (qsizetype row = 0; row < order.size(); ++row)
+        files[row] = old.at(order[row]);
+}
+
 QString Nzb::folder() const { return folder_ + u'/' + name_; }
 
 void Nzb::removeFile(NzbFile *file)

@@ -44,6 +44,8 @@ public:
     /// -1 for a file that is not, or no longer, in the job.
     [[nodiscard]] int indexOf(NzbFile *file) const { return static_cast<int>(files.indexOf(file)); }
     void moveFile(int from, int to);
+    /// @param order  the present row for each new one
+    void reorderFiles(const QList<int> &order);
 
     void setName(const QString &name) { name_ = name; }
     /// Overrides the computed status text; an empty text ends the override.

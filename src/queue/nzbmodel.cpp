@@ -97,7 +97,7 @@ QModelIndex NzbModel::parent(const QModelIndex &index) const
 /// Invalid for a job that is not in the queue.
 QModelIndex NzbModel::jobIndex(Nzb *nzb) const
 {
-    const int row = static_cast<int>(queue->jobs().indexOf(nzb));
+    const int row = queue->rowOf(nzb);
     return row < 0 ? QModelIndex() : createIndex(row, 0, pointer(nzb));
 }
 

@@ -52,6 +52,10 @@ public:
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                       const QModelIndex &parent) override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+    /// Moves any number of rows at once, which costs a view as much as to move one.
+    /// @param level  a job, whose files move, or invalid for the jobs
+    /// @param order  the present row for each new one, for all rows of the level
+    void reorder(const QModelIndex &level, const QList<int> &order);
 
 signals:
     /// The file may be of any kind, and need not exist.
@@ -72,8 +76,8 @@ private:
     [[nodiscard]] QIcon iconForExtension(const QString &extension) const;
 
     void takeNzbFiles(const QMimeData *data);
-    [[nodiscard]] bool moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to);
     void moveItem(const QModelIndex &level, int from, int to);
+    [[nodiscard]] bool moveDragged(const QByteArray &rowIds, const QModelIndex &level, int to);
 
     Queue *queue;
     QMap<QString, QIcon> icons;

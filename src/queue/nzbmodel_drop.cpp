@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// Drag and drop: moving rows, and .nzb files for the queue.
+// Moving rows, by drag and drop, too, and .nzb files for the queue.
 #include <QDataStream>
 #include <QIODevice>
 #include <QMimeData>
@@ -11,6 +11,7 @@
 
 #include "queue/filenames.h"
 #include "queue/nzb.h"
+#include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
 #include "queue/queue.h"
 
@@ -86,13 +87,13 @@ bool NzbModel::moveDragged(const QByteArray &rowIds, const QModelIndex &level, i
             return false;
         if (from == to || from + 1 == to)
             continue;
+        // Moving down, the final row is one after the gap in which the row was dropped.
         moveItem(level, from, std::min(to, rows - 1));
         ++to;
     }
     return true;
 }
 
-/// @param to  the final row. Moving down, that is one after the gap in which the row was dropped.
 /// Qt is told the row where the item really lands, so that selection and expansion follow it.
 void NzbModel::moveItem(const QModelIndex &level, int from, int to)
 {
@@ -103,4 +104,29 @@ void NzbModel::moveItem(const QModelIndex &level, int from, int to)
     else
         queue->move(from, to);
     endMoveRows();
+}
+
+void NzbModel::reorder(const QModelIndex &level, const QList<int> &order)
+{
+    auto *job = qobject_cast<Nzb *>(itemAt(level));
+    emit layoutAboutToBeChanged({level}, VerticalSortHint);
+    if (job)
+        job->reorderFiles(order);
+    else
+        queue->reorder(order);
+    QList<int> rows(order.size()); // the new row for each present one
+    for (int row = 0; row < order.size(); ++row)
+        rows[order[row]] = row;
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex &index : before) {
+        INzbItem *item = itemAt(index);
+        const auto *file = qobject_cast<NzbFile *>(item);
+        const bool moves = job ? file && file->job() == job : !file;
+        after << (moves ? createIndex(rows[index.row()], index.column(), index.internalPointer())
+                        : index);
+    }
+    changePersistentIndexList(before, after);
+    emit layoutChanged({level}, VerticalSortHint);
 }

@@ -31,16 +31,40 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
 
 } // namespace
 
+/// Since jobs leave, most are found a little above the row where they have been.
+int Queue::rowOf(const Nzb *nzb) const
+{
+    const auto known = rows.constFind(nzb);
+    qsizetype row = known == rows.cend() ? -1 : std::min(*known, nzbs.size() - 1);
+    if (row >= 0 && nzbs[row] == nzb)
+        return static_cast<int>(row);
+    if (row >= 0)
+        row = nzbs.lastIndexOf(nzb, row);
+    if (row < 0)
+        row = nzbs.indexOf(nzb);
+    if (row >= 0)
+        rows[nzb] = row;
+    return static_cast<int>(row);
+}
+
 bool Queue::contains(NzbFile *file) const
 {
     const Nzb *nzb = file->job();
     return contains(nzb) && nzb->indexOf(file) >= 0;
 }
 
+void Queue::reorder(const QList<int> &order)
+{
+    const QList<Nzb *> old = nzbs;
+    for (qsizetype row = 0; row < order.size(); ++row)
+        nzbs[row] = old.at(order[row]);
+}
+
 void Queue::remove(Nzb *nzb)
 {
     emit beforeNzbDelete(nzb);
     nzbs.removeAll(nzb);
+    rows.remove(nzb);
     emit nzbRemoved(nzb);
     if (!nzb->hasActiveSegments())
         delete nzb;
@@ -75,6 +99,7 @@ void Queue::clear()
 {
     emit beforeQueueReset();
     nzbs.clear();
+    rows.clear();
     emit queueReset();
 }
 

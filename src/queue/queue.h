@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 
@@ -22,9 +23,12 @@ public:
     using QObject::QObject;
 
     [[nodiscard]] const QList<Nzb *> &jobs() const { return nzbs; }
-    [[nodiscard]] bool contains(const Nzb *nzb) const { return nzbs.contains(nzb); }
+    [[nodiscard]] bool contains(const Nzb *nzb) const { return rowOf(nzb) >= 0; }
     /// False for a file that has been removed, alone or with its job.
     [[nodiscard]] bool contains(NzbFile *file) const;
+
+    /// -1 for a job that is not in the queue and may even be gone. Mostly takes constant time.
+    [[nodiscard]] int rowOf(const Nzb *nzb) const;
 
     /// Announces a job that is called @p name, or is made from the NZB file @p name.
     void beginAdd(const QString &name) { emit beforeAddNZB(name); }
@@ -33,6 +37,8 @@ public:
     void endAdd(Nzb *nzb) { emit NZBadded(nzb); }
     /// Without a signal: only the model moves jobs, and notifies the view itself.
     void move(int from, int to) { nzbs.move(from, to); }
+    /// The same for several jobs. @p order has the present row for each new one.
+    void reorder(const QList<int> &order);
     void remove(Nzb *nzb);
     void remove(NzbFile *file);
     /// To be called when an article of @p file has come back. Frees a removed item once its last
@@ -73,4 +79,5 @@ signals:
 
 private:
     QList<Nzb *> nzbs;
+    mutable QHash<const Nzb *, qsizetype> rows; ///< where jobs have been found
 };
