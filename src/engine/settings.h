@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QRect>
 #include <QSettings>
 
 /// When archives are unpacked. Unset, for a missing key or an unknown value, unpacks after the
@@ -37,6 +38,11 @@ public:
     static constexpr Key<bool> autoPAR2{"autoPAR2"}; ///< repair a damaged job unasked
     static constexpr Key<bool> pausePAR2{"pausePAR2"}; ///< hold PAR2 files back until needed
     static constexpr Key<bool> clearOnCompletion{"clearOnCompletion"};
+    // What the window looked like; no control has them.
+    static constexpr Key<QRect> windowPlace{"window/place"}; ///< while it is not maximized
+    static constexpr Key<bool> windowMaximized{"window/maximized"};
+    static constexpr Key<QStringList> windowColumns{"window/columns"}; ///< widths from the second
+    static constexpr Key<QStringList> windowUnfolded{"window/unfolded"}; ///< names of jobs
 
     /// Opens the file beside the program if it exists, even if it is empty, so that an installation
     /// can be moved; otherwise that of the user.

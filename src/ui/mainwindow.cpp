@@ -23,6 +23,7 @@
 #include "ui/desktoplink.h"
 #include "ui/speedfield.h"
 #include "ui/statusdelegate.h"
+#include "ui/windowstate.h"
 #include "ui_mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -51,10 +52,12 @@ MainWindow::MainWindow()
     setUpToolBar();
     setUpStatusBar();
     new DesktopLink(engine, this);
+    restoreWindow(this, ui->treeView, engine->settings());
     connectEngine();
 
     askForMissingSettings();
     loadQueue();
+    restoreUnfolded(ui->treeView, engine->settings());
     importCommandLine();
     engine->setSaveInterval(saveSeconds);
     checkDiskspace();
@@ -204,9 +207,17 @@ void MainWindow::stopAndSave()
         engine->saveQueue();
 }
 
+/// Without its queue, the list of what is unfolded would get lost.
+void MainWindow::storeState()
+{
+    if (!queueUndecided)
+        storeWindow(this, ui->treeView, engine->settings());
+}
+
 void MainWindow::end()
 {
     stopAndSave();
+    storeState();
     QCoreApplication::exit(); // every event loop, also those of dialogs
 }
 
@@ -218,6 +229,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         stopAndSave(); // and the engine has gone on in the meantime
         boxes->waitUntilEmpty();
     }
+    storeState();
     event->accept();
 }
 

@@ -75,6 +75,7 @@ private:
     void setUpStatusBar();
     void connectEngine();
     void stopAndSave();
+    void storeState();
     void askForMissingSettings();
     void loadQueue();
     void importCommandLine();

@@ -22,6 +22,7 @@
 #include "ui/deletedialog.h"
 #include "ui/mainwindow.h"
 #include "ui/settingswindow.h"
+#include "ui/windowstate.h"
 #include "ui_mainwindow.h"
 
 using namespace Qt::StringLiterals;
@@ -129,6 +130,8 @@ void MainWindow::on_actionRepairAndUnpack_triggered()
 void MainWindow::on_actionSettings_triggered()
 {
     SettingsWindow dialog(engine, nullptr);
+    if (!isVisible())
+        centre(&dialog);
     dialog.exec();
 }
 

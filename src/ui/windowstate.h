@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The Marlowick authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+class QTreeView;
+class QWidget;
+class Settings;
+
+// What a restart keeps of the window: its size and place, the widths of the columns, and which jobs
+// are unfolded. All of it lies in a group of its own of the settings file, where anything may
+// stand.
+
+/// Puts a window that has not been shown in the middle of the screen.
+void centre(QWidget *window);
+
+/// Without stored values, the window keeps its size and stands in the middle, and the columns keep
+/// their widths.
+void restoreWindow(QWidget *window, QTreeView *view, const Settings *settings);
+/// To be called when the queue has been loaded.
+void restoreUnfolded(QTreeView *view, const Settings *settings);
+
+void storeWindow(const QWidget *window, const QTreeView *view, Settings *settings);
