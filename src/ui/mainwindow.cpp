@@ -21,6 +21,7 @@
 #include "queue/nzbmodel.h"
 #include "ui/boxqueue.h"
 #include "ui/desktoplink.h"
+#include "ui/queueheader.h"
 #include "ui/speedfield.h"
 #include "ui/statusdelegate.h"
 #include "ui/windowstate.h"
@@ -30,8 +31,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int sizeColumn = 1;
-constexpr int statusColumn = 2;
 constexpr int usualLetters = 12; // pixels
 constexpr int saveSeconds = 600;
 constexpr int diskCheckMsec = 30000;
@@ -83,12 +82,12 @@ void MainWindow::setUpView()
     view->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     // Widths for the usual letters; they grow with larger ones.
     const int letters = qMax(usualLetters, QFontInfo(view->font()).pixelSize());
-    view->setColumnWidth(sizeColumn, 100 * letters / usualLetters);
-    view->setColumnWidth(statusColumn, 150 * letters / usualLetters);
+    view->setColumnWidth(QueueHeader::sizeColumn, 100 * letters / usualLetters);
+    view->setColumnWidth(QueueHeader::statusColumn, 150 * letters / usualLetters);
     view->setAcceptDrops(true);
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
-    view->setItemDelegateForColumn(statusColumn, new StatusDelegate(this));
+    view->setItemDelegateForColumn(QueueHeader::statusColumn, new StatusDelegate(this));
     view->insertActions(
         view->actions().constFirst(),
         {ui->actionPause, ui->actionDelete, ui->actionPreview, ui->actionRepairAndUnpack});

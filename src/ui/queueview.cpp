@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "ui/queueheader.h"
 #include "ui/statusdelegate.h"
 
 using namespace Qt::StringLiterals;
@@ -30,15 +31,29 @@ QVariantList contentsOf(const QModelIndex &index)
     return contents;
 }
 
-class ReadableDelegate final : public QStyledItemDelegate {
+class RowDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option,
+                                 const QModelIndex &index) const override
+    {
+        const QSize hint = QStyledItemDelegate::sizeHint(option, index);
+        return hint.expandedTo({0, option.fontMetrics.height() * 7 / 4});
+    }
 
 protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
         brightenOnDark(option);
+        if (index.column() != QueueHeader::sizeColumn)
+            return;
+        option->displayAlignment = Qt::AlignRight | Qt::AlignVCenter;
+        option->text += QueueHeader::gap;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+        option->font.setFeature("tnum", 1); // older versions take the digits that the font prefers
+#endif
     }
 };
 
@@ -47,7 +62,8 @@ protected:
 QueueView::QueueView(QWidget *parent)
     : QTreeView(parent)
 {
-    setItemDelegate(new ReadableDelegate(this));
+    setHeader(new QueueHeader(this));
+    setItemDelegate(new RowDelegate(this));
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(100);
     connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);

@@ -9,10 +9,14 @@
 void brightenOnDark(QStyleOptionViewItem *option);
 
 /// Draws the status column like ProgressbarDelegate, with texts that are readable on a dark
-/// background.
+/// background, and leaves a gap between one bar and the next. There, bars get a frame, since styles
+/// leave what is not yet filled as dark as the background.
 class StatusDelegate final : public ProgressbarDelegate {
 public:
     using ProgressbarDelegate::ProgressbarDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override;
 
 protected:
     void drawDisplay(QPainter *painter, const QStyleOptionViewItem &option, const QRect &rect,
