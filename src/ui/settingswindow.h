@@ -77,6 +77,7 @@ private:
 
     void startServerTest();
     void watchServerTest();
+    void showTestTime(int most);
     [[nodiscard]] NNTP *endServerTest();
     void showTesting(bool testing);
 

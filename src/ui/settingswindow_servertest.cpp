@@ -5,6 +5,9 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 
+#include <algorithm>
+#include <cmath>
+
 #include "engine/marlowick.h"
 #include "queue/displaytext.h"
 #include "queue/nzbfile.h"
@@ -56,9 +59,18 @@ void SettingsWindow::startServerTest()
 void SettingsWindow::watchServerTest()
 {
     const int timeout = ui->networkTimeout->value();
-    if (timeout <= connection->idleSeconds()
-        || testClock.hasExpired(pauses.afterClosing + repliesOfLogin * timeout * 1000))
+    const int most = pauses.afterClosing + repliesOfLogin * timeout * 1000;
+    showTestTime(most);
+    if (timeout <= connection->idleSeconds() || testClock.hasExpired(most))
         connection->abortWithError(NNTP::NetworkTimeout, tr("Network time-out"));
+}
+
+/// A bar that grows, fast at first, shows that the program is alive. It is never full, for then it
+/// would hide itself.
+void SettingsWindow::showTestTime(int most)
+{
+    const double share = static_cast<double>(testClock.elapsed()) / most;
+    progress->setValue(std::min(99, static_cast<int>(100 * std::sqrt(share))));
 }
 
 /// Detaches the connection from the dialog. The caller has to delete it.
@@ -75,7 +87,10 @@ void SettingsWindow::showTesting(bool testing)
         focusBeforeTest = focusWidget();
     setEnabled(!testing);
     progress->setEnabled(true); // it has been disabled along with the dialog
-    progress->setVisible(testing);
+    if (testing)
+        progress->show();
+    else
+        progress->reset(); // its timer would show it again
     if (!testing && focusBeforeTest)
         focusBeforeTest->setFocus();
 }
@@ -97,7 +112,7 @@ void SettingsWindow::servertest_error(int /*error*/, const QString &msg, NzbFile
                                       int /*seqnr*/)
 {
     endServerTest()->deleteLater();
-    progress->hide();
+    progress->reset();
     QMessageBox::critical(this, tr("Check server settings"), boxText(msg));
     showTesting(false);
 }

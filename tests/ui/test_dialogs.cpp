@@ -72,7 +72,7 @@ struct World : User {
     std::unique_ptr<DebugDialog> log{DebugDialog::instance(nullptr)};
     QPlainTextEdit *lines = log->findChild<QPlainTextEdit *>();
     std::unique_ptr<SettingsWindow> dialog;
-    QWidget *progress = nullptr;
+    QProgressDialog *progress = nullptr;
 };
 
 const Case proposals("proposes at the first start, in a file for the user's eyes alone", [] {
@@ -149,7 +149,9 @@ const Case visit("a visit to the settings", visits, [](const Visit &row) {
         QVERIFY(!t.dialog->close() && !t.progress->close() && t.isTesting());
     else if (refused)
         focused = t.dialog->findChild<QWidget *>(QString(row.name).section('=', 0, 0));
-    QTRY_VERIFY_WITH_TIMEOUT(!t.isTesting(), 20'000);
+    int grown = 0; // the bar, while a server is silent
+    QTRY_VERIFY_WITH_TIMEOUT((grown = qMax(grown, t.progress->value()), !t.isTesting()), 20'000);
+    QVERIFY(grown > 1 || !QString(row.outcome).endsWith("time-out"));
     QTRY_COMPARE(t.server->openConnections(), 0);
     const QString is = t.stored(), log = t.lines->toPlainText();
     t.store(was + (refused ? "" : row.outcome));
