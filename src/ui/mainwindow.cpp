@@ -55,6 +55,7 @@ MainWindow::MainWindow()
     connectEngine();
 
     askForMissingSettings();
+    showHint();
     loadQueue();
     restoreUnfolded(ui->treeView, engine->settings());
     importCommandLine();
@@ -96,6 +97,15 @@ void MainWindow::setUpView()
     view->setFocus();
 }
 
+/// What is to be done while the queue is empty.
+void MainWindow::showHint()
+{
+    QString hint = tr("Drop NZB files here, or press Add NZB");
+    if (engine->settings()->get(Settings::hostname).isEmpty())
+        hint += u"\n\n"_s + tr("To download them, a news server is needed: press Settings");
+    ui->treeView->setHint(hint);
+}
+
 /// There is no menu bar, so the tab key has to reach the actions.
 void MainWindow::setUpToolBar()
 {
@@ -115,6 +125,8 @@ void MainWindow::setUpToolBar()
         setTabOrder(previous, button);
         previous = button;
     }
+    setContextMenuPolicy(Qt::PreventContextMenu); // which would hide the tool bar for good
+    ui->toolBar->setMovable(false);
     resize(size().expandedTo(ui->toolBar->sizeHint()).boundedTo(screen()->availableSize()));
     new QShortcut(Qt::CTRL | Qt::Key_Q, this, this, &MainWindow::close);
 }
@@ -123,6 +135,10 @@ void MainWindow::setUpStatusBar()
 {
     ui->statusBar->setStyleSheet(
         u"QStatusBar::item { border: 1px solid grey; border-radius: 3px; }"_s);
+    // A long message is cut.
+    connect(ui->statusBar, &QStatusBar::messageChanged, ui->statusBar, [this](const QString &text) {
+        ui->statusBar->setToolTip(text.isEmpty() ? text : u"<p>"_s + text.toHtmlEscaped());
+    });
     freeSpaceLabel = new QLabel(tr(" --- GB free  "));
     freeSpaceLabel->setAccessibleDescription(tr("Free disk space"));
     speedLabel = new SpeedField(engine, tr("  0.0 Mbit/s  "));

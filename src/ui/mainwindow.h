@@ -71,6 +71,7 @@ private slots:
 private:
     void setUpView();
     void enableRepair();
+    void showHint();
     void setUpToolBar();
     void setUpStatusBar();
     void connectEngine();

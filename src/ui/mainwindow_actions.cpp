@@ -133,6 +133,7 @@ void MainWindow::on_actionSettings_triggered()
     if (!isVisible())
         centre(&dialog);
     dialog.exec();
+    showHint();
 }
 
 void MainWindow::on_actionDownloads_triggered()

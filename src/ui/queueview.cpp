@@ -4,13 +4,16 @@
 
 #include <QAction>
 #include <QContextMenuEvent>
+#include <QDropEvent>
 #include <QHelpEvent>
 #include <QIcon>
 #include <QMenu>
 #include <QMimeData>
+#include <QPainter>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -57,6 +60,14 @@ protected:
     }
 };
 
+/// Other programs may propose a move, after which they delete what they have dropped. The view
+/// refuses a move, for its model does not offer one, and what it accepts it accepts as proposed.
+void proposeCopy(QDropEvent *event)
+{
+    if (event->mimeData()->hasUrls())
+        event->setDropAction(Qt::CopyAction);
+}
+
 } // namespace
 
 QueueView::QueueView(QWidget *parent)
@@ -93,6 +104,57 @@ void QueueView::moveCurrentRow(int step)
     const std::unique_ptr<QMimeData> moved(model()->mimeData({lower}));
     model()->dropMimeData(moved.get(), Qt::CopyAction, -1, 0, upper);
     scrollTo(currentIndex());
+}
+
+void QueueView::setHint(const QString &text)
+{
+    hint = text;
+    setAccessibleDescription(text);
+    viewport()->update();
+}
+
+void QueueView::keyboardSearch(const QString &search)
+{
+    const QList<QAction *> all = actions();
+    const bool taken = std::any_of(all.cbegin(), all.cend(), [&search](const QAction *action) {
+        return !action->isEnabled()
+               && action->shortcut().toString().compare(search, Qt::CaseInsensitive) == 0;
+    });
+    if (!taken)
+        QTreeView::keyboardSearch(search);
+}
+
+void QueueView::dragEnterEvent(QDragEnterEvent *event)
+{
+    proposeCopy(event);
+    QTreeView::dragEnterEvent(event);
+    proposeCopy(event);
+}
+
+void QueueView::dragMoveEvent(QDragMoveEvent *event)
+{
+    proposeCopy(event);
+    QTreeView::dragMoveEvent(event);
+    proposeCopy(event);
+}
+
+void QueueView::dropEvent(QDropEvent *event)
+{
+    proposeCopy(event);
+    QTreeView::dropEvent(event);
+    proposeCopy(event);
+}
+
+void QueueView::paintEvent(QPaintEvent *event)
+{
+    QTreeView::paintEvent(event);
+    if (!model() || model()->rowCount() != 0)
+        return;
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    const int margin = fontMetrics().height();
+    painter.drawText(viewport()->rect().adjusted(margin, margin, -margin, -margin),
+                     Qt::AlignCenter | Qt::TextWordWrap, hint);
 }
 
 void QueueView::dataChanged(const QModelIndex & /*topLeft*/, const QModelIndex & /*bottomRight*/,

@@ -12,7 +12,7 @@
 /// Finding them would take time that grows with the queue, so the view compares the rows on the
 /// screen instead, a few times a second however many articles arrive, and repaints those that have
 /// changed. Alt and an arrow key move the current row, as the mouse does. A tool tip shows a text
-/// that is too wide for its column.
+/// that is too wide for its column. Without rows, a hint stands in their place.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
@@ -22,6 +22,10 @@ public:
 
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                      const QList<int> &roles = {}) override;
+    /// What the user can do while there are no rows.
+    void setHint(const QString &text);
+    /// Passes over a letter that is the key of a disabled action.
+    void keyboardSearch(const QString &search) override;
 
 public slots:
     /// Repaints the rows on the screen that differ from the model.
@@ -32,6 +36,10 @@ signals:
     void aboutToShowMenu();
 
 protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void drawRow(QPainter *painter, const QStyleOptionViewItem &option,
@@ -42,6 +50,7 @@ private:
     void addMove(const QString &text, const QKeySequence &key, int step);
     void moveCurrentRow(int step);
 
+    QString hint;
     QTimer repaintTimer;
     /// The content of each painted row, by its upper edge.
     mutable QHash<int, QVariantList> shown;
