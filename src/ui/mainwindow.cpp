@@ -22,6 +22,8 @@
 #include "ui/boxqueue.h"
 #include "ui/desktoplink.h"
 #include "ui/queueheader.h"
+#include "ui/rowcommands.h"
+#include "ui/rowmenu.h"
 #include "ui/speedfield.h"
 #include "ui/statusdelegate.h"
 #include "ui/windowstate.h"
@@ -65,9 +67,10 @@ MainWindow::MainWindow()
     diskTimer.start(diskCheckMsec);
     connect(ui->treeView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &MainWindow::onCurrentRowChanged);
+    connect(ui->treeView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &MainWindow::showSelection);
     // The view reports nothing when a job is removed whose file is the current row.
-    connect(model, &NzbModel::rowsRemoved, this,
-            [this] { onCurrentRowChanged(currentRow(), QModelIndex()); });
+    connect(model, &NzbModel::rowsRemoved, this, &MainWindow::showSelection);
     // The session may still go on. If it ends, Qt closes the window.
     connect(qGuiApp, &QGuiApplication::commitDataRequest, engine, &Marlowick::saveQueue);
     QTimer::singleShot(firstConnectionMsec, engine, &Marlowick::startToDownloadQueue);
@@ -89,11 +92,19 @@ void MainWindow::setUpView()
     view->setDragEnabled(true);
     view->setDragDropMode(QAbstractItemView::DragDrop);
     view->setItemDelegateForColumn(QueueHeader::statusColumn, new StatusDelegate(this));
-    view->insertActions(
-        view->actions().constFirst(),
-        {ui->actionPause, ui->actionDelete, ui->actionPreview, ui->actionRepairAndUnpack});
-    // No signal says when the first article of a job is requested or its last one has arrived.
-    connect(view, &QueueView::aboutToShowMenu, this, &MainWindow::enableRepair);
+    commands = new RowCommands(view, model, engine);
+    new RowMenu(view, commands, engine,
+                {ui->actionPreview, ui->actionRepairAndUnpack, ui->actionDelete});
+    connect(commands, &RowCommands::failed, this,
+            [this](const QString &title, const QString &text) {
+                boxes->append(QMessageBox::Warning, title, text);
+            });
+    connect(commands, &RowCommands::pauseChanged, this, [this](bool paused) {
+        ui->statusBar->showMessage(paused ? tr("Paused file") : tr("Resuming download"),
+                                   noticeMsec);
+        showSelection();
+    });
+    connect(view, &QueueView::doubleClicked, commands, &RowCommands::openFile);
     view->setFocus();
 }
 

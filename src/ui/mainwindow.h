@@ -9,7 +9,6 @@
 #include <memory>
 
 class BoxQueue;
-class INzbItem;
 class Marlowick;
 class Nzb;
 class NzbFile;
@@ -17,6 +16,7 @@ class NzbModel;
 class Preview;
 class QDialog;
 class QLabel;
+class RowCommands;
 class SpeedField;
 
 namespace Ui {
@@ -70,7 +70,6 @@ private slots:
 
 private:
     void setUpView();
-    void enableRepair();
     void showHint();
     void setUpToolBar();
     void setUpStatusBar();
@@ -80,12 +79,10 @@ private:
     void askForMissingSettings();
     void loadQueue();
     void importCommandLine();
-    void importNzb(const QString &path, bool save);
-    [[nodiscard]] QModelIndex currentRow() const;
-    [[nodiscard]] Nzb *currentJob() const;
-    [[nodiscard]] static Nzb *jobOf(INzbItem *item);
-    [[nodiscard]] static bool isPreviewable(INzbItem *item);
-    void setJobPaused(Nzb *nzb, bool paused);
+    /// False after telling the user why it is refused.
+    bool importNzb(const QString &path);
+    void showSelection();
+    [[nodiscard]] Nzb *previewableJob() const;
     [[nodiscard]] QDialog *passwordBox(Nzb *nzb, const QString &title);
 
     static constexpr int noticeMsec = 300000;
@@ -94,6 +91,7 @@ private:
     Marlowick *engine;
     QTimer diskTimer;
     NzbModel *model = nullptr;
+    RowCommands *commands = nullptr;
     SpeedField *speedLabel = nullptr;
     QLabel *timeLeftLabel = nullptr;
     QLabel *freeSpaceLabel = nullptr;

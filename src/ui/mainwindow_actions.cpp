@@ -16,11 +16,11 @@
 #include "engine/marlowick.h"
 #include "queue/filenames.h"
 #include "queue/nzb.h"
-#include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
 #include "ui/boxqueue.h"
 #include "ui/deletedialog.h"
 #include "ui/mainwindow.h"
+#include "ui/rowcommands.h"
 #include "ui/settingswindow.h"
 #include "ui/windowstate.h"
 #include "ui_mainwindow.h"
@@ -33,99 +33,52 @@ void MainWindow::handleMessage(const QString &message)
         return;
     const QString path = QDir::fromNativeSeparators(message);
     if (QFile::exists(path))
-        importNzb(path, false);
+        importNzb(path);
 }
 
-void MainWindow::importNzb(const QString &path, bool save)
+bool MainWindow::importNzb(const QString &path)
 {
     try {
         engine->addNZB(path);
-        if (save)
-            engine->saveQueueInBackground();
+        return true;
     } catch (const std::runtime_error &failure) {
         const QString text = QString::fromUtf8(failure.what());
         qWarning().nospace() << "Error processing NZB: " << text;
         boxes->append(QMessageBox::Critical, tr("Error processing NZB"), text);
+        return false;
     }
 }
 
 void MainWindow::on_actionAdd_NZB_triggered()
 {
-    const QString name = QFileDialog::getOpenFileName(this, tr("Select NZB file"), QString(),
-                                                      tr("NZB files (*.nzb)"));
-    if (!name.isEmpty())
-        importNzb(name, true);
+    const QStringList names = QFileDialog::getOpenFileNames(this, tr("Select NZB file"), QString(),
+                                                            tr("NZB files (*.nzb)"));
+    bool added = false;
+    for (const QString &name : names)
+        added = importNzb(name) || added;
+    if (added)
+        engine->saveQueueInBackground();
 }
 
-/// The current row's index in any column; its internal pointer is the item.
-QModelIndex MainWindow::currentRow() const
-{
-    return ui->treeView->selectionModel()->currentIndex();
-}
-
-/// The job of the current row; the row may be one of its files.
-Nzb *MainWindow::currentJob() const { return jobOf(NzbModel::itemAt(currentRow())); }
-
-void MainWindow::on_actionPause_triggered(bool checked)
-{
-    INzbItem *item = NzbModel::itemAt(currentRow());
-    if (!item)
-        return;
-    if (auto *file = qobject_cast<NzbFile *>(item)) {
-        file->setPaused(checked);
-        file->setOrdered(!checked && file->isPar2());
-        model->onNzbFileUpdate(file);
-    } else if (auto *nzb = qobject_cast<Nzb *>(item)) {
-        setJobPaused(nzb, checked);
-    }
-    ui->statusBar->showMessage(checked ? tr("Paused file") : tr("Resuming download"), noticeMsec);
-    if (!checked)
-        engine->startToDownloadQueue();
-}
-
-/// When the job goes on, PAR2 volumes stay held back unless they have been asked for.
-void MainWindow::setJobPaused(Nzb *nzb, bool paused)
-{
-    if (paused || !engine->settings()->get(Settings::pausePAR2)) {
-        nzb->setPaused(paused);
-        return;
-    }
-    for (NzbFile *file : nzb->allFiles()) {
-        if (!file->isPar2() || file->isOrdered()) {
-            file->setPaused(false);
-            model->onNzbFileUpdate(file);
-        }
-    }
-}
+void MainWindow::on_actionPause_triggered(bool checked) { commands->setPaused(checked); }
 
 void MainWindow::on_actionDelete_triggered()
 {
-    // A persistent index: the job may be completed and cleared while the question is shown.
-    const QPersistentModelIndex row = currentRow();
-    if (!row.isValid())
+    const RowCommands::Items items = commands->items();
+    if (items.isEmpty())
         return;
     const int choice = DeleteDialog::ask();
-    INzbItem *item = NzbModel::itemAt(row);
-    if (!item || (choice != QMessageBox::Yes && choice != QMessageBox::No))
+    if (choice != QMessageBox::Yes && choice != QMessageBox::No)
         return;
-    if (choice == QMessageBox::Yes)
-        engine->deleteFiles(item);
-    engine->deleteItem(item);
-    ui->statusBar->showMessage(tr("Deleted item"), noticeMsec);
+    const int count = commands->remove(items, choice == QMessageBox::Yes);
+    if (count == 0)
+        return;
+    ui->statusBar->showMessage(
+        count == 1 ? tr("Deleted item") : tr("Deleted %n items", nullptr, count), noticeMsec);
     engine->saveQueueInBackground();
 }
 
-void MainWindow::enableRepair()
-{
-    const Nzb *nzb = currentJob();
-    ui->actionRepairAndUnpack->setEnabled(nzb && engine->canRepairAndUnpack(nzb));
-}
-
-void MainWindow::on_actionRepairAndUnpack_triggered()
-{
-    if (Nzb *nzb = currentJob())
-        engine->repairAndUnpack(nzb);
-}
+void MainWindow::on_actionRepairAndUnpack_triggered() { commands->repairAndUnpack(); }
 
 void MainWindow::on_actionSettings_triggered()
 {
@@ -142,18 +95,25 @@ void MainWindow::on_actionDownloads_triggered()
     QUrl url;
     url.setScheme(u"file"_s);
     url.setPath(folder.startsWith(u'/') ? folder : u'/' + folder);
-    QDesktopServices::openUrl(url);
+    if (!QDesktopServices::openUrl(url))
+        boxes->append(QMessageBox::Warning, tr("Downloads"),
+                      tr("There is no program to open %1").arg(QDir::toNativeSeparators(folder)));
 }
 
-void MainWindow::onCurrentRowChanged(const QModelIndex &current, const QModelIndex & /*previous*/)
+void MainWindow::onCurrentRowChanged(const QModelIndex & /*current*/,
+                                     const QModelIndex & /*previous*/)
 {
-    INzbItem *item = NzbModel::itemAt(current);
-    ui->actionDelete->setEnabled(item);
-    ui->actionPause->setEnabled(item);
-    ui->actionPreview->setEnabled(isPreviewable(item));
-    enableRepair();
-    if (item)
-        ui->actionPause->setChecked(item->isPaused());
+    showSelection();
+}
+
+void MainWindow::showSelection()
+{
+    const bool any = !commands->rows().isEmpty();
+    ui->actionDelete->setEnabled(any);
+    ui->actionPause->setEnabled(any);
+    ui->actionPreview->setEnabled(previewableJob());
+    if (any)
+        ui->actionPause->setChecked(commands->allPaused());
 }
 
 void MainWindow::onPasswordNeeded(Nzb *nzb, const QString &rarfile)

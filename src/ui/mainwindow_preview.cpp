@@ -9,8 +9,8 @@
 #include "preview/preview.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
-#include "queue/nzbmodel.h"
 #include "ui/mainwindow.h"
+#include "ui/rowcommands.h"
 #include "ui_mainwindow.h"
 
 namespace {
@@ -19,25 +19,19 @@ constexpr int previewCheckMsec = 500;
 
 } // namespace
 
-/// The job of a row; the row may be one of its files.
-Nzb *MainWindow::jobOf(INzbItem *item)
+/// The job that can be watched, if there is one row, or rows of one job.
+Nzb *MainWindow::previewableJob() const
 {
-    auto *nzb = qobject_cast<Nzb *>(item);
-    return nzb || !item ? nzb : qobject_cast<Nzb *>(item->parent());
-}
-
-bool MainWindow::isPreviewable(INzbItem *item)
-{
-    Nzb *nzb = jobOf(item);
-    return nzb && !Preview::previewableFiles(nzb).isEmpty();
+    const QList<Nzb *> jobs = commands->jobs();
+    return jobs.size() == 1 && !Preview::previewableFiles(jobs.first()).isEmpty() ? jobs.first()
+                                                                                  : nullptr;
 }
 
 void MainWindow::on_actionPreview_triggered()
 {
-    INzbItem *item = NzbModel::itemAt(currentRow());
-    if (!isPreviewable(item))
+    Nzb *nzb = previewableJob();
+    if (!nzb)
         return;
-    Nzb *nzb = jobOf(item);
     if (previews.contains(nzb)) {
         QMessageBox::warning(this, tr("Preview"), tr("File is already being previewed"),
                              QMessageBox::Ok);
@@ -66,6 +60,6 @@ void MainWindow::onFileComplete(NzbFile *nf)
 
 void MainWindow::handlePreviewButton()
 {
-    if (!ui->actionPreview->isEnabled() && isPreviewable(NzbModel::itemAt(currentRow())))
+    if (!ui->actionPreview->isEnabled() && previewableJob())
         ui->actionPreview->setEnabled(true);
 }

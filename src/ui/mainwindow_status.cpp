@@ -29,7 +29,7 @@ void MainWindow::onError(int /*code*/, const QString &msg)
 {
     qWarning().nospace() << "Error: " << msg;
     boxes->append(QMessageBox::Critical, tr("Error"), msg);
-    onCurrentRowChanged(currentRow(), QModelIndex()); // the engine may have paused it
+    showSelection(); // the engine may have paused it
 }
 
 void MainWindow::onNotice(int /*code*/, const QString &msg)
@@ -64,7 +64,7 @@ void MainWindow::checkDiskspace()
     if (free == -1.0 || free >= lowDiskspace || engine->allPaused())
         return;
     engine->pauseAll();
-    onCurrentRowChanged(currentRow(), QModelIndex());
+    showSelection();
     boxes->append(QMessageBox::Warning, tr("Low disk space"),
                   tr("Only %1 MB of disk space left. Suspending all downloads.")
                       .arg(QString::number(free / bytesPerMegabyte, 'g', 6)));

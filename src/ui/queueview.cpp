@@ -10,12 +10,11 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QShortcut>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 
 #include <algorithm>
-#include <memory>
-#include <utility>
 
 #include "ui/queueheader.h"
 #include "ui/statusdelegate.h"
@@ -75,35 +74,17 @@ QueueView::QueueView(QWidget *parent)
 {
     setHeader(new QueueHeader(this));
     setItemDelegate(new RowDelegate(this));
+    setSelectionMode(ExtendedSelection);
+    new QShortcut(Qt::SHIFT | Qt::Key_F10, this, this, &QueueView::showMenu, Qt::WidgetShortcut);
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(100);
     connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);
-    addMove(tr("Move up"), Qt::ALT | Qt::Key_Up, -1);
-    addMove(tr("Move down"), Qt::ALT | Qt::Key_Down, 1);
 }
 
-void QueueView::addMove(const QString &text, const QKeySequence &key, int step)
+void QueueView::setModel(QAbstractItemModel *model)
 {
-    auto *action = new QAction(text, this);
-    action->setShortcut(key);
-    action->setShortcutContext(Qt::WidgetShortcut);
-    connect(action, &QAction::triggered, this, [this, step] { moveCurrentRow(step); });
-    addAction(action);
-}
-
-/// Moves the row within its level. In both directions the lower of two neighbours is dropped on the
-/// upper one and takes its place.
-void QueueView::moveCurrentRow(int step)
-{
-    QModelIndex upper = currentIndex().siblingAtColumn(0);
-    QModelIndex lower = upper.siblingAtRow(upper.row() + step);
-    if (!upper.isValid() || !lower.isValid())
-        return;
-    if (step < 0)
-        std::swap(upper, lower);
-    const std::unique_ptr<QMimeData> moved(model()->mimeData({lower}));
-    model()->dropMimeData(moved.get(), Qt::CopyAction, -1, 0, upper);
-    scrollTo(currentIndex());
+    QTreeView::setModel(model);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &QueueView::selectSuccessor);
 }
 
 void QueueView::setHint(const QString &text)
@@ -122,6 +103,19 @@ void QueueView::keyboardSearch(const QString &search)
     });
     if (!taken)
         QTreeView::keyboardSearch(search);
+}
+
+void QueueView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end)
+{
+    hadSelection = selectionModel()->hasSelection();
+    QTreeView::rowsAboutToBeRemoved(parent, start, end);
+}
+
+/// After the last selected row, the one that has become the current row is selected.
+void QueueView::selectSuccessor()
+{
+    if (hadSelection && !selectionModel()->hasSelection() && currentIndex().isValid())
+        setCurrentIndex(currentIndex());
 }
 
 void QueueView::dragEnterEvent(QDragEnterEvent *event)
@@ -198,8 +192,24 @@ bool QueueView::viewportEvent(QEvent *event)
 
 void QueueView::contextMenuEvent(QContextMenuEvent *event)
 {
+    if (event->reason() == QContextMenuEvent::Keyboard)
+        showMenu();
+    else
+        showMenuAt(event->globalPos());
+}
+
+/// Below the current row.
+void QueueView::showMenu()
+{
+    const QRect seen = visualRect(currentIndex()) & viewport()->rect();
+    showMenuAt(viewport()->mapToGlobal(seen.isEmpty() ? QPoint() : seen.bottomLeft()));
+}
+
+void QueueView::showMenuAt(const QPoint &place)
+{
     emit aboutToShowMenu();
-    QMenu::exec(actions(), event->globalPos(), nullptr, this);
+    QMenu::exec(actions(), place, nullptr, this);
+    emit menuClosed();
 }
 
 void QueueView::drawRow(QPainter *painter, const QStyleOptionViewItem &option,

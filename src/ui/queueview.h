@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QHash>
-#include <QKeySequence>
 #include <QTimer>
 #include <QTreeView>
 #include <QVariant>
@@ -11,8 +10,8 @@
 /// The tree of the queue. Each progress changes two rows, that of a file and that of its job.
 /// Finding them would take time that grows with the queue, so the view compares the rows on the
 /// screen instead, a few times a second however many articles arrive, and repaints those that have
-/// changed. Alt and an arrow key move the current row, as the mouse does. A tool tip shows a text
-/// that is too wide for its column. Without rows, a hint stands in their place.
+/// changed. A tool tip shows a text that is too wide for its column. Without rows, a hint stands in
+/// their place. Its actions are its context menu.
 class QueueView final : public QTreeView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueView)
@@ -22,6 +21,7 @@ public:
 
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                      const QList<int> &roles = {}) override;
+    void setModel(QAbstractItemModel *model) override;
     /// What the user can do while there are no rows.
     void setHint(const QString &text);
     /// Passes over a letter that is the key of a disabled action.
@@ -34,8 +34,10 @@ public slots:
 signals:
     /// Shows the menu of the actions, opened by mouse or key.
     void aboutToShowMenu();
+    void menuClosed();
 
 protected:
+    void rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
@@ -47,10 +49,12 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
 
 private:
-    void addMove(const QString &text, const QKeySequence &key, int step);
-    void moveCurrentRow(int step);
+    void selectSuccessor();
+    void showMenu();
+    void showMenuAt(const QPoint &place);
 
     QString hint;
+    bool hadSelection = false; ///< before rows were removed
     QTimer repaintTimer;
     /// The content of each painted row, by its upper edge.
     mutable QHash<int, QVariantList> shown;

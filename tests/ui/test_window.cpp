@@ -52,20 +52,28 @@ struct World : User {
         }
         return live->queue()->last();
     }
-    /// What is shown after @p words, of which a letter selects the first row that begins with it:
-    /// each job with a letter for each of its files, a mark behind what is paused, then the row
-    /// that is selected, what the button says of it, and the message.
+    /// What is shown after @p words, of which a letter selects the first row that begins with it,
+    /// beside those that are selected after a plus: each job with a letter for each of its files, a
+    /// mark behind what is paused, then the row that is selected, what the button says of it, and
+    /// the message.
     QString after(const QString &words)
     {
+        window->activateWindow(); // which the end of a menu or dialog does not do here
+        if (!QApplication::activeModalWidget())
+            (void)QTest::qWaitForWindowActive(window.get());
         view->expandAll();
         const auto *model = view->model();
         for (const QString &word : words.split(';', Qt::SkipEmptyParts)) {
-            const auto found = model->match(model->index(0, 0), Qt::DisplayRole, word, 1,
-                                            Qt::MatchStartsWith | Qt::MatchRecursive);
+            const auto found =
+                model->match(model->index(0, 0), Qt::DisplayRole, QString(word).remove('+'), 1,
+                             Qt::MatchStartsWith | Qt::MatchRecursive);
             if (found.isEmpty())
                 use(window.get(), word);
-            else
-                view->setCurrentIndex(found[0].siblingAtColumn(2)); // as by a click on its status
+            else // as by a click on its status
+                view->selectionModel()->setCurrentIndex(
+                    found[0].siblingAtColumn(2),
+                    QItemSelectionModel::Rows
+                        | QItemSelectionModel::SelectionFlag(word[0] == '+' ? 2 : 3));
         }
         QString all;
         for (QModelIndex row = view->indexAt({}); row.isValid(); row = view->indexBelow(row)) {
@@ -80,6 +88,14 @@ struct World : User {
         return all + window->statusBar()->currentMessage();
     }
 
+    /// What the menu offers, before @p choice is taken.
+    QString menu(const QString &choice)
+    {
+        answers.prepend(choice + ";Esc");
+        after("Shift+F10");
+        return told.takeLast();
+    }
+
     std::unique_ptr<MainWindow> window;
     Marlowick *live = nullptr;
     QueueView *view = nullptr;
@@ -87,10 +103,8 @@ struct World : User {
 
 const Case moves("moves, pauses, imports", [] {
     World t;
-    QCOMPARE(t.after("Alt+Up;Del"), " >   "); // no row: nothing is moved, nothing asked
     t.add({"a", "b", "c"});
     QCOMPARE(t.after("a;Alt+Up;Alt+Down"), " b:frv a:frv c:frv > a running ");
-    QCOMPARE(t.after("c;Alt+Up;Alt+Down;Alt+Down"), " b:frv a:frv c:frv > c running ");
     QCOMPARE(t.after("b;v;Alt+Up"), " b:fvr a:frv c:frv > vol.par2 running ");
     t.set("pausePAR2", true);
     QCOMPARE(t.after("actionPause;r;actionPause"),
@@ -107,9 +121,12 @@ const Case moves("moves, pauses, imports", [] {
              " b:fvr a:frv c:frv > b running Connecting to server...");
     t.window->handleMessage("none.nzb");
     t.window->handleMessage(writeFile(t.dir.filePath("a.txt")));
-    t.answers = {"fileNameEdit=" + t.dir.filePath("b.nzb") + ";Return", "Esc"};
-    t.after("actionAdd_NZB;actionAdd_NZB");
-    QCOMPARE(t.told.join('|'), "Select NZB file: |Select NZB file: ");
+    writeFile(t.dir.filePath("bad.nzb"), "no NZB");
+    const QString both = "fileNameEdit=\"%1/bad.nzb\" \"%1/b.nzb\";Return";
+    t.answers = {both.arg(t.dir.path()), "Return", "Esc"};
+    t.after("actionAdd_NZB");
+    QTRY_COMPARE(t.told.join('|'), "Select NZB file: |Error processing NZB: Error parsing NZB");
+    t.after("actionAdd_NZB");
     t.start();
     QCOMPARE(t.after(""), " b:fvr a:frv c:frv b2:frv > b running ");
 });
@@ -132,6 +149,103 @@ const Case deletion("deletes what the answer says, and nothing else", [] {
     QCOMPARE(after("commandLinkButton_2"), " >   Deleted item, ac"); // it went meanwhile
     t.start();
     QCOMPARE(t.after(""), " a:frv > a running "); // saved as it stood
+});
+
+const Case selection("one command is for all selected rows", [] {
+    World t;
+    QCOMPARE(t.menu("Copy name") + t.after("Ctrl+A;Alt+Up;Del"), ": ||| >   ");
+    t.add({"a", "b", "c", "d"});
+    t.after("c;+v;+a"); // a file and its job, and another one
+    QCOMPARE(t.menu("Copy name"),
+             ": Open folder||Move to top|Move up|Move down|Move to bottom||Pause|"
+             "Pause all||Repair and unpack|Copy name|Delete|");
+    QCOMPARE(QGuiApplication::clipboard()->text(), "a\nvol.par2\nc");
+    QCOMPARE(t.after("actionPause"), " a:!f!r!v! b:frv c:!f!r!v! d:frv > a paused Paused file");
+    QVERIFY(t.menu("Resume").contains("|Resume|Pause all|Resume all|"));
+    QVERIFY(!t.menu("Pause all").contains("|Resume"));
+    QCOMPARE(t.after(""), " a:!f!r!v! b:!f!r!v! c:!f!r!v! d:!f!r!v! > a paused Paused file");
+    t.menu("Resume all");
+    for (const QString words : {"d;+b;Alt+Home|bdac", "b;+a;Alt+Down|dbca", "d;+b;Alt+Up|dbca",
+                                "c;+d;+b;Alt+End|adbc", "r;+f;Alt+End|adbc"}) {
+        t.after(words.section('|', 0, 0));
+        for (int job = 0; job < 4; ++job)
+            QCOMPARE(t.live->queue()->at(job)->name(), words.right(4)[job]);
+    }
+    t.meanwhile = [&](QWidget *) { t.live->deleteItem(t.live->queue()->last()); };
+    t.answers = {"commandLinkButton_2"}; // asks once, and one goes meanwhile
+    QCOMPARE(t.after("d;+c;+b;Del"), " a:vfr > a running Deleted 2 items");
+});
+
+const Case opening("opens what is finished, and folders", [] {
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // there may be a file manager on it
+    World t;
+    QString opened;
+    QFileDialog desktop; // its signal takes the place of the desktop's programs
+    QDesktopServices::setUrlHandler("file", &desktop, "currentUrlChanged");
+    QObject::connect(&desktop, &QFileDialog::currentUrlChanged,
+                     [&](const QUrl &url) { opened += url.fileName() + ' '; });
+    Nzb *nzb = t.add({"a"});
+    t.after("f");
+    const auto doubleClick = [&] { emit t.view->doubleClicked(t.view->currentIndex()); };
+    doubleClick();
+    QVERIFY(!t.menu("Open folder").contains("Open|")); // without a selection in it
+    nzb->fileAt(0)->markWhole();
+    doubleClick();
+    t.menu("Open");
+    QTRY_COMPARE(opened, "a film.mkv film.mkv ");
+    QVERIFY(QDir(nzb->folder()).removeRecursively());
+    t.answers = {"Return"};
+    doubleClick();
+    QTRY_COMPARE(t.told.join('|'), "Open: film.mkv is no longer on the disk");
+});
+
+const Case restart("an empty list says what to do, and a restart keeps what it looked like", [] {
+    World t;
+    const QString hint = "Drop NZB files here, or press Add NZB";
+    QCOMPARE(t.view->accessibleDescription(), hint);
+    const QImage empty = t.view->viewport()->grab().toImage();
+    t.view->setHint({});
+    QVERIFY(t.view->viewport()->grab().toImage() != empty);
+    t.add({"preview", "open"});
+    const QRect room = t.window->screen()->availableGeometry();
+    QVERIFY((t.window->geometry().center() - room.center()).manhattanLength() < 4);
+    t.view->setCurrentIndex(t.view->model()->index(1, 0));
+    QTest::keyClick(t.view, Qt::Key_P); // a command that is disabled now
+    QCOMPARE(t.view->currentIndex().data(), "open");
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(writeFile(t.dir.filePath("c.nzb"), "<nzb/>"))});
+    QDragEnterEvent enter({9, 9}, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton,
+                          Qt::ShiftModifier);
+    QDropEvent drop({9, 9}, enter.possibleActions(), &data, Qt::LeftButton, Qt::ShiftModifier);
+    for (QDropEvent *event : {static_cast<QDropEvent *>(&enter), &drop}) {
+        QCoreApplication::sendEvent(t.view->viewport(), event);
+        QVERIFY(event->isAccepted() && event->dropAction() == Qt::CopyAction);
+    }
+    t.view->collapseAll();
+    t.view->expand(t.view->model()->index(1, 0));
+    t.window->setGeometry(20, 30, 640, 400);
+    QWidget *header = t.view->header()->viewport();
+    const QPoint border(t.view->header()->sectionViewportPosition(2), 5);
+    QTest::mousePress(header, Qt::LeftButton, {}, border);
+    QTest::mouseMove(header, border - QPoint(40, 0));
+    QTest::mouseRelease(header, Qt::LeftButton, {}, border - QPoint(40, 0));
+    t.window->close();
+    t.answers = {"Esc"};
+    t.set("hostname", {});
+    t.start();
+    QVERIFY(t.view->accessibleDescription().startsWith(hint + '\n'));
+    QCOMPARE(t.window->geometry(), QRect(20, 30, 640, 400));
+    QCOMPARE(t.view->columnWidth(2), 190);
+    const QModelIndex first = t.view->model()->index(0, 0);
+    QVERIFY(!t.view->isExpanded(first) && t.view->isExpanded(t.view->indexBelow(first)));
+    QCOMPARE(t.view->model()->rowCount(), 3);
+    for (const QRect &place : {QRect(300, -20, 600, 400), QRect(5000, 5000, 1, 400)}) {
+        t.set("window/place", place);
+        t.set("window/columns", QStringList{"-1", "99999", "5"});
+        t.answers = {"Esc"};
+        t.start();
+        QVERIFY(room.contains(t.window->geometry()) && t.view->columnWidth(2) < room.width());
+    }
 });
 
 const Case boxes("boxes come one after another, and no connection under them", [] {
@@ -193,13 +307,9 @@ const Case passwords("asks for passwords, one after the other and above no other
     t.after("c;actionDelete");
     QTRY_COMPARE(asked + a->status() + c->status(), "acNot unpacked: no password");
     // What was declined can be taken up from the menu, unless an article is under way.
-    for (const char *answer : {"Up;Up;Up;Return", "Esc"}) {
+    for (const bool offered : {true, false}) {
         t.view->setCurrentIndex(t.view->model()->index(0, 0));
-        t.answers = {answer};
-        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {}, t.view->mapToGlobal(QPoint()));
-        QCoreApplication::sendEvent(t.view, &byKey);
-        QCOMPARE(t.window->findChild<QAction *>("actionRepairAndUnpack")->isEnabled(),
-                 *answer == 'U');
+        QCOMPARE(t.menu("Repair and unpack").contains("|Repair and unpack|"), offered);
         QVERIFY(a->status() != "Not unpacked: no password");
         int number = 0;
         a->fileAt(0)->nextSegment(&number);
