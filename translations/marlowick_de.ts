@@ -350,6 +350,25 @@
         <source>Password protected ZIP file</source>
         <translation>Passwortgeschützte ZIP-Datei</translation>
     </message>
+    <message>
+        <source>Drop NZB files here, or press Add NZB</source>
+        <translation>Ziehen Sie NZB-Dateien hierher, oder drücken Sie NZB hinzufügen</translation>
+    </message>
+    <message>
+        <source>To download them, a news server is needed: press Settings</source>
+        <translation>Zum Herunterladen fehlt noch ein Newsserver: drücken Sie Einstellungen</translation>
+    </message>
+    <message numerus="yes">
+        <source>Deleted %n items</source>
+        <translation>
+            <numerusform>%n Eintrag gelöscht</numerusform>
+            <numerusform>%n Einträge gelöscht</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Es gibt kein Programm, das %1 öffnet</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -523,7 +542,38 @@
     </message>
 </context>
 <context>
-    <name>QueueView</name>
+    <name>RowCommands</name>
+    <message>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Es gibt kein Programm, das %1 öffnet</translation>
+    </message>
+    <message>
+        <source>%1 is no longer on the disk</source>
+        <translation>%1 ist nicht mehr auf der Festplatte</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Ordner öffnen</translation>
+    </message>
+</context>
+<context>
+    <name>RowMenu</name>
+    <message>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Ordner öffnen</translation>
+    </message>
+    <message>
+        <source>Move to top</source>
+        <translation>Ganz nach oben</translation>
+    </message>
     <message>
         <source>Move up</source>
         <translation>Nach oben</translation>
@@ -531,6 +581,30 @@
     <message>
         <source>Move down</source>
         <translation>Nach unten</translation>
+    </message>
+    <message>
+        <source>Move to bottom</source>
+        <translation>Ganz nach unten</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Fortsetzen</translation>
+    </message>
+    <message>
+        <source>Pause all</source>
+        <translation>Alle anhalten</translation>
+    </message>
+    <message>
+        <source>Resume all</source>
+        <translation>Alle fortsetzen</translation>
+    </message>
+    <message>
+        <source>Copy name</source>
+        <translation>Namen kopieren</translation>
     </message>
 </context>
 <context>

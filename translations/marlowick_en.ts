@@ -12,6 +12,16 @@
     </message>
 </context>
 <context>
+    <name>MainWindow</name>
+    <message numerus="yes">
+        <source>Deleted %n items</source>
+        <translation>
+            <numerusform>Deleted %n item</numerusform>
+            <numerusform>Deleted %n items</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Notifier</name>
     <message numerus="yes">
         <source>and %n more</source>

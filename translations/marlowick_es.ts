@@ -350,6 +350,25 @@
         <source>Password protected ZIP file</source>
         <translation>Archivo ZIP protegido con contraseña</translation>
     </message>
+    <message>
+        <source>Drop NZB files here, or press Add NZB</source>
+        <translation>Arrastre aquí archivos NZB o pulse Añadir NZB</translation>
+    </message>
+    <message>
+        <source>To download them, a news server is needed: press Settings</source>
+        <translation>Para descargarlos hace falta un servidor de noticias: pulse Ajustes</translation>
+    </message>
+    <message numerus="yes">
+        <source>Deleted %n items</source>
+        <translation>
+            <numerusform>%n elemento eliminado</numerusform>
+            <numerusform>%n elementos eliminados</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>No hay ningún programa para abrir %1</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -523,7 +542,38 @@
     </message>
 </context>
 <context>
-    <name>QueueView</name>
+    <name>RowCommands</name>
+    <message>
+        <source>Open</source>
+        <translation>Abrir</translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>No hay ningún programa para abrir %1</translation>
+    </message>
+    <message>
+        <source>%1 is no longer on the disk</source>
+        <translation>%1 ya no está en el disco</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Abrir la carpeta</translation>
+    </message>
+</context>
+<context>
+    <name>RowMenu</name>
+    <message>
+        <source>Open</source>
+        <translation>Abrir</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Abrir la carpeta</translation>
+    </message>
+    <message>
+        <source>Move to top</source>
+        <translation>Llevar al principio</translation>
+    </message>
     <message>
         <source>Move up</source>
         <translation>Subir</translation>
@@ -531,6 +581,30 @@
     <message>
         <source>Move down</source>
         <translation>Bajar</translation>
+    </message>
+    <message>
+        <source>Move to bottom</source>
+        <translation>Llevar al final</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pausar</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Reanudar</translation>
+    </message>
+    <message>
+        <source>Pause all</source>
+        <translation>Pausar todo</translation>
+    </message>
+    <message>
+        <source>Resume all</source>
+        <translation>Reanudar todo</translation>
+    </message>
+    <message>
+        <source>Copy name</source>
+        <translation>Copiar el nombre</translation>
     </message>
 </context>
 <context>

@@ -350,6 +350,25 @@
         <source>Password protected ZIP file</source>
         <translation>Fichier ZIP protégé par mot de passe</translation>
     </message>
+    <message>
+        <source>Drop NZB files here, or press Add NZB</source>
+        <translation>Déposez des fichiers NZB ici, ou appuyez sur Ajouter un NZB</translation>
+    </message>
+    <message>
+        <source>To download them, a news server is needed: press Settings</source>
+        <translation>Pour les télécharger, il faut un serveur de news : appuyez sur Paramètres</translation>
+    </message>
+    <message numerus="yes">
+        <source>Deleted %n items</source>
+        <translation>
+            <numerusform>%n élément supprimé</numerusform>
+            <numerusform>%n éléments supprimés</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Il n’y a aucun programme pour ouvrir %1</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -523,7 +542,38 @@
     </message>
 </context>
 <context>
-    <name>QueueView</name>
+    <name>RowCommands</name>
+    <message>
+        <source>Open</source>
+        <translation>Ouvrir</translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Il n’y a aucun programme pour ouvrir %1</translation>
+    </message>
+    <message>
+        <source>%1 is no longer on the disk</source>
+        <translation>%1 n’est plus sur le disque</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Ouvrir le dossier</translation>
+    </message>
+</context>
+<context>
+    <name>RowMenu</name>
+    <message>
+        <source>Open</source>
+        <translation>Ouvrir</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Ouvrir le dossier</translation>
+    </message>
+    <message>
+        <source>Move to top</source>
+        <translation>Placer au début</translation>
+    </message>
     <message>
         <source>Move up</source>
         <translation>Monter</translation>
@@ -531,6 +581,30 @@
     <message>
         <source>Move down</source>
         <translation>Descendre</translation>
+    </message>
+    <message>
+        <source>Move to bottom</source>
+        <translation>Placer à la fin</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Mettre en pause</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Reprendre</translation>
+    </message>
+    <message>
+        <source>Pause all</source>
+        <translation>Tout mettre en pause</translation>
+    </message>
+    <message>
+        <source>Resume all</source>
+        <translation>Tout reprendre</translation>
+    </message>
+    <message>
+        <source>Copy name</source>
+        <translation>Copier le nom</translation>
     </message>
 </context>
 <context>

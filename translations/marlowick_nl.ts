@@ -350,6 +350,25 @@
         <source>Password protected ZIP file</source>
         <translation>ZIP-bestand met wachtwoord</translation>
     </message>
+    <message>
+        <source>Drop NZB files here, or press Add NZB</source>
+        <translation>Sleep NZB-bestanden hierheen, of druk op NZB toevoegen</translation>
+    </message>
+    <message>
+        <source>To download them, a news server is needed: press Settings</source>
+        <translation>Om ze te downloaden is een nieuwsserver nodig: druk op Instellingen</translation>
+    </message>
+    <message numerus="yes">
+        <source>Deleted %n items</source>
+        <translation>
+            <numerusform>%n item verwijderd</numerusform>
+            <numerusform>%n items verwijderd</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Er is geen programma om %1 te openen</translation>
+    </message>
 </context>
 <context>
     <name>Marlowick</name>
@@ -523,7 +542,38 @@
     </message>
 </context>
 <context>
-    <name>QueueView</name>
+    <name>RowCommands</name>
+    <message>
+        <source>Open</source>
+        <translation>Openen</translation>
+    </message>
+    <message>
+        <source>There is no program to open %1</source>
+        <translation>Er is geen programma om %1 te openen</translation>
+    </message>
+    <message>
+        <source>%1 is no longer on the disk</source>
+        <translation>%1 staat niet meer op de schijf</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Map openen</translation>
+    </message>
+</context>
+<context>
+    <name>RowMenu</name>
+    <message>
+        <source>Open</source>
+        <translation>Openen</translation>
+    </message>
+    <message>
+        <source>Open folder</source>
+        <translation>Map openen</translation>
+    </message>
+    <message>
+        <source>Move to top</source>
+        <translation>Naar boven</translation>
+    </message>
     <message>
         <source>Move up</source>
         <translation>Omhoog</translation>
@@ -531,6 +581,30 @@
     <message>
         <source>Move down</source>
         <translation>Omlaag</translation>
+    </message>
+    <message>
+        <source>Move to bottom</source>
+        <translation>Naar onderen</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>Pauzeren</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Hervatten</translation>
+    </message>
+    <message>
+        <source>Pause all</source>
+        <translation>Alles pauzeren</translation>
+    </message>
+    <message>
+        <source>Resume all</source>
+        <translation>Alles hervatten</translation>
+    </message>
+    <message>
+        <source>Copy name</source>
+        <translation>Naam kopiëren</translation>
     </message>
 </context>
 <context>
