@@ -175,7 +175,8 @@ const Case goesOn("takes a second start's files, ends by a signal, goes on", sto
     t.server->holdAll();
     t.set("hostname", row.name);
     writeFile(t.dir.filePath("bad.nzb"), "bad");
-    QProcess &first = t.start({"bad.nzb"});
+    QVERIFY(!post.writeGzipNzb(t.dir.path(), "früher.nzb").isEmpty());
+    QProcess &first = t.start({"früher.nzb"});
     World::waitFor(first, "Queue filename");
     QVERIFY(!post.writeGzipNzb(t.dir.path(), "später.nzb").isEmpty());
     QProcess &second = t.start({"none.nzb", "bad.nzb", "später.nzb"});
@@ -190,6 +191,7 @@ const Case goesOn("takes a second start's files, ends by a signal, goes on", sto
     QProcess &next = t.start({});
     World::waitFor(next, "NZB complet\u00a0: sp");
     QCOMPARE(t.saved("später/film.bin"), film);
+    QTRY_COMPARE_WITH_TIMEOUT(t.saved("früher/film.bin"), film, patience);
     World::stop(next, {SIGTERM});
 });
 

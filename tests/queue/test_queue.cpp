@@ -144,14 +144,14 @@ const Case dropped("rows dropped", [] {
     QCOMPARE(drop("-1 0 -1 1", -1), "a(0 1 2 3) c() b(4 5)"); // the empty part
     QCOMPARE(drop("-1 0 -1 2", 99), "c() b(4 5) a(0 1 2 3)");
     QCOMPARE(drop("2 0", -1, t.rows->index(2, 0, a)), "c() b(4 5) a(1 2 0 3)");
-    QCOMPARE(drop("2 3", 1, a), "c() b(4 5) a(1 3 2 0)");
+    QCOMPARE(drop("2 3", 0, a), "c() b(4 5) a(3 1 2 0)");
     QCOMPARE(selected.data().toString(), "1");
     for (const char *dragged : {"-1 2 -1", "-1 0 -1 0 -1 0 -1 0", "-1 3", "-1 -1", "2 0"})
         QCOMPARE(drop(dragged, 0), "refused");
     QCOMPARE(drop("-1 0", -5), "refused");
     QCOMPARE(drop("1 0", -1, t.rows->index(1, 0, a)), "refused"); // another job's
     QCOMPARE(drop("2 1", 0, selected), "refused");
-    QCOMPARE(t.shown(), "a(1 3 2 0) c() b(4 5)"); // the first row of those cut short has moved
+    QCOMPARE(t.shown(), "a(3 1 2 0) c() b(4 5)"); // the first row of those cut short has moved
 });
 
 const Case droppedFiles("NZB files dropped, then dragged", [] {

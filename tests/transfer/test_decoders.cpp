@@ -90,6 +90,7 @@ const Case yenc("yEnc is decoded", yencs,
 
 const Article uuencodes[] = {
     {"line cut in three", "#8@6)@C\r\n", "ab: abc"},
+    {"line cut ahead of its end", "#86)C\r@\n*@*", "ab: abcabcabc"},
     {"grave accent ends", "**`\r\n*@*", "ab: abcabc"},
     {"end line ends", "*end\r\n*", "ab: abc"},
     {"count 0", "*`abc\r\n*", "ab: abc (damaged)"},
@@ -98,7 +99,7 @@ const Article uuencodes[] = {
     {"line just long enough: its end is decoded", "M" + QByteArray(57, '!') + "\n",
      "ab: " + QByteArray("\4\x10\x41").repeated(14) + "\x06\xa8\x20"},
     {"count 46", "N" + QByteArray(64, '!') + "\r\n*", "ab:  (damaged)"},
-    {"eleven bytes of begin line", "begin 999 \n@*", "ab: abc", 1},
+    {"eleven bytes of begin line", "begin 909 \n@*", "ab: abc", 1},
     {"no begin line: ten bytes, four digits, letters",
      "begin 644 @begin 0644 a\n@begin x44 \n@begin 6x4 \n@begin 64x \n@*", "ab: (no file)", 1},
     {"a link out of the folder", "*", "ab: (no file)", 3},
