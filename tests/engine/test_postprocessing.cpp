@@ -121,7 +121,7 @@ const bool told = (tell(stories), true);
 const Case hostile("old volumes, with members that lead outside", [] {
     World t;
     const QByteArray away = QFile::encodeName(outside);
-    QList<Rar4Member> members{{"link", away, 0120777},
+    QList<Rar4Member> members{{"link", "film", 0120777},
                               {"link", away, 0120777, {}, true},
                               {"film", film},
                               {"made", "", 040755, {}, true}};
