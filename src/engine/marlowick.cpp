@@ -94,7 +94,8 @@ void Marlowick::connectPostProcessor()
     connect(from, &PostProcessor::statusChanged, this, &Marlowick::statusChanged);
     connect(from, &PostProcessor::passwordNeeded, this, &Marlowick::passwordNeeded);
     connect(from, &PostProcessor::volumeOrdered, this, &Marlowick::startToDownloadQueue);
-    connect(from, &PostProcessor::filesRenamed, this, &Marlowick::saveQueue, Qt::QueuedConnection);
+    connect(from, &PostProcessor::filesRenamed, this, &Marlowick::saveQueueInBackground,
+            Qt::QueuedConnection);
 }
 
 /// The queue file lies beside the settings file, whose folder may have to be made.
