@@ -331,6 +331,10 @@ const Case removal("only the job's own files are deleted, and it goes with its l
     QVERIFY(nzb); // an article is under way
     t.server->releaseAll();
     QTRY_VERIFY(!nzb);
+    Nzb *away = t.add("away", files("victim"));
+    QVERIFY(QDir().rmdir(away->folder()) && QFile::link(t.dir.path(), away->folder()));
+    t.engine->deleteFiles(away);
+    QVERIFY(QFile::exists(t.dir.filePath("victim")));
 });
 
 } // namespace
