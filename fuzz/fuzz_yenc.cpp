@@ -18,7 +18,8 @@ std::span<const uchar> bytesOf(const QByteArray &data)
     return {reinterpret_cast<const uchar *>(data.constData()), size_t(data.size())};
 }
 
-/// Returns the file, and its verdict as a last byte; the text of the exception if there is one.
+/// Returns the file, of which a part may lie far behind its start, and its verdict as a last byte;
+/// the text of the exception if there is one.
 QByteArray decode(const QByteArrayList &blocks)
 {
     clearFiles(scratchFolder());
@@ -31,7 +32,7 @@ QByteArray decode(const QByteArrayList &blocks)
     }
     QFile file(scratchFolder() + u"/a"_s);
     require(file.open(QIODevice::ReadOnly), "a file that the decoder made");
-    return file.readAll() + (decoder.isOk() ? '+' : '-');
+    return file.read(1024 * 1024) + (decoder.isOk() ? '+' : '-');
 }
 
 const Target target("yenc", [](const QByteArray &input) {
