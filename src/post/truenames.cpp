@@ -33,6 +33,26 @@ struct Par2Set {
     QMap<QString, Mark> files; ///< that it protects, by name
 };
 
+/// Volumes by the numbers in their headers; of several with the same number only one.
+QMap<int, QString> byNumber(const QMap<QString, RarVolume> &archives)
+{
+    QMap<int, QString> volumes;
+    for (auto it = archives.cbegin(); it != archives.cend(); ++it) {
+        if (it->number)
+            volumes.insert(*it->number, it.key());
+    }
+    return volumes;
+}
+
+/// Volumes numbered in the order of @p names.
+QMap<int, QString> inTurn(const QStringList &names)
+{
+    QMap<int, QString> volumes;
+    for (const QString &name : names)
+        volumes.insert(static_cast<int>(volumes.size()), name);
+    return volumes;
+}
+
 class Search {
 public:
     Search(QString in, const QString &jobName, const QStringList &arrived)
@@ -178,29 +198,25 @@ private:
             return;
         if (inOrder.size() == 1 && !archives.first().isVolume)
             return rename(inOrder.constFirst(), job + u".rar"_s, u"its RAR header"_s);
-        QMap<int, QString> volumes;
-        for (auto it = archives.cbegin(); it != archives.cend(); ++it) {
-            if (it->number)
-                volumes.insert(*it->number, it.key());
-        }
-        const bool numbered = volumes.size() == archives.size();
+        const QMap<int, QString> volumes = byNumber(archives);
+        if (volumes.size() == archives.size())
+            return nameVolumes(volumes, u"its RAR header"_s);
         const bool unknown =
             std::all_of(archives.cbegin(), archives.cend(), [](const auto &volume) {
                 return volume.encryptedHeaders || volume.number.value_or(0) == 0;
             });
-        if (!numbered && !(unknown && volumes.size() <= 1))
-            return; // two archives, or a number twice: nobody can tell
-        if (!numbered) {
-            volumes.clear();
-            for (const QString &name : std::as_const(inOrder))
-                volumes.insert(static_cast<int>(volumes.size()), name);
-        }
+        if (unknown && volumes.size() <= 1) // otherwise there is more than one archive
+            nameVolumes(inTurn(inOrder), u"the order of the NZB"_s);
+    }
+
+    /// @param volumes  by their numbers, from 0 on
+    void nameVolumes(const QMap<int, QString> &volumes, const QString &reason)
+    {
         const qsizetype width =
             std::max<qsizetype>(2, QString::number(volumes.lastKey() + 1).size());
         for (auto it = volumes.cbegin(); it != volumes.cend(); ++it) {
             const QString number = QString::number(it.key() + 1).rightJustified(width, u'0');
-            rename(it.value(), job + u".part"_s + number + u".rar"_s,
-                   numbered ? u"its RAR header"_s : u"the order of the NZB"_s);
+            rename(it.value(), job + u".part"_s + number + u".rar"_s, reason);
         }
     }
 
