@@ -4,10 +4,11 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDesktopServices>
 #include <QUrl>
+
+#include "desktop/asynccall.h"
 
 using namespace Qt::StringLiterals;
 
@@ -28,14 +29,11 @@ void FileManager::showFiles(const QString &folder, const QStringList &files)
     for (const QString &file : files)
         urls << QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
     call << urls << QString();
-    const QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(call);
-    if (pending.isError()) // without a bus, a watcher would never tell
-        return open(folder);
-    auto *watcher = new QDBusPendingCallWatcher(pending, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, folder] {
-        const QDBusPendingReply<> reply = *watcher;
-        watcher->deleteLater();
-        if (reply.isError())
-            open(folder);
-    });
+    const bool isSent = asyncCall(QDBusConnection::sessionBus(), call, this,
+                                  [this, folder](const QDBusPendingReply<> &reply) {
+                                      if (reply.isError())
+                                          open(folder);
+                                  });
+    if (!isSent)
+        open(folder);
 }
