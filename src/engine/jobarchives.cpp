@@ -46,7 +46,7 @@ QStringList JobArchives::untried(Trust trust) const
     }
     names.removeIf([this](const QString &name) {
         const QString path = nzb->folder() + u'/' + name;
-        return !isArchive(name) || tried.contains(name) || !QFile::exists(path)
+        return !isZipOr7z(name) || tried.contains(name) || !QFile::exists(path)
                || !isInsideFolder(nzb->folder(), path);
     });
     return names;

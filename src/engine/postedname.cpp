@@ -14,7 +14,7 @@ namespace {
 constexpr auto invalidMark = "invalid-name-"_L1;
 
 /// What an "invalid-name-" stands for.
-QByteArray spelledOut(const QString &name)
+QByteArray nameBehindMark(const QString &name)
 {
     return QByteArray::fromHex(name.sliced(invalidMark.size()).toLatin1());
 }
@@ -26,11 +26,11 @@ QString postedName(const NzbFile *file)
     const QString present = file->name();
     const bool invalid = present.startsWith(invalidMark);
     QByteArrayList candidates{file->postedName()};
-    const QString ofSubject = parseSubject(file->subjectLine()).filename;
-    if (!ofSubject.startsWith(u'.') && !ofSubject.startsWith(invalidMark))
-        candidates << ofSubject.toUtf8();
+    const QString inSubject = parseSubject(file->subjectLine()).filename;
+    if (!inSubject.startsWith(u'.') && !inSubject.startsWith(invalidMark))
+        candidates << inSubject.toUtf8();
     if (invalid)
-        candidates << spelledOut(present);
+        candidates << nameBehindMark(present);
     for (const QByteArray &candidate : std::as_const(candidates)) {
         const QString name = plainName(candidate);
         if (!name.isEmpty() && name != present

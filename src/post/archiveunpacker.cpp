@@ -135,7 +135,7 @@ private:
             return false;
         }
         if (order.protectedNames.contains(QDir::cleanPath(name)))
-            return isThere(order.folder + u'/' + name);
+            return hasContentOfMember(order.folder + u'/' + name);
         const auto size = quint64(std::max<la_int64_t>(0, archive_entry_size(entry)));
         requireRoom(size);
         QDir().mkpath(QFileInfo(order.folder + u'/' + name).path());
@@ -164,7 +164,7 @@ private:
     }
 
     /// A file of the job is not written over. It may be in the archive just so.
-    bool isThere(const QString &path)
+    bool hasContentOfMember(const QString &path)
     {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly))

@@ -31,7 +31,7 @@ QString extensionOf(const QString &name)
 
 bool isNzbName(const QString &path) { return path.endsWith(".nzb"_L1, Qt::CaseInsensitive); }
 
-PasswordName partPassword(const QString &name)
+PasswordName splitPassword(const QString &name)
 {
     const qsizetype opening = name.indexOf("{{"_L1);
     if (opening < 0 || !name.endsWith("}}"_L1) || name.size() < opening + 4)
@@ -81,7 +81,7 @@ bool isOldVolumeExtension(const QString &extension)
     return extension.size() == 3 && extension.at(1).isDigit() && extension.at(2).isDigit();
 }
 
-bool isArchive(const QString &name)
+bool isZipOr7z(const QString &name)
 {
     const QString extension = extensionOf(name);
     return extension == "zip"_L1 || extension == "7z"_L1;

@@ -22,7 +22,7 @@ struct PasswordName {
     QString password; ///< empty without one
 };
 /// Parts "name{{password}}", as an NZB is called whose archives have a password.
-[[nodiscard]] PasswordName partPassword(const QString &name);
+[[nodiscard]] PasswordName splitPassword(const QString &name);
 
 /// The extension of a PAR2 file, be it an index or a volume.
 [[nodiscard]] bool isPar2Extension(const QString &extension);
@@ -42,7 +42,7 @@ struct PasswordName {
 [[nodiscard]] bool isOldVolumeExtension(const QString &extension);
 
 /// A ZIP or 7z archive: "a.zip", "a.7Z".
-[[nodiscard]] bool isArchive(const QString &name);
+[[nodiscard]] bool isZipOr7z(const QString &name);
 
 /// The extension of a piece of a split file, as "001" in "film.avi.001".
 [[nodiscard]] bool isPieceExtension(const QString &extension);

@@ -44,7 +44,7 @@ void Nzb::readNzb(const QString &nzbFile)
 
 void Nzb::takeName(const QString &nzbFile)
 {
-    const auto [name, password] = partPassword(cleanName(printable(nzbFile)));
+    const auto [name, password] = splitPassword(cleanName(printable(nzbFile)));
     name_ = name;
     const QStringList others = std::exchange(passwords_, {});
     addPasswords(password);

@@ -120,7 +120,7 @@ void MainWindow::onPasswordNeeded(Nzb *nzb, const QString &rarfile)
 {
     const QPointer<Nzb> job(nzb);
     const QString title =
-        isArchive(rarfile) ? tr("Password protected ZIP file") : tr("Password protected RAR file");
+        isZipOr7z(rarfile) ? tr("Password protected ZIP file") : tr("Password protected RAR file");
     boxes->append([this, job, title] { return passwordBox(job, title); });
 }
 
