@@ -35,7 +35,7 @@ public:
     /// Whether an error box is shown. While one asks for a password no connection is added; those
     /// in the pool go on retrying.
     void setErrorBoxShown(bool shown) { errorBoxShown = shown; }
-    /// Makes a changed limit of speed hold at once.
+    /// Puts a changed speed limit into effect at once.
     void applySpeedLimit();
 
 public slots:
@@ -52,7 +52,7 @@ signals:
     void downloadProgresses(NzbFile *file);
     /// The last article of the file has been decoded. @p filename is the decoder's name for it.
     void fileDecoded(NzbFile *file, QString filename);
-    /// The server does not have the article that the file has waited for last.
+    /// The server does not have the last article that the file has waited for.
     void fileEndsMissing(NzbFile *file);
     /// @p total  bytes that the connections now in the pool have received so far
     void bytesReceived(quint64 total);

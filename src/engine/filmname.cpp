@@ -17,7 +17,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// All files of the job on disk, those that it has been unpacked to among them, by their sizes.
+/// All files of the job on disk, including those that were unpacked from it, by their sizes in
+/// bytes.
 QMultiMap<qint64, QString> filesBySize(Nzb *nzb)
 {
     QStringList names = nzb->extractedFiles().keys();
@@ -44,7 +45,7 @@ bool isPacked(const QString &name)
 {
     const QString extension = extensionOf(name);
     return isRarVolume(name) || isPar2Extension(extension) || isPieceExtension(extension)
-           || extension == "zip"_L1 || extension == "7z"_L1;
+           || isZipOr7z(name);
 }
 
 } // namespace

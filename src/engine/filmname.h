@@ -8,8 +8,8 @@
 
 class Nzb;
 
-/// The renaming that gives a job's film the name of the job: of the one file that is more than
-/// three times as large as the next, if a machine has made up its name, and no PAR2 set of the job
-/// knows it by that name. Names are relative to the job's folder. Not for archives, and not inside
-/// the folders of a DVD or Blu-ray disc.
+/// The renaming that gives a job's film the name of the job; nothing if it keeps its own. The film
+/// is the file that is more than three times as large as any other. It is renamed if its name is
+/// random and unknown to the PAR2 sets of the job, unless it is an archive or lies in a folder of a
+/// DVD or Blu-ray disc. Names are relative to the job's folder.
 [[nodiscard]] std::optional<Renaming> filmName(Nzb *nzb);

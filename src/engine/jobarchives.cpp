@@ -17,7 +17,7 @@
 
 namespace {
 
-/// A file that has been joined, of which @p piece is a piece.
+/// The name of the joined file to which @p piece belongs; empty if none has been joined.
 QString joinedName(Nzb *nzb, const NzbFile *piece)
 {
     const QString name = seriesName(piece->name());
@@ -83,7 +83,8 @@ void JobArchives::startUnpacker()
         passwords << givenPassword.toUtf8();
     unpacker = std::make_unique<ArchiveUnpacker>(
         nzb, ArchiveUnpacker::Order{nzb->folder(), archive, protectedNames(), passwords}, nullptr);
-    // Queued to the thread's own object, so that end() can have them delivered and nothing else.
+    // The receiver is the unpacker itself, so that end() can have these calls delivered and no
+    // others.
     connect(unpacker.get(), &ArchiveUnpacker::memberBegun, unpacker.get(),
             [](Nzb *job, const QString &file, quint64 size) { job->addExtractedFile(file, size); });
     connect(unpacker.get(), &ArchiveUnpacker::processingComplete, this, &JobArchives::unpackerDone);

@@ -20,37 +20,39 @@ class JobArchives final : public QObject {
 
 public:
     enum class Trust {
-        Articles, ///< an archive of which each article has come whole
-        Disk, ///< whatever is there
+        Articles, ///< only archives all of whose articles have arrived whole
+        Disk, ///< whatever is on the disk
     };
 
     JobArchives(Nzb *nzb, QObject *parent);
     /// Waits until the unpacking has stopped, which is soon.
     ~JobArchives() override;
 
-    /// Files that a repair has made and the job does not list.
+    /// Tells the names of files that a repair has made and the job does not list.
     void setRestoredFiles(const QStringList &names) { restored = names; }
-    /// There is an archive that has not been tried yet.
+    /// Whether there is an archive that has not been tried yet.
     [[nodiscard]] bool hasWork(Trust trust) const { return !untried(trust).isEmpty(); }
-    /// Starts with the next one. It ends with ended(). False without one.
+    /// Starts to unpack the next archive, which ends with ended(). False if there is none.
     [[nodiscard]] bool start(Trust trust);
     /// From start() to ended().
     [[nodiscard]] bool isBusy() const { return !archive.isEmpty(); }
-    /// It is busy, and does not wait for a password.
+    /// Busy, and not waiting for a password.
     [[nodiscard]] bool isAtWork() const { return unpacker != nullptr; }
     [[nodiscard]] bool hasFailed() const { return anyFailed; }
-    /// Remembers a password that the user has given, for any archive of the job. True if it was an
-    /// answer to passwordNeeded(); empty to decline.
+    /// Remembers a password that the user has given, for any archive of the job; an empty one
+    /// declines. True if this object has asked for it.
     bool setPassword(const QString &password);
-    /// Stops at once. All that was written is known, and no signal follows.
+    /// Blocks until the unpacking has stopped, which is soon. The job knows all files that were
+    /// written, and no signal follows.
     void end();
 
 signals:
     void ended();
-    /// Ahead of ended(); @p status tells the user why.
+    /// Comes before ended(); @p status tells the user why.
     void failed(QString status);
-    /// Ahead of failed().
+    /// Comes before failed(). @p needed is in bytes.
     void lowDiskspace(quint64 needed);
+    /// @p archive is a full path; setPassword() is the answer.
     void passwordNeeded(Nzb *nzb, QString archive);
 
 private:
@@ -65,11 +67,11 @@ private:
 
     Nzb *nzb;
     std::unique_ptr<ArchiveUnpacker> unpacker;
-    QString archive; ///< the one that is dealt with
-    Trust trusted = Trust::Articles; ///< with which it was taken
-    QStringList tried;
-    QStringList restored;
-    QString givenPassword;
-    bool asked = false; ///< for the password of this archive
+    QString archive; ///< the name of the one that is being unpacked; empty for none
+    Trust trusted = Trust::Articles; ///< with which it was chosen
+    QStringList tried; ///< names, the present one among them
+    QStringList restored; ///< see setRestoredFiles()
+    QString givenPassword; ///< the last one that the user has given
+    bool asked = false; ///< for the password of the present archive
     bool anyFailed = false;
 };

@@ -17,15 +17,17 @@ class JobJoin final : public QObject {
 public:
     JobJoin(Nzb *nzb, PostProcessor &post, QObject *parent);
 
-    /// There is a series that is whole.
+    /// Whether there is a series without gaps.
     [[nodiscard]] bool hasWork() const;
-    /// Starts the join of the next series that is whole. False without one.
+    /// Starts the join of the next series without gaps, which ends with ended(). False if there is
+    /// none.
     [[nodiscard]] bool start();
     [[nodiscard]] bool isRunning() const { return join != nullptr; }
     /// Waits until the join has ended. No signal follows.
     void end();
 
 signals:
+    /// @p joined is false after a failure, which the PostProcessor has reported.
     void ended(bool joined);
 
 protected slots:

@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostOrders = 2;
+constexpr int mostOrders = 2; ///< the second for when the first PAR2 file was damaged or missing
 
 /// The file of the job that is called @p name; null without one.
 NzbFile *fileCalled(const Nzb *nzb, const QString &name)
@@ -33,7 +33,8 @@ NzbFile *fileCalled(const Nzb *nzb, const QString &name)
     return found == files.cend() ? nullptr : *found;
 }
 
-/// Comics are archives that want no other name.
+/// Whether a file is a RAR archive, whatever its name is. Comics are such archives, too, but keep
+/// their names.
 bool hidesArchive(const Nzb *nzb, const QString &name)
 {
     QFile file(nzb->folder() + u'/' + name);
@@ -41,7 +42,7 @@ bool hidesArchive(const Nzb *nzb, const QString &name)
            && file.open(QIODevice::ReadOnly) && startsRar(file.peek(8));
 }
 
-/// Volumes of archives that have each a made-up name of its own.
+/// Whether each of several volumes has a random name of its own, so that none tells the next one.
 bool areScattered(const QStringList &volumes)
 {
     QMap<QString, int> series;
@@ -83,8 +84,8 @@ bool JobNames::areObscure() const
                || (!others.isEmpty() && std::ranges::all_of(others, tellsNothing)));
 }
 
-/// Of each set the index, or the smallest volume without one. Of PAR2 files whose names do not tell
-/// to which set they belong, the smallest alone.
+/// The smallest PAR2 file of each set, which is the index if there is one. Of all PAR2 files whose
+/// names do not tell their set, only the smallest.
 QList<NzbFile *> JobNames::par2ToOrder() const
 {
     QMap<QString, NzbFile *> chosen;
@@ -120,8 +121,8 @@ bool JobNames::orderPar2()
     return !files.isEmpty();
 }
 
-/// The user has not asked for a file that we have ordered: if it has come damaged, the job is none
-/// the worse.
+/// The user has not asked for the files that orderPar2() has ordered, so their damage must not make
+/// the job count as damaged.
 void JobNames::forgiveOrdered()
 {
     for (const QPointer<NzbFile> &file : std::as_const(ordered)) {

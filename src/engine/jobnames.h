@@ -21,20 +21,20 @@ class JobNames final : public QObject {
 public:
     JobNames(Nzb *nzb, QObject *parent);
 
-    /// A file of the job is called something that tells nothing, or the job is an archive whose
-    /// names do not tell it.
+    /// Whether a file of the job has a name that tells nothing, or its archives have names that do
+    /// not show what they are or what belongs together.
     [[nodiscard]] bool areObscure() const;
-    /// Orders PAR2 files that are held back and may know the names, when the names are obscure and
-    /// no other PAR2 file has told them. False when there is none, or it has been tried twice.
+    /// Orders PAR2 files that are held back and may know the names, if the names are obscure and no
+    /// PAR2 file that has arrived tells them. False if there is none to order, or after two tries.
     [[nodiscard]] bool orderPar2();
-    /// Renames what the content of the files gives better names for.
-    /// @param isInUse  tells of files that must keep their names
+    /// Renames the files for which their content gives better names.
+    /// @param isInUse  whether a file of the job must keep its name
     /// @returns whether any file has been renamed
     bool takeTrueNames(const std::function<bool(const NzbFile *)> &isInUse);
-    /// takeTrueNames() would rename a file, or orderPar2() order one.
+    /// Whether takeTrueNames() would rename a file, or orderPar2() order one.
     [[nodiscard]] bool hasWork() const;
 
-    /// Gives a file that has arrived the name that its post has in another script than ASCII.
+    /// Gives a file that has arrived the name that its post has for it, see postedName().
     void takePostedName(NzbFile *file);
     /// Gives the film of the job, unpacked or not, the job's name.
     void takeFilmName();
@@ -42,17 +42,18 @@ public:
 signals:
     /// The download of a PAR2 file may begin.
     void par2Ordered();
+    /// Only for files that the job lists.
     void fileRenamed(NzbFile *file);
 
 private:
     [[nodiscard]] QList<NzbFile *> par2ToOrder() const;
     void forgiveOrdered();
     [[nodiscard]] QList<Renaming> renamings(const QStringList &arrived) const;
-    /// A file of the job has this name, or one that has been unpacked.
+    /// Whether a file of the job, or one that has been unpacked from it, has this name.
     [[nodiscard]] bool isTaken(const QString &name) const;
     bool rename(const Renaming &renaming);
 
     Nzb *nzb;
-    QList<QPointer<NzbFile>> ordered;
-    int orders = 0;
+    QList<QPointer<NzbFile>> ordered; ///< by orderPar2()
+    int orders = 0; ///< how often it has ordered any
 };

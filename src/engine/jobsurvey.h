@@ -12,31 +12,32 @@ class Nzb;
 class NzbFile;
 class QObject;
 
-// Questions of the post-processing about the content of a job and its folder, and what it tells the
-// files of a job together.
+// What the post-processing asks about the content of a job and its folder, and what it does to
+// several files of a job at once.
 
 /// The names of the files on disk of which nothing more is fetched, in the order of the NZB.
 [[nodiscard]] QStringList arrivedNames(const Nzb *nzb);
 
 /// No file of the job is being fetched, or will be unless the user wants it.
 [[nodiscard]] bool isAtRest(const Nzb *nzb);
-/// Pauses all files that have not arrived but PAR2 files.
+/// Pauses all files that have not arrived, except PAR2 files.
 void pauseRest(const Nzb *nzb);
-/// It has been proved that the files @p names are whole.
+/// Marks the files @p names as whole, which has been proved.
 void markWhole(const Nzb *nzb, const QStringList &names);
 
 [[nodiscard]] bool hasPar2(const Nzb *nzb);
 /// What the names of a set's PAR2 files begin with.
 [[nodiscard]] QString par2SetOf(const NzbFile *file);
-/// A PAR2 file still to be fetched whose name does not tell if it is an index or a volume, since
-/// no other one belongs to it by name.
+/// Whether a PAR2 file that is still to be fetched may be an index or a volume: its name has no
+/// ".vol", and no volume belongs to it by name.
 [[nodiscard]] bool isLoosePar2(const Nzb *nzb, const NzbFile *file);
-/// Blocks that can be counted on to be in a PAR2 file, be it on the server yet: by its name, or one
-/// in a loose file unless that is the smallest of them, and so probably the index.
+/// The number of recovery blocks that a PAR2 file is expected to have: that in its name, or one for
+/// a loose file. Nothing for other files, and for the smallest of the loose ones, which is probably
+/// the index.
 [[nodiscard]] std::optional<int> expectedBlocks(const Nzb *nzb, const NzbFile *file);
 /// A PAR2 volume is on disk or on the server.
 [[nodiscard]] bool isRepairable(const Nzb *nzb);
-/// A volume that a repair has asked for has not arrived yet, even if it is paused.
+/// Whether a PAR2 file that has been asked for has not arrived yet, even if it is paused.
 [[nodiscard]] bool awaitsOrdered(const Nzb *nzb);
 /// The paths of the PAR2 volumes that have arrived. An index alone repairs nothing.
 [[nodiscard]] QStringList par2Volumes(const Nzb *nzb);

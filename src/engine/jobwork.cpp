@@ -101,9 +101,9 @@ void JobWork::processNzb()
     emit post.nzbComplete(nzb);
 }
 
-/// A job that is whole under names that tell something stays as it is. The volumes of an archive
-/// that is being unpacked keep their names, for it reads them. One that has failed is tried again:
-/// its names may have been what was wrong.
+/// A job that is whole and has names that tell something stays as it is. The volumes of an archive
+/// that is being unpacked keep their names, since the run looks for them. A failed extraction is
+/// tried again, since its cause may have been the names.
 void JobWork::takeTrueNames()
 {
     const auto isInUse = [this](auto file) { return rarHandler && rarHandler->reads(file); };

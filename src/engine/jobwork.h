@@ -36,11 +36,11 @@ public:
     /// Waits until no archive of the job is being unpacked. A join goes on, but is not reported.
     ~JobWork() override;
 
-    /// A file has arrived, and nobody knows yet: it may get a better name.
+    /// Gives a file that has arrived a better name, before anybody else is told that it is there.
     void takePostedName(NzbFile *nzbfile) { names.takePostedName(nzbfile); }
     /// Gives the files that have arrived the names that their content tells, if that may help.
     void takeTrueNames();
-    /// The names of the files are still to be told by PAR2 files that have been ordered for it.
+    /// Whether names of files tell nothing, see JobNames::areObscure().
     [[nodiscard]] bool hasObscureNames() const { return names.areObscure(); }
     /// A file has arrived: an archive may be unpacked during the download.
     void feedExtraction(NzbFile *nzbfile);
@@ -62,7 +62,8 @@ public:
     /// @param atOnce  even within an archive
     void end(bool atOnce);
 
-    /// A repair can be tried, an archive can be unpacked, or a series can be joined.
+    /// Whether files can be renamed, a repair can be tried, an archive unpacked, or a series
+    /// joined.
     [[nodiscard]] bool hasWorkLeft() const;
     /// Goes on with a job that an earlier run of the program did not finish.
     void resume();
@@ -70,7 +71,7 @@ public:
 
 protected slots:
     void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
-    /// Or that of a ZIP or 7z archive.
+    /// The extraction of a RAR archive has succeeded, or that of a ZIP or 7z archive has ended.
     void rarProcessingComplete();
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void rarResting();

@@ -108,7 +108,8 @@ signals:
     void downloadProgresses(NzbFile *file);
     void fileComplete(NzbFile *file);
     void nzbComplete(Nzb *nzb);
-    /// The job has ended without being complete. A receiver must not remove it.
+    /// The job has ended without being complete; @p reason is for the user. A receiver must not
+    /// remove the job.
     void nzbFailed(Nzb *nzb, QString reason);
     /// Post-processing has given the job another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto invalidMark = "invalid-name-"_L1;
 
-/// What an "invalid-name-" stands for.
+/// The name from which an "invalid-name-" was made: its bytes follow in hexadecimal digits.
 QByteArray nameBehindMark(const QString &name)
 {
     return QByteArray::fromHex(name.sliced(invalidMark.size()).toLatin1());

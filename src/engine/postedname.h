@@ -6,7 +6,8 @@
 
 class NzbFile;
 
-/// The name of a file that has arrived as its post has it, in whatever script, if the one on disk
-/// is the rest that has remained of it while articles arrived: without the characters beyond ASCII,
-/// or an "invalid-name-". Empty otherwise.
+/// The name that the post of @p file, which has arrived, has for it, in whatever script. While
+/// articles arrive, the file has only the ASCII characters of that name, or an "invalid-name-" if
+/// these would be empty or hidden. Empty if the present name is not made of the posted one in this
+/// way, or is the same.
 [[nodiscard]] QString postedName(const NzbFile *file);

@@ -45,11 +45,12 @@ public:
 public slots:
     /// The last article of @p nzbfile has been decoded, under the name @p filename.
     void finishFile(NzbFile *nzbfile, const QString &filename);
-    /// The last article of @p nzbfile is not on the server. Deliberate: only a PAR2 file that
-    /// should have told names has its job looked at. Any other job ends here if it waited for
-    /// nothing else.
+    /// The last article that @p nzbfile has waited for is not on the server. Deliberate: the job is
+    /// processed only if the file is a PAR2 file that was to tell names. Any other job fails here
+    /// if it waits for nothing else.
     void noteMissing(NzbFile *nzbfile);
     void splitCombinerError(Nzb *nzb, const QString &file, const QString &error);
+    /// For a box. @p needed is in bytes.
     void rarLowDiskspace(quint64 needed);
     void archiveLowDiskspace(quint64 needed);
 
@@ -61,7 +62,7 @@ signals:
     void nzbFailed(Nzb *nzb, QString reason);
     /// The job has another status text, and nothing else has changed.
     void statusChanged(Nzb *nzb);
-    /// The queue file knows files by names that they do not have any more.
+    /// Files have got other names, which the queue file does not know yet.
     void filesRenamed();
     /// The file has got another name.
     void downloadProgresses(NzbFile *file);

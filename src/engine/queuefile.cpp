@@ -24,13 +24,13 @@ namespace {
 
 constexpr mode_t privateMode = 0600;
 
-/// Makes @p file if need be, for the user's eyes only: it may hold passwords.
+/// Creates @p file if it is missing, and lets only its owner read it: it may hold passwords.
 void makePrivate(const QString &file)
 {
     const QByteArray path = QFile::encodeName(file);
     const int descriptor = open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, privateMode);
     if (descriptor < 0)
-        return; // as the opening will that follows
+        return; // the caller cannot open it, either, and reports that
     static_cast<void>(fchmod(descriptor, privateMode));
     close(descriptor);
 }

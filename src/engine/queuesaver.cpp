@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "engine/queuesaver.h"
 
+#include <chrono>
 #include <utility>
 
 #include "queue/nzb.h"
@@ -37,10 +38,10 @@ void QueueSaver::wait()
 
 void QueueSaver::start()
 {
-    // Without a thread to be had, the save is deferred until finish() asks for it.
+    // If no thread can be started, the save is deferred until finish() asks for its result.
     constexpr auto policy = std::launch::async | std::launch::deferred;
     auto write = [this, number = ++started, jobs = *std::exchange(waiting, {})]() mutable {
-        // The copy goes here, where it holds nobody up.
+        // The copy is destroyed on this thread, where nobody waits for it.
         const QueueFile::Written written = file.save(std::exchange(jobs, {}));
         const auto end = [this, number] {
             if (number == started && underWay.valid())

@@ -18,7 +18,7 @@ class QueueSaver final : public QObject {
     Q_DISABLE_COPY_MOVE(QueueSaver)
 
 public:
-    /// @param queueFile  not to be used until wait() has returned
+    /// @param queueFile  must outlive the object; others may use it only after wait()
     explicit QueueSaver(QueueFile &queueFile);
     /// Waits, and reports no failure.
     ~QueueSaver() override;
@@ -38,7 +38,7 @@ private:
     void finish();
 
     QueueFile &file;
-    std::optional<QList<SavedNzb>> waiting;
-    std::future<QueueFile::Written> underWay;
+    std::optional<QList<SavedNzb>> waiting; ///< what is to be written next
+    std::future<QueueFile::Written> underWay; ///< valid while a save is under way
     int started = 0; ///< tells the end of the save under way from that of an earlier one
 };

@@ -33,12 +33,12 @@ public:
     static constexpr Key<int> networkTimeout{"networkTimeout"}; ///< seconds of silence
     static constexpr Key<int> networkRetry{"networkRetry"}; ///< seconds before the next login
     static constexpr Key<int> port{"port"};
-    static constexpr Key<int> speedLimitKib{"speedLimit"}; ///< a second; speedLimit() has bytes
+    static constexpr Key<int> speedLimitKib{"speedLimit"}; ///< per second; see speedLimit()
     static constexpr Key<bool> ssl{"ssl"};
     static constexpr Key<bool> autoPAR2{"autoPAR2"}; ///< repair a damaged job unasked
     static constexpr Key<bool> pausePAR2{"pausePAR2"}; ///< hold PAR2 files back until needed
     static constexpr Key<bool> clearOnCompletion{"clearOnCompletion"};
-    // What the window looked like; no control has them.
+    // What the window looked like. The dialog does not show these.
     static constexpr Key<QRect> windowPlace{"window/place"}; ///< while it is not maximized
     static constexpr Key<bool> windowMaximized{"window/maximized"};
     static constexpr Key<QStringList> windowColumns{"window/columns"}; ///< widths from the second
@@ -59,7 +59,7 @@ public:
     /// Stored in Base64, which protects nothing. Only Latin-1 characters survive.
     [[nodiscard]] QString password() const;
     void setPassword(const QString &text);
-    /// The most to be received in a second, in bytes; 0 for no limit. Stored in KiB.
+    /// In bytes per second; 0 for no limit.
     [[nodiscard]] qint64 speedLimit() const;
     [[nodiscard]] RarHandling rarHandling() const;
     void setRarHandling(RarHandling handling);
