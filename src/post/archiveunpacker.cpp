@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Left free on the disk, for the downloads that go on.
+/// Bytes that are left free on the disk, for the downloads that go on.
 constexpr double spaceMargin = 100.0 * 1024 * 1024;
 
 struct Free {
@@ -44,11 +44,11 @@ struct Failure {
         Stopped,
         Broken,
         Locked, ///< another password may help
-        NoRoom,
+        NoRoom, ///< on the disk
     };
     Kind kind = Kind::Stopped;
-    QString reason = {}; ///< for the user, where it is broken
-    quint64 needed = 0; ///< bytes, where there is no room
+    QString reason = {}; ///< for the user; with Broken only
+    quint64 needed = 0; ///< bytes; with NoRoom only
 };
 
 /// One run over the members of an archive.
@@ -157,13 +157,14 @@ private:
     QByteArrayView read()
     {
         const la_ssize_t length = archive_read_data(reader.get(), buffer.data(), buffer.size());
-        if (length < 0) // a warning among them, for one of a wrong checksum
+        if (length < 0) // also for a warning, which is how a wrong checksum is told
             fail();
         check(ARCHIVE_OK);
         return QByteArrayView(buffer).first(length);
     }
 
-    /// A file of the job is not written over. It may be in the archive just so.
+    /// Whether the file of the job at @p path, which is not to be overwritten, is the same as the
+    /// member.
     bool hasContentOfMember(const QString &path)
     {
         QFile file(path);
@@ -178,7 +179,7 @@ private:
         }
     }
 
-    /// The size that the archive tells may be a lie, so the room is looked at again on the way.
+    /// The archive may lie about the size, so the free space is looked at again on the way.
     void write(QFile &target)
     {
         constexpr qint64 lookAgain = 64 * 1024 * 1024;
@@ -228,8 +229,8 @@ void ArchiveUnpacker::stop()
     awaitEnd(this);
 }
 
-/// A run for each password: a check of eight bits is all by which the old encryption of ZIP tells a
-/// wrong one, so that it may show at the end of a member only.
+/// One run for each password, since a wrong one may not show before the end of a member: the old
+/// encryption of ZIP checks only eight bits of it at the start.
 bool ArchiveUnpacker::unpackAll()
 {
     for (qsizetype i = 0;; ++i) {

@@ -23,7 +23,7 @@ class ArchiveUnpacker final : public QThread {
 public:
     struct Order {
         QString folder; ///< of the job, where the archive lies
-        QString archive; ///< its name
+        QString archive; ///< its file name
         QSet<QString> protectedNames; ///< files of the job, which no member may replace
         QByteArrayList passwords; ///< to be tried in turn, for ZIP; libarchive decrypts no 7z
     };
@@ -47,7 +47,7 @@ signals:
     void passwordNeeded(Nzb *nzb);
     /// @p reason is a text for the user.
     void processingError(Nzb *nzb, QString reason);
-    /// The disk has less than @p needed bytes and some to spare.
+    /// The disk lacks space for @p needed bytes and the reserve that stays free.
     void lowDiskspace(Nzb *nzb, quint64 needed);
 
 private:

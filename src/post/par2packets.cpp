@@ -14,7 +14,7 @@ constexpr QByteArrayView fileDescription("PAR 2.0\0FileDesc", 16);
 constexpr QByteArrayView recoverySlice("PAR 2.0\0RecvSlic", 16);
 
 constexpr qint64 headerSize = 64; // magic, length, MD5 of the packet, set, type
-constexpr qint64 hashedFrom = 32; // where the part begins that the MD5 of a packet is of
+constexpr qint64 hashedFrom = 32; // the MD5 of a packet covers all from here on
 constexpr qint64 nameAt = headerSize + 56; // behind id, two MD5s and the length of the file
 constexpr qint64 maxDescription = nameAt + 4096;
 
@@ -59,7 +59,8 @@ public:
     }
 
 private:
-    /// Seeks the next packet; what lies before it is damage.
+    /// Seeks the next packet, over whatever damage lies before it. False at the end, or after too
+    /// much damage.
     bool findPacket()
     {
         constexpr qint64 window = 64 * 1024;

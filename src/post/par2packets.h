@@ -13,7 +13,7 @@ class QIODevice;
 struct Par2Packets {
     /// One file that the set protects.
     struct File {
-        QString name; ///< as the poster's disk had it, so perhaps a path, and anything but trusted
+        QString name; ///< as on the poster's disk, so perhaps a path; not to be trusted
         quint64 size = 0; ///< in bytes
         QByteArray md5; ///< of all of it, 16 bytes
         QByteArray md5Start; ///< of its first 16 KiB, or of all of a shorter one, 16 bytes
@@ -21,7 +21,7 @@ struct Par2Packets {
 
     QByteArray setId; ///< 16 bytes; empty if there is no packet
     QList<File> files; ///< those whose description is in this file and undamaged, each once
-    int recoveryBlocks = 0; ///< in this file, by their headers alone
+    int recoveryBlocks = 0; ///< in this file; counted by their headers, not checked
     quint32 firstBlock = 0; ///< the exponent of the first of them
 };
 
@@ -29,5 +29,5 @@ struct Par2Packets {
 [[nodiscard]] bool startsPar2(const QByteArray &start);
 
 /// Reads all packets of @p device, which is open and can seek. Packets of other sets and damaged
-/// ones are passed over; hostile input costs no more than reading some MiB of it.
+/// ones are passed over. Never fails; the number of packets and the bytes between them are limited.
 [[nodiscard]] Par2Packets readPar2Packets(QIODevice &device);

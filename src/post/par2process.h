@@ -31,8 +31,9 @@ public:
     Par2Process(Nzb *nzb, const QStringList &files, QObject *parent);
     ~Par2Process() override;
 
-    /// The names of files in the folder of the volumes among which the data of the sets is looked
-    /// for, whatever they are called. All that lie there, unless this is called.
+    /// Names the files, in the folder of the volumes, in which par2 looks for the data of the sets,
+    /// whatever they are called. Otherwise, and if the names are too long for a command line, par2
+    /// looks in all files of the folder.
     void setCandidates(const QStringList &names);
     /// Starts on the next set; after the last one tells how the pass ended, before it returns.
     void startNextGroup();
@@ -78,7 +79,7 @@ private:
     QMap<QString, QStringList> groups;
     QMap<QString, QStringList>::iterator nextGroup;
     QString executable;
-    QStringList candidates{QStringLiteral("*")}; ///< as the program is told them
+    QStringList candidates{QStringLiteral("*")}; ///< as arguments of the program
     QProcess *process = nullptr; // while it runs
     Par2Output output;
     QString currentGroup;

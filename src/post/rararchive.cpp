@@ -102,7 +102,7 @@ RarArchive::Result RarArchive::process(int operation)
     return code == ERAR_SUCCESS ? Result::Ok : failure(code);
 }
 
-/// RAR 5 knows a wrong password. Before it, what was decrypted with one does not look like data.
+/// RAR 5 recognises a wrong password. Before it, a wrong one shows only in damaged data.
 RarArchive::Result RarArchive::failure(int code) const
 {
     constexpr unsigned firstOfRar5 = 50;

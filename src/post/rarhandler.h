@@ -42,12 +42,12 @@ public:
 
     /// Whether the volumes of an archive stay when it is unpacked.
     void setKeepsVolumes(bool keeps);
-    /// Deletes those that have stayed.
+    /// Deletes the volumes that have stayed.
     void removeKeptVolumes();
-    /// The archives that are unpacked have proved that their volumes were whole.
+    /// Marks the volumes of unpacked archives as whole, which the extraction has proved.
     void markUnpackedWhole();
-    /// Whether @p file has been a volume of such an archive, or may be one of the archive that is
-    /// being unpacked.
+    /// Whether @p file has been a volume of an unpacked archive, or may be one of the archive that
+    /// is being unpacked.
     [[nodiscard]] bool reads(const NzbFile *file) const;
     /// To be called when nothing more arrives. A run that waits for a volume which is no file of
     /// the job then fails, with that volume's name. One that waits for a damaged file goes on

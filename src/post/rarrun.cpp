@@ -255,7 +255,7 @@ void RarRun::askPassword(const QString &rarfile)
     sleepOn(passwordCondition, passwordMutex);
 }
 
-/// By the next known password; without one the user is asked. False when the user declines.
+/// Sets the next known password or, without one, that of the user. False if the user declines.
 bool RarRun::unlock()
 {
     if (!knownPasswords.isEmpty()) {

@@ -24,7 +24,8 @@ public:
 
     void skip(qsizetype count) { bytes = bytes.sliced(std::min(count, bytes.size())); }
 
-    /// Seven bits a byte, the lowest first, as long as the top bit is set; nothing if it is cut.
+    /// A number of seven bits a byte, the lowest first, which ends with the first byte whose top
+    /// bit is 0. Nothing if the header ends before.
     std::optional<quint64> variable()
     {
         quint64 value = 0;
@@ -79,7 +80,7 @@ quint16 word(const QByteArray &bytes, qsizetype at)
     return qFromLittleEndian<quint16>(bytes.constData() + at);
 }
 
-/// The number that the end of an archive of RAR 3 and 4 tells, in its last block.
+/// The number of a volume of RAR 3 or 4, from the last block in @p end, the last bytes of the file.
 std::optional<int> numberAtEnd(const QByteArray &end)
 {
     constexpr char endBlock = 0x7b;

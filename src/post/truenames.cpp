@@ -53,6 +53,7 @@ QMap<int, QString> inTurn(const QStringList &names)
     return volumes;
 }
 
+/// One search for better names in the folder of one job; used once.
 class Search {
 public:
     Search(QString in, const QString &jobName, const QStringList &arrived)
@@ -110,7 +111,8 @@ private:
         }
     }
 
-    /// The names of a set's PAR2 files begin alike: par2 would be run for each beginning.
+    /// What the names of all PAR2 files of the set begin with. par2 is run once for each beginning,
+    /// so it must be the same for all.
     [[nodiscard]] QString stemOf(const Par2Set &set, int number) const
     {
         QMap<QString, int> stems;
@@ -122,7 +124,7 @@ private:
             return std::max_element(stems.cbegin(), stems.cend()).key();
         for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
             if (isPar2Extension(extensionOf(it.key())) && !isRandomName(it.key()))
-                return it.key().chopped(5);
+                return it.key().chopped(5); // ".par2"
         }
         const QString name = QString(job).replace(".vol"_L1, "-vol"_L1); // the mark of volumes
         return number == 1 ? name : name + u'-' + QString::number(number);
@@ -247,7 +249,7 @@ private:
     QString folder;
     QString job;
     QStringList names;
-    QSet<QString> taken; ///< old names and new ones
+    QSet<QString> taken; ///< old names and new ones of files
     QMap<QByteArray, Par2Set> sets; ///< by their ids
     QMap<QString, QString> renamed; ///< new names by old ones
     QList<Renaming> result;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto volumeMark = ".vol"_L1;
 
-/// Those too that turn the direction of what is written, and so can hide an extension.
+/// Includes the characters that change the direction of text, which can hide an extension.
 bool isControl(QChar c)
 {
     return c.category() == QChar::Other_Control || (c >= u'\u202a' && c <= u'\u202e')
@@ -121,7 +121,7 @@ bool tellsNothing(const QString &name)
 
 bool hasWord(const QString &name)
 {
-    // Nobody can say five consonants on end.
+    // No word has five consonants in a row.
     static const QRegularExpression word(
         u"[^\\x00-\\x7f]|(?:^|[ ._-])(?![A-Za-z]*[^AEIOUYaeiouy \\d._-]{5})(?:[A-Z]?[a-z]{1,13}|[A-Z]{2,14})(?:$|[ ._-])"_s);
     return word.match(name).hasMatch();

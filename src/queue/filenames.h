@@ -21,10 +21,10 @@ struct PasswordName {
     QString name; ///< without the password
     QString password; ///< empty without one
 };
-/// Parts "name{{password}}", as an NZB is called whose archives have a password.
+/// Splits "name{{password}}", as an NZB is called whose archives have a password.
 [[nodiscard]] PasswordName splitPassword(const QString &name);
 
-/// The extension of a PAR2 file, be it an index or a volume.
+/// The extension of a PAR2 file, index or volume.
 [[nodiscard]] bool isPar2Extension(const QString &extension);
 /// Whether a PAR2 file is a volume with recovery blocks, as "a.vol007+10.par2", and no index.
 [[nodiscard]] bool isPar2VolumeName(const QString &name);
@@ -64,18 +64,18 @@ struct PasswordName {
 /// or with one that nobody uses: "3f2a9c", "a.b7x9q2", but not "a.nfo" or "comic.cbr".
 [[nodiscard]] bool tellsNothing(const QString &name);
 /// A name with a word in it that stands alone, as "README" or "Film.Title-2024": somebody may have
-/// given it. A machine hits on one now and then.
+/// given it. A random name may have one by chance.
 [[nodiscard]] bool hasWord(const QString &name);
 /// A name that a machine has made up, whatever its extension: 24 and more hexadecimal digits, or 20
-/// and more digits and letters of both cases in disorder. In doubt it is none.
+/// and more digits and letters of both cases in disorder. In doubt the answer is false.
 [[nodiscard]] bool isRandomName(const QString &name);
 /// A name that may be given to a file of a job: no separators, control characters or leading dot,
 /// nothing that the queue file would not give back, and at most 255 bytes in UTF-8.
 [[nodiscard]] bool isPlainName(const QString &name);
 /// @p posted in composed form, without what isPlainName() forbids, and without the printable ASCII
-/// characters that names of articles never keep; empty if it is no UTF-8, or nothing is left.
+/// characters that isKeptInNames() rejects; empty if it is not UTF-8, or nothing is left.
 [[nodiscard]] QString plainName(const QByteArray &posted);
-/// The name @p job of a job, so changed that a name made of it and an extension is a plain one.
+/// The name @p job of a job, changed and shortened so that with an extension it is a plain name.
 [[nodiscard]] QString stemOfJob(const QString &job);
 /// Characters that the name of a file keeps of an article's name: printable ASCII, but none that a
 /// shell or another system reads in its own way.

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The job as a reader of XML, both of an .nzb and of the queue file, which holds more, and what it
-// gives to the writer of that.
+// The job as a reader of XML, both of an .nzb and of the queue file, which holds more, and the copy
+// of the job from which the queue file is written.
 #include <QDebug>
 #include <QFileInfo>
 
@@ -51,7 +51,7 @@ void Nzb::takeName(const QString &nzbFile)
     addPasswords(others.join(u'\n'));
 }
 
-/// The bounds keep a hostile NZB from making the tries endless.
+/// The bounds keep a hostile NZB from causing endless tries.
 void Nzb::addPasswords(const QString &lines)
 {
     constexpr qsizetype mostPasswords = 20;

@@ -29,8 +29,8 @@ public:
     [[nodiscard]] QString status() const override;
     [[nodiscard]] bool isPaused() const override { return paused; }
     void setPaused(bool hold) override { paused = hold; }
-    /// True for a PAR2 volume that a repair or the user has asked for. It is not held back again
-    /// when its job goes on after a pause.
+    /// True for a PAR2 file that a repair, the search for names or the user has asked for. It is
+    /// not held back again when its job goes on after a pause.
     [[nodiscard]] bool isOrdered() const { return ordered; }
     void setOrdered(bool wanted) { ordered = wanted; }
 
@@ -42,8 +42,8 @@ public:
     /// nothing are mostly posted in their order.
     [[nodiscard]] int place() const { return place_; }
     void setPlace(int place) { place_ = place; }
-    /// The name that the post has for the file, or the best that is known of it: in other scripts
-    /// than the names on disk, which are ASCII while articles arrive.
+    /// The name as the post has it, in whatever encoding, if it differs from the one on disk, which
+    /// is ASCII while articles arrive; empty otherwise.
     [[nodiscard]] QByteArray postedName() const { return posted; }
     void setPostedName(const QByteArray &name) { posted = name; }
     [[nodiscard]] QString subjectLine() const { return subject; }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// Moving rows, by drag and drop, too, and .nzb files for the queue.
+// Moving rows, by drag and drop and otherwise, and .nzb files dropped on the queue.
 #include <QDataStream>
 #include <QIODevice>
 #include <QMimeData>

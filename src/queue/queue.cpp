@@ -31,7 +31,7 @@ NzbFile *firstWanted(const QList<Nzb *> &queue)
 
 } // namespace
 
-/// Since jobs leave, most are found a little above the row where they have been.
+/// Jobs leave the queue, so most are found at their last known row or a little above it.
 int Queue::rowOf(const Nzb *nzb) const
 {
     const auto known = rows.constFind(nzb);

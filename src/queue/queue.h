@@ -27,7 +27,8 @@ public:
     /// False for a file that has been removed, alone or with its job.
     [[nodiscard]] bool contains(NzbFile *file) const;
 
-    /// -1 for a job that is not in the queue and may even be gone. Mostly takes constant time.
+    /// -1 for a job that is not in the queue; it may even have been deleted. Mostly takes constant
+    /// time.
     [[nodiscard]] int rowOf(const Nzb *nzb) const;
 
     /// Announces a job that is called @p name, or is made from the NZB file @p name.
@@ -37,7 +38,8 @@ public:
     void endAdd(Nzb *nzb) { emit NZBadded(nzb); }
     /// Without a signal: only the model moves jobs, and notifies the view itself.
     void move(int from, int to) { nzbs.move(from, to); }
-    /// The same for several jobs. @p order has the present row for each new one.
+    /// The same for several jobs.
+    /// @param order  the present row for each new one
     void reorder(const QList<int> &order);
     void remove(Nzb *nzb);
     void remove(NzbFile *file);

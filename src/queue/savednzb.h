@@ -8,32 +8,33 @@
 
 class QXmlStreamWriter;
 
-/// What the queue file tells of a file of a job. A copy made in no time, as it shares texts and
-/// articles with the file until that changes; so it may be written on another thread.
+/// What the queue file tells of a file of a job. The copy is cheap, since it shares texts and lists
+/// of articles with the NzbFile until that changes, and it may be written on another thread.
 struct SavedFile {
-    quint64 size;
-    quint64 completed;
+    quint64 size = 0; ///< in bytes
+    quint64 completed = 0; ///< bytes that have arrived
     QString subject;
-    QString filename;
-    int parts;
-    int completedparts;
-    int place;
-    bool paused;
-    bool yenc;
-    bool ordered;
-    QMap<int, QString> activeSegments;
-    QMap<int, QString> pendingSegments;
+    QString filename; ///< the present one
+    int parts = 0; ///< articles that the subject line announces
+    int completedparts = 0; ///< articles that were decoded well
+    int place = 0; ///< see NzbFile::place()
+    bool paused = false;
+    bool yenc = false;
+    bool ordered = false; ///< see NzbFile::isOrdered()
+    QMap<int, QString> activeSegments; ///< message ids by article number, from 1 on
+    QMap<int, QString> pendingSegments; ///< the same
 
-    /// Writes the element, which lists what is still to be fetched.
+    /// Writes the file's element, with the articles that are still to be fetched.
     void saveXml(QXmlStreamWriter &xml) const;
 };
 
-/// The same of a job.
+/// What the queue file tells of a job. As cheap to copy.
 struct SavedNzb {
     QString name;
     QStringList passwords;
     QList<SavedFile> files;
-    QMap<QString, quint64> extractedFiles;
+    QMap<QString, quint64> extractedFiles; ///< sizes in bytes, by name
 
+    /// Writes the job's element, with those of its files.
     void saveXml(QXmlStreamWriter &xml) const;
 };

@@ -26,7 +26,7 @@ namespace {
 /// decrypts at once: without a limit, eight connections decrypt eight whole articles first.
 constexpr qint64 decryptedAtOnce = 128 * 1024;
 
-/// The same for a plain socket while there is a limit of speed.
+/// The same for a plain socket while there is a speed limit.
 constexpr qint64 limitedAtOnce = 64 * 1024;
 
 /// A network read takes blocks of up to decryptedAtOnce bytes, which come and go. By default the C
@@ -224,7 +224,7 @@ void NNTP::onError(QAbstractSocket::SocketError socketError)
 {
     const QString text = socket->errorString();
     const QPointer<NNTP> self(this);
-    // What came before the failure may end the article, also what a limit has held back.
+    // What came before the failure may end the article, even if the speed limit has held it back.
     SpeedLimit *limit = std::exchange(speedLimit, nullptr);
     readQueued = readQueued || (limit && limit->isWaiting(this) && state == StateReadingBody);
     readDecrypted();
@@ -328,8 +328,8 @@ QByteArray NNTP::takeLine()
     return line;
 }
 
-/// What the socket reads ahead of us, in bytes; 0 for all that comes. With a limit of speed the
-/// rest stays with the server.
+/// How many bytes the socket reads ahead; 0 for all that come. With a speed limit the rest stays
+/// with the server.
 qint64 NNTP::readRoom() const
 {
     if (ssl)

@@ -58,7 +58,7 @@ public:
         return state == StateSentBody || state == StateReadingBody;
     }
     /// Whole seconds without data since the last reception or login(); 0 after a reset, and while
-    /// the limit of speed holds back what has come.
+    /// the speed limit holds back what has come.
     [[nodiscard]] int idleSeconds() const;
 
 public slots:

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto refillInterval = 50ms;
-constexpr std::chrono::microseconds longestSaving = 250ms; ///< what a pause may save up
+constexpr std::chrono::microseconds longestSaving = 250ms; ///< of unused rate, after a pause
 constexpr qint64 leastShare = 1024; ///< bytes; less is not worth a turn
 
 } // namespace
@@ -55,10 +55,10 @@ qint64 SpeedLimit::take(qint64 wanted, QObject *reader, const std::function<void
 bool SpeedLimit::isWaiting(const QObject *reader) const
 {
     return std::any_of(waiting.cbegin(), waiting.cend(),
-                       [reader](const Waiting &who) { return who.reader == reader; });
+                       [reader](const Waiting &entry) { return entry.reader == reader; });
 }
 
-/// Those for whom nothing is left stay at the front of the queue for the next time.
+/// Readers for whom nothing is left stay ahead of those that wait again.
 void SpeedLimit::refill(std::chrono::microseconds passed)
 {
     const qint64 most = rate * longestSaving.count() / 1'000'000;

@@ -11,8 +11,9 @@
 #include <chrono>
 #include <functional>
 
-/// A limit for what several connections receive together. Each asks before it reads, and who gets
-/// less than it wants is called again when there is more, all in turn. Lives on the GUI thread.
+/// A limit for what several connections receive together. Each asks before it reads. One that gets
+/// less than it wants is called again when there is more; those that wait have their turns one
+/// after another. Lives on the GUI thread.
 class SpeedLimit final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SpeedLimit)
@@ -24,11 +25,12 @@ public:
     void setRate(qint64 bytesPerSecond);
     [[nodiscard]] bool isActive() const { return rate > 0; }
 
-    /// Returns how many of @p wanted bytes may be read now. If it is fewer, @p resume is called
-    /// when there is more, provided that @p reader lives then.
+    /// Returns how many of @p wanted bytes may be read now. If these are fewer, @p resume is called
+    /// once when there is more, unless @p reader has been deleted by then.
     [[nodiscard]] qint64 take(qint64 wanted, QObject *reader, const std::function<void()> &resume);
     /// Accounts for bytes that have been read without asking, at the expense of later ones.
     void spend(qint64 bytes) { allowance -= isActive() ? bytes : 0; }
+    /// Whether take() will still call back for @p reader.
     [[nodiscard]] bool isWaiting(const QObject *reader) const;
 
     /// Hands out what may be read in @p passed time; longer pauses count as a quarter of a second.
@@ -42,9 +44,9 @@ private:
     };
 
     qint64 rate = 0; ///< bytes per second
-    qint64 allowance = 0; ///< bytes that may be read before the next refill; debts are below 0
-    qint64 share = 0; ///< of it, for one reader at a time
+    qint64 allowance = 0; ///< bytes that may be read before the next refill; below 0 after spend()
+    qint64 share = 0; ///< the most bytes that one call of take() grants
     QElapsedTimer sinceRefill;
     QTimer timer;
-    QList<Waiting> waiting; ///< who has waited longest comes first
+    QList<Waiting> waiting; ///< the one that has waited longest comes first
 };
