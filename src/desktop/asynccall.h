@@ -6,8 +6,9 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
-/// Sends @p call over @p bus and returns at once. Later @p receive gets the answer, be it an error,
-/// unless @p context has gone. Without a bus, nothing happens and the result is false.
+/// Sends @p call over @p bus and returns at once. Later @p receive gets the answer, which may be an
+/// error, from the event loop, unless @p context has been deleted by then.
+/// @returns false if there is no bus; then nothing is sent and nothing is received
 template <class Receiver>
 bool asyncCall(const QDBusConnection &bus, const QDBusMessage &call, QObject *context,
                Receiver receive)

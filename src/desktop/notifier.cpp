@@ -17,7 +17,7 @@ namespace {
 
 const QString service = u"org.freedesktop.Notifications"_s;
 const QString path = u"/org/freedesktop/Notifications"_s;
-constexpr int mostShown = 100; ///< whose clicks are still waited for
+constexpr int mostShown = 100; ///< notifications whose clicks are still waited for
 constexpr int mostLines = 5; ///< in one notification
 
 QDBusMessage methodCall(const QString &name)
@@ -42,8 +42,8 @@ void Notifier::tell(const QString &event)
         timer.start();
 }
 
-/// What a service cannot do differs: without markup it would show the escapes as they are, and
-/// without actions it may show a box for them.
+/// Not every service can do the same: one without markup would show the escapes as they are, and
+/// one without actions may show a box in their place.
 void Notifier::askService()
 {
     asyncCall(QDBusConnection::sessionBus(), methodCall(u"GetCapabilities"_s), this,

@@ -14,7 +14,7 @@ class Notifier final : public QObject {
     Q_DISABLE_COPY_MOVE(Notifier)
 
 public:
-    /// @param gather  milliseconds within which several events become one notification
+    /// @param gather  milliseconds during which further events join the first in one notification
     explicit Notifier(QObject *parent = nullptr, int gather = 2000);
 
     /// @param event  a line of plain text for the user

@@ -43,7 +43,7 @@ void SleepInhibitor::setActive(bool active)
         closePortalRequest(std::exchange(portalHandle, {}));
 }
 
-/// The lock goes with its descriptor, also when its answer comes too late.
+/// The lock ends when its descriptor is closed; that of a late answer is closed with the reply.
 void SleepInhibitor::askLogin()
 {
     QDBusMessage call =

@@ -46,11 +46,12 @@ void DesktopLink::tell(const QString &text)
 void DesktopLink::bringWindow(const QString &token)
 {
     if (!token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // from where Qt takes it
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // where Qt looks for it
     raiseWindow(window);
 }
 
-/// Jobs that are added make the way longer, instead of setting the bar back by all of them.
+/// The bytes of a job that is added count as wanted from now on, so the bar only slows down instead
+/// of starting again.
 void DesktopLink::noteLeft(quint64 bytes)
 {
     const auto isComplete = [](const Nzb *nzb) { return nzb->isComplete(); };

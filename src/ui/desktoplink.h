@@ -19,7 +19,7 @@ class DesktopLink final : public QObject {
     Q_DISABLE_COPY_MOVE(DesktopLink)
 
 public:
-    /// Made before others listen to the engine: they may remove a job that is complete.
+    /// To be made before others connect to the engine: they may remove a job that is complete.
     /// @param engine  must outlive the object
     /// @param window  which a click on a notification brings to the front
     DesktopLink(Marlowick *engine, QWidget *window);
@@ -36,6 +36,6 @@ private:
     SleepInhibitor inhibitor;
     DockProgress dock;
     QTimer timer;
-    quint64 bytesLeft = 0;
-    quint64 bytesWanted = 0; ///< in all, since there was nothing to fetch
+    quint64 bytesLeft = 0; ///< still to be fetched
+    quint64 bytesWanted = 0; ///< all that was to be fetched since the queue was last finished
 };

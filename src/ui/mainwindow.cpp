@@ -108,7 +108,7 @@ void MainWindow::setUpView()
     view->setFocus();
 }
 
-/// What is to be done while the queue is empty.
+/// Tells the user what to do while the queue is empty.
 void MainWindow::showHint()
 {
     QString hint = tr("Drop NZB files here, or press Add NZB");
@@ -136,7 +136,7 @@ void MainWindow::setUpToolBar()
         setTabOrder(previous, button);
         previous = button;
     }
-    setContextMenuPolicy(Qt::PreventContextMenu); // which would hide the tool bar for good
+    setContextMenuPolicy(Qt::PreventContextMenu); // the menu could hide the tool bar for good
     ui->toolBar->setMovable(false);
     resize(size().expandedTo(ui->toolBar->sizeHint()).boundedTo(screen()->availableSize()));
     new QShortcut(Qt::CTRL | Qt::Key_Q, this, this, &MainWindow::close);
@@ -233,7 +233,7 @@ void MainWindow::stopAndSave()
         engine->saveQueue();
 }
 
-/// Without its queue, the list of what is unfolded would get lost.
+/// Stores nothing if the queue has not been loaded, since the list of unfolded jobs would be lost.
 void MainWindow::storeState()
 {
     if (!queueUndecided)

@@ -65,7 +65,8 @@ void QtSingleApplication::connectNotify(const QMetaMethod &signal)
 void QtSingleApplication::onMessage(const QString &message)
 {
     if (message.startsWith(tokenPrefix)) {
-        if (platformName().startsWith("wayland"_L1)) // where Qt uses it up with the next activation
+        // Under Wayland, Qt takes it from there at the next activation.
+        if (platformName().startsWith("wayland"_L1))
             qputenv(tokenVariable, message.sliced(tokenPrefix.size()).toUtf8());
         return;
     }

@@ -4,9 +4,9 @@
 
 #include <QHeaderView>
 
-/// The header of the queue, whose first column takes the room that the others leave. So a border
-/// between two columns moves by the width of the column behind it, up to the last column, which has
-/// no border on its other side that could be dragged.
+/// The header of the queue, whose first column takes the room that the others leave. For that
+/// reason, dragging the border between two columns changes the width of the right one. The last
+/// column can be widened only in this way, since its right border is that of the view.
 class QueueHeader final : public QHeaderView {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QueueHeader)
@@ -16,7 +16,7 @@ public:
 
     static constexpr int sizeColumn = 1;
     static constexpr int statusColumn = 2;
-    /// Behind what is aligned to the right, so that it keeps away from the next column.
+    /// A blank behind texts that are aligned to the right, to keep them away from the next column.
     static constexpr QChar gap{0x2002};
 
 protected:
@@ -31,5 +31,5 @@ private:
 
     int dragged = 0; ///< the column that is being resized; 0 for none
     int rightEdge = 0; ///< of the dragged column, in pixels from the left
-    int grip = 0; ///< from the mouse to the border
+    int grip = 0; ///< how far to the right of the border the mouse was pressed, in pixels
 };

@@ -33,6 +33,7 @@ QVariantList contentsOf(const QModelIndex &index)
     return contents;
 }
 
+/// Makes rows higher than their texts, and aligns sizes to the right.
 class RowDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -59,8 +60,8 @@ protected:
     }
 };
 
-/// Other programs may propose a move, after which they delete what they have dropped. The view
-/// refuses a move, for its model does not offer one, and what it accepts it accepts as proposed.
+/// Other programs may propose a move, and would delete their file after it. The view refuses moves
+/// from outside, since its model does not offer them, and accepts other drops as they are proposed.
 void proposeCopy(QDropEvent *event)
 {
     if (event->mimeData()->hasUrls())
@@ -111,7 +112,7 @@ void QueueView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int e
     QTreeView::rowsAboutToBeRemoved(parent, start, end);
 }
 
-/// After the last selected row, the one that has become the current row is selected.
+/// When the last selected row has been removed, the row that is current now is selected.
 void QueueView::selectSuccessor()
 {
     if (hadSelection && !selectionModel()->hasSelection() && currentIndex().isValid())

@@ -22,9 +22,9 @@ public:
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                      const QList<int> &roles = {}) override;
     void setModel(QAbstractItemModel *model) override;
-    /// What the user can do while there are no rows.
+    /// Sets the text that tells, while there are no rows, what the user can do.
     void setHint(const QString &text);
-    /// Passes over a letter that is the key of a disabled action.
+    /// Ignores a letter that is the key of a disabled action.
     void keyboardSearch(const QString &search) override;
 
 public slots:
@@ -54,7 +54,7 @@ private:
     void showMenuAt(const QPoint &place);
 
     QString hint;
-    bool hadSelection = false; ///< before rows were removed
+    bool hadSelection = false; ///< before the rows that are being removed
     QTimer repaintTimer;
     /// The content of each painted row, by its upper edge.
     mutable QHash<int, QVariantList> shown;

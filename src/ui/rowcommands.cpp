@@ -24,7 +24,7 @@
 
 namespace {
 
-/// Windows of other programs that one command may open.
+/// The most windows of other programs that one command opens.
 constexpr int mostWindows = 10;
 
 NzbFile *asFile(INzbItem *item) { return qobject_cast<NzbFile *>(item); }
@@ -60,8 +60,8 @@ RowCommands::RowCommands(QTreeView *theView, NzbModel *theModel, Marlowick *theE
     });
 }
 
-/// The first cell of each row, in the order of the queue. Ranges are gone through because to ask a
-/// file's index for its parent takes time that grows with the queue.
+/// Goes through the ranges of the selection, because to ask the index of each file for its parent
+/// takes time that grows with the queue.
 QModelIndexList RowCommands::rows() const
 {
     const QItemSelection selection = view->selectionModel()->selection();
@@ -127,11 +127,12 @@ int RowCommands::remove(const Items &items, bool files)
     const QPersistentModelIndex job = first.parent();
     const int row = first.row();
     const int jobRow = job.isValid() ? job.row() : row;
-    // Otherwise each removal would look for a next row, and lay out all rows for that.
+    // Otherwise the view would look for the next row at each removal, and lay out all rows for
+    // that.
     view->selectionModel()->clear();
     for (const QPointer<INzbItem> &item : items) {
         NzbFile *file = asFile(item);
-        // The end of one may have completed its job, which is cleared then.
+        // The removal of a file may have completed its job, which may then be cleared.
         if (!item
             || !(file ? engine->jobs()->contains(file) : engine->jobs()->contains(asJob(item))))
             continue;
@@ -214,8 +215,8 @@ void RowCommands::move(Move where)
     view->scrollTo(view->currentIndex());
 }
 
-/// Begins with the row that is nearest to where they go, so that no move changes the number of a
-/// later one.
+/// Begins with the row that is nearest to the destination, so that no move changes the number of a
+/// row that is still to be moved.
 void RowCommands::moveWithin(const QModelIndex &level, QList<int> from, Move where)
 {
     const bool upwards = where == ToTop || where == Up;

@@ -16,35 +16,38 @@ class NzbFile;
 class NzbModel;
 class QTreeView;
 
-/// What the user can do with rows of the queue: with those that are selected or, while none is,
-/// with the current one. Without a row, nothing happens.
+/// What the user can do with rows of the queue. "The rows" are those that are selected or, while
+/// none is, the current one. Without a row, nothing happens. Lives on the GUI thread.
 class RowCommands final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(RowCommands)
 
 public:
-    /// @param view  shows @p model; it becomes the parent
+    /// @param view  shows @p model, and becomes the parent
+    /// @param model,engine  must outlive the object
     RowCommands(QTreeView *view, NzbModel *model, Marlowick *engine);
 
-    /// An item may be gone when its turn comes; a removed one may even be there still.
+    /// An item may have been deleted, or removed from the queue without being deleted yet, before
+    /// its turn comes.
     using Items = QList<QPointer<INzbItem>>;
 
-    /// Their first cells, in the order of the queue.
+    /// The first cell of each row, in the order of the queue.
     [[nodiscard]] QModelIndexList rows() const;
-    /// The same order. A file is left out if its job is selected, too.
+    /// What the rows show, in the same order. A file is left out if its job is selected, too.
     [[nodiscard]] Items items() const;
     /// The jobs to which the rows belong, each once.
     [[nodiscard]] QList<Nzb *> jobs() const;
-    /// The job of a row, which may be one of its files.
+    /// The job of @p item, which may be the job itself or one of its files.
     [[nodiscard]] static Nzb *jobOf(INzbItem *item);
-    /// False without a row.
+    /// Whether each row is paused; false without a row.
     [[nodiscard]] bool allPaused() const;
-    /// True for files that can be opened, if there are few enough of them.
+    /// True if all rows are finished files, and few enough to open a window for each.
     [[nodiscard]] bool canOpen() const;
+    /// True if the rows belong to few enough jobs.
     [[nodiscard]] bool canOpenFolder() const;
 
-    /// Takes them out of the queue, and their files off the disk if @p files is true. Returns the
-    /// number of rows that have been there.
+    /// Takes @p items out of the queue and, if @p files is true, their files off the disk. Returns
+    /// how many of them were still in the queue.
     int remove(const Items &items, bool files);
 
     enum Move { ToTop, Up, Down, ToBottom };
@@ -54,16 +57,16 @@ public slots:
     void setPaused(bool paused);
     void setAllPaused(bool paused);
     void repairAndUnpack();
-    /// Each row moves within its level. Several keep their order.
+    /// Moves each row within its level. Several rows keep their order.
     void move(RowCommands::Move where);
     void open();
-    /// Opens a finished file; any other row is left to the view.
+    /// Opens the file of @p row if it is finished; otherwise nothing happens.
     void openFile(const QModelIndex &row);
     void openFolder();
     void copyNames();
 
 signals:
-    /// Pausing or resuming has been done.
+    /// Rows have been paused or resumed.
     void pauseChanged(bool paused);
     /// For a message box.
     void failed(QString title, QString text);

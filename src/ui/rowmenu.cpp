@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Of a finished file there is nothing to pause.
+/// Whether pausing or resuming would change the item. Nothing of a finished file can be paused.
 bool canBePaused(const INzbItem *item, bool paused)
 {
     const auto *file = qobject_cast<const NzbFile *>(item);
@@ -58,7 +58,7 @@ RowMenu::RowMenu(QueueView *theView, RowCommands *theCommands, Marlowick *theEng
     forRows << add(tr("Copy name"), &RowCommands::copyNames);
     view->addAction(shared.remove);
     connect(view, &QueueView::aboutToShowMenu, this, &RowMenu::enable);
-    connect(view, &QueueView::menuClosed, this, [this] { // their keys work without a menu
+    connect(view, &QueueView::menuClosed, this, [this] { // their keys work while no menu is open
         for (QAction *action : std::as_const(forRows))
             action->setEnabled(true);
     });
@@ -87,7 +87,8 @@ void RowMenu::addSeparator()
     view->addAction(separator);
 }
 
-// No signal tells of each change of what these look at, so they are asked when the menu opens.
+/// No signal tells of each change on which these answers depend, so they are asked for when the
+/// menu opens.
 void RowMenu::enable()
 {
     const RowCommands::Items items = commands->items();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QKeySequence>
+#include <QList>
 #include <QObject>
 
 #include "ui/rowcommands.h"
@@ -10,7 +11,7 @@
 class QAction;
 class QueueView;
 
-/// The context menu of the queue. Its actions, with their keys, belong to the view.
+/// The context menu of the queue. Its actions belong to the view, in which their keys work, too.
 class RowMenu final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(RowMenu)
@@ -23,6 +24,8 @@ public:
         QAction *remove;
     };
 
+    /// @param view  becomes the parent
+    /// @param commands,engine  must outlive the object
     RowMenu(QueueView *view, RowCommands *commands, Marlowick *engine, const Shared &shared);
 
 private:
@@ -34,7 +37,7 @@ private:
     QueueView *view;
     RowCommands *commands;
     Marlowick *engine;
-    QList<QAction *> forRows;
+    QList<QAction *> forRows; ///< which need nothing but a row
     QAction *open;
     QAction *openFolder;
     QAction *pause;

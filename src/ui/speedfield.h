@@ -6,8 +6,8 @@
 
 class Marlowick;
 
-/// The field of the status bar that shows the speed, with a menu to limit it, opened by a click or
-/// by the usual keys.
+/// The field of the status bar that shows the speed. A click, the space bar, Return or the menu key
+/// opens a menu that limits it.
 class SpeedField final : public QLabel {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SpeedField)
@@ -17,7 +17,7 @@ public:
     /// @param speed  as setSpeed()
     SpeedField(Marlowick *engine, const QString &speed);
 
-    /// @param speed  a text with blanks around it, which the limit follows if there is one
+    /// @param speed  a text that ends with blanks; the limit is shown behind it if there is one
     void setSpeed(const QString &speed);
 
 protected:
@@ -27,6 +27,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    /// In KiB per second; 0 for none.
     [[nodiscard]] int limit() const;
     void setLimit(int kibPerSecond);
     void showMenu();

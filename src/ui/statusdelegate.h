@@ -9,8 +9,8 @@
 void brightenOnDark(QStyleOptionViewItem *option);
 
 /// Draws the status column like ProgressbarDelegate, with texts that are readable on a dark
-/// background, and leaves a gap between one bar and the next. There, bars get a frame, since styles
-/// leave what is not yet filled as dark as the background.
+/// background, and leaves a gap between one bar and the next. On a dark background bars get a
+/// frame, since styles draw their empty part as dark as the background.
 class StatusDelegate final : public ProgressbarDelegate {
 public:
     using ProgressbarDelegate::ProgressbarDelegate;

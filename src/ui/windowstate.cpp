@@ -15,14 +15,15 @@
 
 namespace {
 
-/// What a window with a title bar can have of a screen.
+/// The part of a screen that is left for a window below its title bar.
 QRect roomOn(const QScreen *screen, const QWidget *window)
 {
     const int titleBar = window->style()->pixelMetric(QStyle::PM_TitleBarHeight);
     return screen->availableGeometry().adjusted(0, titleBar, 0, 0);
 }
 
-/// All of it within the screen. In the middle if there is no place, or its screen is gone.
+/// Moves and shrinks the window so that all of it is on the screen. It stands in the middle if no
+/// place is stored, or if its screen is gone.
 void restorePlace(QWidget *window, const QRect &place)
 {
     const QScreen *screen = QGuiApplication::screenAt(place.center());
@@ -40,7 +41,8 @@ void restorePlace(QWidget *window, const QRect &place)
     window->setGeometry(inside);
 }
 
-/// The first column takes what the others leave, and they leave some.
+/// Restores those widths that leave room for the first column.
+/// @param all  pixels that the columns have together
 void restoreWidths(QHeaderView *header, const QStringList &widths, int all)
 {
     const int least = header->minimumSectionSize();
