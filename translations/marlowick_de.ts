@@ -389,7 +389,7 @@
         <translation>Die Datei der Warteschlange ist fehlerhaft</translation>
     </message>
     <message>
-        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <source>The speed limit could not be saved. It holds until the program ends.</source>
         <translation>Die Begrenzung der Geschwindigkeit konnte nicht gespeichert werden und gilt bis zum Ende des Programms.</translation>
     </message>
 </context>

@@ -389,7 +389,7 @@
         <translation>El archivo de la cola no es válido</translation>
     </message>
     <message>
-        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <source>The speed limit could not be saved. It holds until the program ends.</source>
         <translation>El límite de velocidad no se ha podido guardar y vale hasta que termine el programa.</translation>
     </message>
 </context>

@@ -389,7 +389,7 @@
         <translation>Le fichier de la file est invalide</translation>
     </message>
     <message>
-        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <source>The speed limit could not be saved. It holds until the program ends.</source>
         <translation>La limite de vitesse n’a pas pu être enregistrée et vaut jusqu’à la fin du programme.</translation>
     </message>
 </context>

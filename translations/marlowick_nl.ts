@@ -389,7 +389,7 @@
         <translation>Het bestand van de wachtrij is ongeldig</translation>
     </message>
     <message>
-        <source>The limit of speed could not be saved, and holds until the end.</source>
+        <source>The speed limit could not be saved. It holds until the program ends.</source>
         <translation>De snelheidslimiet kon niet worden opgeslagen en geldt tot het programma eindigt.</translation>
     </message>
 </context>

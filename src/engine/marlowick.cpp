@@ -210,7 +210,7 @@ void Marlowick::setSpeedLimit(int kibPerSecond)
     settings_->set(Settings::speedLimitKib, kibPerSecond);
     pool->applySpeedLimit();
     if (!settings_->save())
-        emit error(0, tr("The limit of speed could not be saved, and holds until the end."));
+        emit error(0, tr("The speed limit could not be saved. It holds until the program ends."));
 }
 
 void Marlowick::setErrorBoxShown(bool shown) { pool->setErrorBoxShown(shown); }
