@@ -27,8 +27,9 @@ struct Renaming {
                                         const QStringList &names);
 
 /// Whether the file @p old is an earlier download of the file @p path: they have the same length
-/// and the same first 16 KiB. If the program is killed after a renaming, the file is fetched again
-/// under its first name, and @p old lies under the new one. False if either cannot be read.
+/// and the same first 16 KiB. If the program is killed before it has saved the queue, a renamed
+/// file is fetched again under its first name, and @p old lies under the new one. False if either
+/// cannot be read.
 /// @param old  a path that no file of the job has
 [[nodiscard]] bool isLeftover(const QString &old, const QString &path);
 
