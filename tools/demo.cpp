@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // marlowick_demo PROGRAM [--verbose]
-// Shows the program at work without a news account: a news server of its own holds a sample post,
-// and a copy of the program with settings of its own downloads it.
+// Shows the program at work without a news account: a news server of its own holds two sample
+// posts, and a copy of the program with settings of its own downloads them.
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
@@ -87,7 +87,8 @@ private:
     NewsServer server;
     Post post{u"sample"_s};
     Post obscure{u"evening"_s};
-    QList<std::pair<QString, QByteArray>> wanted; ///< what shall be there in the end, by path
+    /// The files that must be there in the end: path and content.
+    QList<std::pair<QString, QByteArray>> wanted;
     QProcess process;
     QTimer pollTimer;
     QElapsedTimer clock;

@@ -16,7 +16,7 @@
 #include "post/par2process.h"
 #include "support/programs.h"
 
-/// Of half a byte's worth each, for archives that do not hold it as it is.
+/// Only half of each byte is random, so that archives compress it.
 inline const QByteArray film = [] {
     QByteArray bytes = randomBytes(1, 100'000);
     std::for_each(bytes.begin(), bytes.end(), [](char &byte) { byte &= 15; });
