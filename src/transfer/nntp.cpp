@@ -21,15 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The most bytes that one connection reads from the network and decrypts before the others and the
-/// window get their turn. Qt's limit applies to its buffer of encrypted bytes, all of which it
-/// decrypts at once: without a limit, eight connections decrypt eight whole articles first.
-constexpr qint64 decryptedAtOnce = 128 * 1024;
-
-/// The same for a plain socket while there is a speed limit.
-constexpr qint64 limitedAtOnce = 64 * 1024;
-
-/// A network read takes blocks of up to decryptedAtOnce bytes, which come and go. By default the C
+/// A network read takes blocks of up to readRoom() bytes, which come and go. By default the C
 /// library hands each of them back to the system, only to be given zeroed pages for the next one:
 /// over TLS, that takes a third of the processor time.
 void keepFreedMemory()
@@ -64,12 +56,12 @@ NNTP::NNTP(const QString &hostName, int portNumber, const QString &user, const Q
         auto *sslSocket = new QSslSocket(this);
         connect(sslSocket, &QSslSocket::encrypted, this, &NNTP::onConnected);
         connect(sslSocket, &QSslSocket::peerVerifyError, this, &NNTP::onSSLerror);
-        sslSocket->setReadBufferSize(decryptedAtOnce);
         socket = sslSocket;
     } else {
         socket = new QTcpSocket(this);
         connect(socket, &QTcpSocket::connected, this, &NNTP::onConnected);
     }
+    setReadRoom();
     connect(socket, &QAbstractSocket::readyRead, this, &NNTP::onReadyRead);
     connect(socket, &QAbstractSocket::errorOccurred, this, &NNTP::onError);
 
@@ -326,21 +318,6 @@ QByteArray NNTP::takeLine()
         speedLimit->spend(line.size());
     setReadRoom();
     return line;
-}
-
-/// How many bytes the socket reads ahead; 0 for all that come. With a speed limit the rest stays
-/// with the server.
-qint64 NNTP::readRoom() const
-{
-    if (ssl)
-        return decryptedAtOnce;
-    return speedLimit && speedLimit->isActive() ? limitedAtOnce : 0;
-}
-
-void NNTP::setReadRoom()
-{
-    if (const qint64 room = readRoom(); socket->readBufferSize() != room)
-        socket->setReadBufferSize(room);
 }
 
 /// Some servers repeat a command that they refuse.

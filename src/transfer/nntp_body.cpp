@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The receiving of an article's body: lines until the encoding is known, raw chunks from then on.
+// The receiving of an article's body: lines until the encoding is known, raw chunks from then on. Also
+// how much is read at once.
 #include <QDebug>
 #include <stdexcept>
 
@@ -18,6 +19,14 @@ constexpr QByteArrayView terminator = "\r\n.\r\n";
 
 /// Far above any article: most have less than one megabyte, and servers take no more than a few.
 constexpr quint64 maxArticleLength = 32 * 1024 * 1024;
+
+/// The most bytes that one connection reads from the network and decrypts before the others and the
+/// window get their turn. Qt's limit applies to its buffer of encrypted bytes, all of which it
+/// decrypts at once: without a limit, eight connections decrypt eight whole articles first.
+constexpr qint64 decryptedAtOnce = 128 * 1024;
+
+/// The same for a plain socket while there is a speed limit.
+constexpr qint64 limitedAtOnce = 64 * 1024;
 
 /// How many bytes of the terminator @p chunk ends with, 0 to 4.
 int terminatorBegun(const QByteArray &chunk)
@@ -96,7 +105,22 @@ void NNTP::finishUnknownArticle()
     emit dataDecoded(nzbfile, seqnr, QString(), 0, false, false);
 }
 
-/// How many of @p available bytes may be read now. If it is fewer, the reading goes on by itself.
+/// How many bytes the socket reads ahead; 0 for all that come. With a speed limit the rest stays
+/// with the server.
+qint64 NNTP::readRoom() const
+{
+    if (ssl)
+        return decryptedAtOnce;
+    return speedLimit && speedLimit->isActive() ? limitedAtOnce : 0;
+}
+
+void NNTP::setReadRoom()
+{
+    if (const qint64 room = readRoom(); socket->readBufferSize() != room)
+        socket->setReadBufferSize(room);
+}
+
+/// How many of @p available bytes may be read now. If these are fewer, the reading goes on by itself.
 qint64 NNTP::grantedBytes(qint64 available)
 {
     if (!speedLimit)
