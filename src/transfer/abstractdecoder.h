@@ -19,7 +19,8 @@ public:
     [[nodiscard]] virtual bool isOk() const { return ok; }
     /// Sanitised name of the output file, relative to the folder; empty until it is known.
     [[nodiscard]] virtual QString filename() const { return filename_; }
-    /// The name as the article has it; empty if filename() is the same, or the article has none.
+    /// The name as the article has it, in whatever encoding; empty if filename() is the same, or
+    /// the article has none.
     [[nodiscard]] QByteArray postedName() const { return posted; }
     /// Decoded bytes written for this article.
     [[nodiscard]] virtual quint64 bytes() const { return bytes_; }

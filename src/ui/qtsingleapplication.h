@@ -30,7 +30,8 @@ public:
     }
 
     /// Hands on the token that a launcher gave this process to bring a window to the front: under
-    /// Wayland, the first instance cannot do that without one.
+    /// Wayland, the first instance cannot do that without one. A failure has no effect.
+    /// @param timeout  in milliseconds
     void sendActivationToken(int timeout);
 
     /// Sets the window that activateWindow() raises, on each message too if @p activateOnMessage.

@@ -32,7 +32,7 @@ public slots:
     void repaintChanged();
 
 signals:
-    /// Shows the menu of the actions, opened by mouse or key.
+    /// The menu of the actions is about to be shown, by mouse or key.
     void aboutToShowMenu();
     void menuClosed();
 

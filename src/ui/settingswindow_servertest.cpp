@@ -67,6 +67,7 @@ void SettingsWindow::watchServerTest()
 
 /// A bar that grows, fast at first, shows that the program is alive. It is never full, for then it
 /// would hide itself.
+/// @param most  milliseconds that the test may take
 void SettingsWindow::showTestTime(int most)
 {
     const double share = static_cast<double>(testClock.elapsed()) / most;
