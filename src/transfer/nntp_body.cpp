@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The Marlowick authors
 // SPDX-License-Identifier: MIT
 
-// The receiving of an article's body: lines until the encoding is known, raw chunks from then on. Also
-// how much is read at once.
+// The receiving of an article's body: lines until the encoding is known, raw chunks from then on.
+// Also how much is read at once.
 #include <QDebug>
 #include <stdexcept>
 
@@ -120,7 +120,8 @@ void NNTP::setReadRoom()
         socket->setReadBufferSize(room);
 }
 
-/// How many of @p available bytes may be read now. If these are fewer, the reading goes on by itself.
+/// How many of @p available bytes may be read now. If these are fewer, the reading goes on by
+/// itself.
 qint64 NNTP::grantedBytes(qint64 available)
 {
     if (!speedLimit)
