@@ -130,9 +130,10 @@ qint64 NNTP::grantedBytes(qint64 available)
     if (!speedLimit->isActive())
         return available;
     return speedLimit->take(available, this, [this] {
+        if (state != StateReadingBody)
+            return; // an error has ended the article, and the clock stands until the next login
         lastActivity.start(); // the server is not to blame for the wait
-        if (state == StateReadingBody)
-            readAvailable();
+        readAvailable();
     });
 }
 
