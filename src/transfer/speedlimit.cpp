@@ -12,6 +12,8 @@ namespace {
 constexpr auto refillInterval = 50ms;
 constexpr std::chrono::microseconds longestSaving = 250ms; ///< of unused rate, after a pause
 constexpr qint64 leastShare = 1024; ///< bytes; less is not worth a turn
+/// A few bytes could cut the end of an article a second time, which would not be recognised then.
+constexpr qint64 leastGrant = 16;
 
 } // namespace
 
@@ -45,7 +47,8 @@ qint64 SpeedLimit::take(qint64 wanted, QObject *reader, const std::function<void
 {
     if (!isActive())
         return wanted;
-    const qint64 granted = std::max<qint64>(0, std::min({wanted, allowance, share}));
+    const qint64 most = std::min(allowance, share);
+    const qint64 granted = most < std::min(wanted, leastGrant) ? 0 : std::min(wanted, most);
     allowance -= granted;
     if (granted < wanted && !isWaiting(reader))
         waiting.append({reader, resume});
@@ -66,7 +69,7 @@ void SpeedLimit::refill(std::chrono::microseconds passed)
     allowance = std::min(allowance + more, most);
     QList<Waiting> readers = std::exchange(waiting, {});
     share = std::max(leastShare, allowance / std::max<qint64>(1, readers.size()));
-    while (!readers.isEmpty() && (allowance > 0 || !isActive())) {
+    while (!readers.isEmpty() && (allowance >= leastGrant || !isActive())) {
         const Waiting first = readers.takeFirst();
         if (first.reader)
             first.resume();
