@@ -80,6 +80,7 @@ QueueView::QueueView(QWidget *parent)
     repaintTimer.setSingleShot(true);
     repaintTimer.setInterval(100);
     connect(&repaintTimer, &QTimer::timeout, this, &QueueView::repaintChanged);
+    connect(this, &QueueView::collapsed, this, &QueueView::deselectFilesOf);
 }
 
 void QueueView::setModel(QAbstractItemModel *model)
@@ -117,6 +118,21 @@ void QueueView::selectSuccessor()
 {
     if (hadSelection && !selectionModel()->hasSelection() && currentIndex().isValid())
         setCurrentIndex(currentIndex());
+}
+
+/// No command may reach rows that are folded away. The current one gives way to its job.
+void QueueView::deselectFilesOf(const QModelIndex &job)
+{
+    QItemSelectionModel *chosen = selectionModel();
+    const QModelIndex last = model()->index(model()->rowCount(job) - 1, 0, job);
+    const bool wasCurrent = currentIndex().isValid() && currentIndex().parent() == job;
+    if (last.isValid())
+        chosen->select(QItemSelection(last.siblingAtRow(0), last),
+                       QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+    if (wasCurrent && chosen->hasSelection())
+        chosen->setCurrentIndex(job, QItemSelectionModel::NoUpdate);
+    else if (wasCurrent)
+        setCurrentIndex(job);
 }
 
 void QueueView::dragEnterEvent(QDragEnterEvent *event)

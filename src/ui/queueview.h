@@ -50,6 +50,7 @@ protected:
 
 private:
     void selectSuccessor();
+    void deselectFilesOf(const QModelIndex &job);
     void showMenu();
     void showMenuAt(const QPoint &place);
 

@@ -77,6 +77,10 @@ const Case selection("one command is for all selected rows", [] {
         for (int job = 0; job < 4; ++job)
             QCOMPARE(t.live->queue()->at(job)->name(), words.right(4)[job]);
     }
+    t.after("d;+f");
+    t.view->collapse(t.view->model()->index(0, 0)); // which hides a selected row
+    t.menu("Copy name");
+    QCOMPARE(QGuiApplication::clipboard()->text(), "d");
     t.meanwhile = [&](QWidget *) { t.live->deleteItem(t.live->queue()->last()); };
     t.answers = {"commandLinkButton_2"}; // asks once, and one goes meanwhile
     QCOMPARE(t.after("d;+c;+b;Del"), " a:vfr > a running Deleted 2 items");
