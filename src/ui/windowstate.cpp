@@ -67,9 +67,11 @@ void centre(QWidget *window)
 void restoreWindow(QWidget *window, QTreeView *view, const Settings *settings)
 {
     restorePlace(window, settings->get(Settings::windowPlace));
-    if (settings->get(Settings::windowMaximized))
+    const bool maximized = settings->get(Settings::windowMaximized);
+    if (maximized)
         window->setWindowState(Qt::WindowMaximized);
-    restoreWidths(view->header(), settings->get(Settings::windowColumns), window->width());
+    restoreWidths(view->header(), settings->get(Settings::windowColumns),
+                  maximized ? roomOn(window->screen(), window).width() : window->width());
 }
 
 void restoreUnfolded(QTreeView *view, const Settings *settings)

@@ -156,6 +156,11 @@ const Case restart("an empty list says what to do, and a restart keeps what it l
         t.start();
         QVERIFY(room.contains(t.window->geometry()) && t.view->columnWidth(2) < room.width());
     }
+    t.set("window/maximized", true);
+    t.set("window/columns", QStringList{"100", QString::number(room.width() - 150)});
+    t.answers = {"Esc"};
+    t.start();
+    QCOMPARE(t.view->columnWidth(2), room.width() - 150);
 });
 
 const Case repaints("nothing on the screen stays out of date", [] {
