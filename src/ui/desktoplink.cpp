@@ -45,8 +45,7 @@ void DesktopLink::tell(const QString &text)
 
 void DesktopLink::bringWindow(const QString &token)
 {
-    if (!token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // where Qt looks for it
+    takeActivationToken(token);
     raiseWindow(window);
 }
 

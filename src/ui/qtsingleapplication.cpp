@@ -65,9 +65,7 @@ void QtSingleApplication::connectNotify(const QMetaMethod &signal)
 void QtSingleApplication::onMessage(const QString &message)
 {
     if (message.startsWith(tokenPrefix)) {
-        // Under Wayland, Qt takes it from there at the next activation.
-        if (platformName().startsWith("wayland"_L1))
-            qputenv(tokenVariable, message.sliced(tokenPrefix.size()).toUtf8());
+        takeActivationToken(message.sliced(tokenPrefix.size()));
         return;
     }
     emit messageReceived(message);
