@@ -10,6 +10,7 @@ namespace {
 const Case moves("moves, pauses, imports", [] {
     World t;
     t.add({"a", "b", "c"});
+    QVERIFY(t.view->dragEnabled());
     QCOMPARE(t.after("a;Alt+Up;Alt+Down"), " b:frv a:frv c:frv > a running ");
     QCOMPARE(t.after("b;v;Alt+Up"), " b:fvr a:frv c:frv > vol.par2 running ");
     t.set("pausePAR2", true);
