@@ -119,7 +119,7 @@ void JobWork::takeTrueNames()
 bool JobWork::isWrong() const
 {
     return nzb->hasIncompleteFiles() || !nzb->isComplete() || hasOrphan(nzb) || hasFailed()
-           || (rarHandler && rarHandler->isWaitingForVolume());
+           || (rarHandler && rarHandler->isWaitingForVolume() && !rarHandler->isAtWork());
 }
 
 JobWork::Anew JobWork::whatIsWanted() const
