@@ -8,7 +8,7 @@
 
 /// Tells of events by the desktop's notification service, org.freedesktop.Notifications, of the
 /// session bus. Where there is none, nothing happens. Calls return at once.
-/// Source: Desktop Notifications Specification 1.2.
+/// Source: "Desktop Notifications", version 1.2, of freedesktop.org.
 class Notifier final : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Notifier)

@@ -101,9 +101,8 @@ void JobWork::processNzb()
     emit post.nzbComplete(nzb);
 }
 
-/// A job that is whole and has names that tell something stays as it is. The volumes of an archive
-/// that is being unpacked keep their names, since the run looks for them. A failed extraction is
-/// tried again, since its cause may have been the names.
+/// A job that is whole under names that tell something stays as it is. Volumes that are being
+/// unpacked keep their names. A failed extraction is tried again: the names may have caused it.
 void JobWork::takeTrueNames()
 {
     const auto isInUse = [this](auto file) { return rarHandler && rarHandler->reads(file); };
@@ -182,8 +181,7 @@ void JobWork::startRepair()
     }
 }
 
-/// After a failed or suspended extraction its status is restored, whatever the result of the
-/// repair.
+/// After a failed or suspended extraction its status is restored, however the repair ends.
 void JobWork::showRepair(const QString &status)
 {
     const bool stays = hasFailed() || (rarHandler && rarHandler->isSuspended());
@@ -274,8 +272,6 @@ void JobWork::feedExtraction(NzbFile *nzbfile)
 
 bool JobWork::mayUnpack() const
 {
-    // When the post-processing is repeated and the repair has failed, only an archive with whole
-    // volumes is unpacked. Without PAR2 files any archive is tried.
     if (anew != Anew::No)
         return repairState != RepairState::Failed || anew == Anew::UnpackUnproved
                || !hasDamagedVolume(nzb);

@@ -95,6 +95,8 @@ private:
     void showRepair(const QString &status);
 
     [[nodiscard]] RarHandler *rarHandlerFor(Nzb *job);
+    /// When the post-processing is repeated and the repair has failed, only an archive with whole
+    /// volumes is unpacked. Without PAR2 files any archive is tried.
     [[nodiscard]] bool mayUnpack() const;
     [[nodiscard]] bool unpack();
     [[nodiscard]] JobArchives::Trust trust() const

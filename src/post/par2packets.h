@@ -9,7 +9,7 @@
 class QIODevice;
 
 /// What a PAR2 file tells of the set that it belongs to.
-/// Source: Parity Volume Set Specification 2.0.
+/// Source: "Parity Volume Set", version 2.0 (2003), which describes PAR2 files.
 struct Par2Packets {
     /// One file that the set protects.
     struct File {
