@@ -55,7 +55,7 @@ std::optional<Renaming> filmName(Nzb *nzb)
     const QMultiMap<qint64, QString> files = filesBySize(nzb);
     if (files.isEmpty())
         return {};
-    const QString film = files.last();
+    const QString &film = files.last();
     const QString bare = film.sliced(film.lastIndexOf(u'/') + 1);
     const qint64 next = files.size() == 1 ? 0 : std::prev(files.cend(), 2).key();
     if (files.lastKey() <= 3 * next || !isRandomName(bare) || isRandomName(nzb->name())

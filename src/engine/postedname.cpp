@@ -32,7 +32,7 @@ QString postedName(const NzbFile *file)
     if (invalid)
         candidates << nameBehindMark(present);
     for (const QByteArray &candidate : std::as_const(candidates)) {
-        const QString name = plainName(candidate);
+        QString name = plainName(candidate);
         if (!name.isEmpty() && name != present
             && (invalid || AbstractDecoder::sanitizeFilename(candidate) == present))
             return name;

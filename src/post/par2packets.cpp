@@ -41,7 +41,7 @@ struct Header {
 QString nameIn(const QByteArray &description)
 {
     const QByteArray name = description.sliced(nameAt);
-    return QString::fromUtf8(name.first(qstrnlen(name.constData(), size_t(name.size()))));
+    return QString::fromUtf8(name.constData());
 }
 
 class Reader {

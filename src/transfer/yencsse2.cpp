@@ -21,7 +21,7 @@ YencCursor walkRuns(YencCursor at)
             _mm_or_si128(is(bytes, '='), _mm_or_si128(is(bytes, '\r'), is(bytes, '\n')));
         _mm_storeu_si128(reinterpret_cast<__m128i *>(at.out),
                          _mm_sub_epi8(bytes, _mm_set1_epi8(42)));
-        const int run = std::countr_zero(unsigned(_mm_movemask_epi8(special)) | 1u << 16);
+        const int run = std::countr_zero(unsigned(_mm_movemask_epi8(special)) | 1U << 16);
         at.in += run;
         at.out += run;
         if (run == 16)

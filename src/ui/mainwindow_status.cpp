@@ -48,7 +48,7 @@ void MainWindow::updateDownloadStats(int speedinbytespersec, quint64 bytesleft, 
         return;
     }
     // Deliberate: rounded without a carry, so that one second less than an hour reads 60 minutes.
-    const int minutes = static_cast<int>(secondsleft % hour / 60.0 + 0.5);
+    const int minutes = (secondsleft % hour + 30) / 60;
     timeLeftLabel->setText(tr(" %1d %2h %3m left  ")
                                .arg(QString::number(secondsleft / day),
                                     QString::number(secondsleft % day / hour),

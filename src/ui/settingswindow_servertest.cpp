@@ -28,7 +28,7 @@ constexpr int repliesOfLogin = 3;
 QString boxText(const QString &message)
 {
     const QString paragraph = u"<p>"_s;
-    const QString text = shortened(message);
+    QString text = shortened(message);
     if (!QString(text).remove(paragraph).contains(u'<'))
         return text;
     return paragraph + text.toHtmlEscaped().replace(paragraph.toHtmlEscaped(), paragraph);
