@@ -124,6 +124,8 @@ const Case hostile("a described name leads", leads, [](const Leads &row) {
     t.ends("Finished: " + left.join(' ') + " 1 par2");
     QCOMPARE(QDir(t.downloads()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              {"comic.vol1"});
+    if (QFile::remove(t.path("first"))) // the name is free at the next start
+        t.play("restart"), t.ends("Finished: a.nfo first 1 par2");
 });
 
 struct Twins {
