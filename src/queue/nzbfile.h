@@ -33,6 +33,8 @@ public:
     /// not held back again when its job goes on after a pause.
     [[nodiscard]] bool isOrdered() const { return ordered; }
     void setOrdered(bool wanted) { ordered = wanted; }
+    /// Whether it goes on when its job does while PAR2 files are held back.
+    [[nodiscard]] bool goesOnWithJob() const { return !isPar2() || ordered; }
 
     /// The job that the file belongs to, even if it has been removed from its list.
     [[nodiscard]] Nzb *job() const;

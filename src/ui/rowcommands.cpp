@@ -176,7 +176,7 @@ void RowCommands::setPaused(Nzb *nzb, bool paused)
         return;
     }
     for (NzbFile *file : nzb->allFiles()) {
-        if (!file->isPar2() || file->isOrdered()) {
+        if (file->goesOnWithJob()) {
             file->setPaused(false);
             model->onNzbFileUpdate(file);
         }

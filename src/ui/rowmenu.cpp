@@ -15,19 +15,23 @@
 namespace {
 
 /// Whether pausing or resuming would change the item. Nothing of a finished file can be paused.
-bool canBePaused(const INzbItem *item, bool paused)
+/// @param holdsPar2  resuming a job leaves out its PAR2 files
+bool canBePaused(const INzbItem *item, bool paused, bool holdsPar2)
 {
-    const auto *file = qobject_cast<const NzbFile *>(item);
-    const auto *nzb = qobject_cast<const Nzb *>(item);
-    if (item->isPaused() == paused)
-        return false;
-    return file ? !file->isFinished() : !paused || !nzb->isComplete();
+    if (const auto *file = qobject_cast<const NzbFile *>(item))
+        return file->isPaused() != paused && !file->isFinished();
+    const QList<NzbFile *> &files = qobject_cast<const Nzb *>(item)->allFiles();
+    return std::any_of(files.cbegin(), files.cend(), [paused, holdsPar2](const NzbFile *file) {
+        return paused ? !file->isPaused() && !file->isFinished()
+                      : file->isPaused() && (!holdsPar2 || file->goesOnWithJob());
+    });
 }
 
-bool anyCanBePaused(const auto &items, bool paused)
+bool anyCanBePaused(const auto &items, bool paused, bool holdsPar2)
 {
-    return std::any_of(items.cbegin(), items.cend(),
-                       [paused](const INzbItem *item) { return canBePaused(item, paused); });
+    return std::any_of(items.cbegin(), items.cend(), [paused, holdsPar2](const INzbItem *item) {
+        return canBePaused(item, paused, holdsPar2);
+    });
 }
 
 } // namespace
@@ -96,10 +100,11 @@ void RowMenu::enable()
         action->setEnabled(!items.isEmpty());
     open->setEnabled(commands->canOpen());
     openFolder->setEnabled(commands->canOpenFolder());
-    pause->setEnabled(anyCanBePaused(items, true));
-    resume->setEnabled(anyCanBePaused(items, false));
-    pauseAll->setEnabled(anyCanBePaused(*engine->queue(), true));
-    resumeAll->setEnabled(anyCanBePaused(*engine->queue(), false));
+    const bool holdsPar2 = engine->settings()->get(Settings::pausePAR2);
+    pause->setEnabled(anyCanBePaused(items, true, holdsPar2));
+    resume->setEnabled(anyCanBePaused(items, false, holdsPar2));
+    pauseAll->setEnabled(anyCanBePaused(*engine->queue(), true, holdsPar2));
+    resumeAll->setEnabled(anyCanBePaused(*engine->queue(), false, holdsPar2));
     const QList<Nzb *> jobs = commands->jobs();
     repair->setEnabled(std::any_of(jobs.cbegin(), jobs.cend(), [this](const Nzb *nzb) {
         return engine->canRepairAndUnpack(nzb);

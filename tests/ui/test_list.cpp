@@ -72,6 +72,9 @@ const Case selection("one command is for all selected rows", [] {
     QVERIFY(!t.menu("Pause all").contains("|Resume"));
     QCOMPARE(t.after(""), " a:!f!r!v! b:!f!r!v! c:!f!r!v! d:!f!r!v! > a paused Paused file");
     t.menu("Resume all");
+    QVERIFY(!t.menu("").contains("Resume")); // not for the volumes that are held back
+    t.after("f;actionPause;a");
+    QVERIFY(t.menu("Resume").contains("|Pause|Resume|Pause all|Resume all|"));
     for (const QString words : {"d;+b;Alt+Home|bdac", "b;+a;Alt+Down|dbca", "d;+b;Alt+Up|dbca",
                                 "c;+d;+b;Alt+End|adbc", "r;+f;Alt+End|adbc"}) {
         t.after(words.section('|', 0, 0));
