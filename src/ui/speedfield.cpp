@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/speedfield.h"
 
+#include <QActionGroup>
 #include <QInputDialog>
 #include <QKeyEvent>
 #include <QMenu>
@@ -84,9 +85,11 @@ void SpeedField::showMenu()
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    const auto add = [this, menu](const QString &text, bool isChosen, int kib) {
+    auto *group = new QActionGroup(menu); // of which one is chosen, so it has round marks
+    const auto add = [this, menu, group](const QString &text, bool isChosen, int kib) {
         QAction *action = menu->addAction(text, this, [this, kib] { setLimit(kib); });
         action->setCheckable(true);
+        action->setActionGroup(group);
         action->setChecked(isChosen);
         return action;
     };
@@ -98,6 +101,7 @@ void SpeedField::showMenu()
     }
     QAction *other = menu->addAction(tr("Other..."), this, &SpeedField::askForLimit);
     other->setCheckable(true);
+    other->setActionGroup(group);
     if (limit() != 0 && !chosen->isChecked()) {
         other->setChecked(true);
         chosen = other;
