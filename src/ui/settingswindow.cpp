@@ -24,6 +24,7 @@
 #include "engine/marlowick.h"
 #include "transfer/nntp.h"
 #include "ui/debugdialog.h"
+#include "ui/raisewindow.h"
 #include "ui_settingswindow.h"
 
 using namespace Qt::StringLiterals;
@@ -281,7 +282,12 @@ void SettingsWindow::on_browseDownloadFolder_clicked()
     ui->downloadFolder->setText(QDir::toNativeSeparators(folder));
 }
 
-void SettingsWindow::on_debugButton_clicked() { DebugDialog::instance(nullptr)->setVisible(true); }
+void SettingsWindow::on_debugButton_clicked()
+{
+    DebugDialog *dialog = DebugDialog::instance(nullptr);
+    dialog->setVisible(true);
+    raiseWindow(dialog); // it may have been open, behind others or minimised
+}
 
 void SettingsWindow::on_reportBugButton_clicked()
 {
