@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QShortcut>
+#include <QStatusBar>
 #include <QToolButton>
 
 #include <stdexcept>
@@ -37,6 +38,30 @@ constexpr int usualLetters = 12; // pixels
 constexpr int saveSeconds = 600;
 constexpr int diskCheckMsec = 30000;
 constexpr int firstConnectionMsec = 100;
+
+/// Takes the desktop's new colours over to a status bar with a style sheet, which would otherwise
+/// keep, with all that is in it, those of its start.
+class BarColours final : public QObject {
+public:
+    /// @param window  becomes the parent
+    explicit BarColours(QMainWindow *window)
+        : QObject(window)
+        , bar(window->statusBar())
+    {
+        window->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject * /*window*/, QEvent *event) override
+    {
+        if (event->type() == QEvent::PaletteChange)
+            bar->setStyleSheet(bar->styleSheet());
+        return false;
+    }
+
+private:
+    QStatusBar *bar;
+};
 
 } // namespace
 
@@ -146,6 +171,7 @@ void MainWindow::setUpStatusBar()
 {
     ui->statusBar->setStyleSheet(
         u"QStatusBar::item { border: 1px solid grey; border-radius: 3px; }"_s);
+    new BarColours(this);
     // A long message is cut.
     connect(ui->statusBar, &QStatusBar::messageChanged, ui->statusBar, [this](const QString &text) {
         ui->statusBar->setToolTip(text.isEmpty() ? text : u"<p>"_s + text.toHtmlEscaped());
