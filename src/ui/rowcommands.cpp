@@ -4,6 +4,8 @@
 
 #include <QClipboard>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QGuiApplication>
 #include <QItemSelection>
@@ -26,6 +28,8 @@ namespace {
 
 /// The most windows of other programs that one command opens.
 constexpr int mostWindows = 10;
+/// The longest time without events while rows are removed, beside that of a single row.
+constexpr int mostBlockedMsec = 30;
 
 NzbFile *asFile(INzbItem *item) { return qobject_cast<NzbFile *>(item); }
 
@@ -130,6 +134,8 @@ int RowCommands::remove(const Items &items, bool files)
     // Otherwise the view would look for the next row at each removal, and lay out all rows for
     // that.
     view->selectionModel()->clear();
+    QElapsedTimer blocked;
+    blocked.start();
     for (const QPointer<INzbItem> &item : items) {
         NzbFile *file = asFile(item);
         // The removal of a file may have completed its job, which may then be cleared.
@@ -140,8 +146,13 @@ int RowCommands::remove(const Items &items, bool files)
             engine->deleteFiles(item);
         engine->deleteItem(item);
         ++removed;
+        // The disk may be slow. Downloads go on, and commands wait until all is done.
+        if (blocked.hasExpired(mostBlockedMsec)) {
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+            blocked.start();
+        }
     }
-    if (!view->currentIndex().isValid())
+    if (!view->selectionModel()->hasSelection())
         view->setCurrentIndex(successor(model, job, job.isValid() ? row : jobRow));
     return removed;
 }
