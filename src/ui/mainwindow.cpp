@@ -39,30 +39,6 @@ constexpr int saveSeconds = 600;
 constexpr int diskCheckMsec = 30000;
 constexpr int firstConnectionMsec = 100;
 
-/// Takes the desktop's new colours over to a status bar with a style sheet, which would otherwise
-/// keep, with all that is in it, those of its start.
-class BarColours final : public QObject {
-public:
-    /// @param window  becomes the parent
-    explicit BarColours(QMainWindow *window)
-        : QObject(window)
-        , bar(window->statusBar())
-    {
-        window->installEventFilter(this);
-    }
-
-protected:
-    bool eventFilter(QObject * /*window*/, QEvent *event) override
-    {
-        if (event->type() == QEvent::PaletteChange)
-            bar->setStyleSheet(bar->styleSheet());
-        return false;
-    }
-
-private:
-    QStatusBar *bar;
-};
-
 } // namespace
 
 // The order matters: the model must exist before the queue is loaded, and the window before the
@@ -171,7 +147,6 @@ void MainWindow::setUpStatusBar()
 {
     ui->statusBar->setStyleSheet(
         u"QStatusBar::item { border: 1px solid grey; border-radius: 3px; }"_s);
-    new BarColours(this);
     // A long message is cut.
     connect(ui->statusBar, &QStatusBar::messageChanged, ui->statusBar, [this](const QString &text) {
         ui->statusBar->setToolTip(text.isEmpty() ? text : u"<p>"_s + text.toHtmlEscaped());
@@ -271,6 +246,15 @@ void MainWindow::end()
     stopAndSave();
     storeState();
     QCoreApplication::exit(); // every event loop, also those of dialogs
+}
+
+/// Takes new colours of the desktop over to the status bar. Its style sheet would otherwise keep the
+/// old ones, for all that is in it.
+void MainWindow::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        ui->statusBar->setStyleSheet(ui->statusBar->styleSheet());
+    QMainWindow::changeEvent(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

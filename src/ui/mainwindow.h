@@ -48,6 +48,7 @@ public slots:
     static void simulateCrash();
 
 protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private slots:
