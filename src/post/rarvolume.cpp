@@ -101,6 +101,7 @@ std::optional<RarVolume> readRar4(const QByteArray &start, QIODevice &device)
 {
     constexpr char mainHeader = 0x73;
     constexpr unsigned isVolume = 0x0001;
+    constexpr unsigned hasNewNames = 0x0010;
     constexpr unsigned hasEncryptedHeaders = 0x0080;
     constexpr unsigned isFirstVolume = 0x0100;
     constexpr qsizetype typeAt = signature4.size() + 2;
@@ -110,6 +111,7 @@ std::optional<RarVolume> readRar4(const QByteArray &start, QIODevice &device)
         return {};
     const unsigned flags = word(start, typeAt + 1);
     RarVolume volume{.isVolume = (flags & isVolume) != 0,
+                     .oldNames = (flags & hasNewNames) == 0,
                      .encryptedHeaders = (flags & hasEncryptedHeaders) != 0};
     if (volume.encryptedHeaders || !volume.isVolume)
         return volume;

@@ -11,6 +11,7 @@ class QIODevice;
 /// Sources: RAR 5.0 archive format; technote.txt of RAR 2.9 to 4.
 struct RarVolume {
     bool isVolume = false; ///< one of several, as opposed to an archive in one file
+    bool oldNames = false; ///< the library seeks "x.r00" behind "x.rar", not "x.part2.rar"
     bool encryptedHeaders = false; ///< then the other members may have no meaning
     std::optional<int> number = {}; ///< from 0 on; old sets need not tell it
 };

@@ -53,6 +53,13 @@ QMap<int, QString> inTurn(const QStringList &names)
     return volumes;
 }
 
+/// ".rar", ".r00" to ".r99", ".s00" and so on.
+QString oldVolumeTail(int number)
+{
+    return number == 0 ? u".rar"_s
+                       : QString::asprintf(".%c%02d", 'r' + (number - 1) / 100, (number - 1) % 100);
+}
+
 /// One search for better names in the folder of one job; used once.
 class Search {
 public:
@@ -200,25 +207,30 @@ private:
             return;
         if (inOrder.size() == 1 && !archives.first().isVolume)
             return rename(inOrder.constFirst(), job + u".rar"_s, u"its RAR header"_s);
+        const bool oldNames = archives.first().oldNames;
         const QMap<int, QString> volumes = byNumber(archives);
         if (volumes.size() == archives.size())
-            return nameVolumes(volumes, u"its RAR header"_s);
+            return nameVolumes(volumes, oldNames, u"its RAR header"_s);
         const bool unknown =
             std::all_of(archives.cbegin(), archives.cend(), [](const auto &volume) {
                 return volume.encryptedHeaders || volume.number.value_or(0) == 0;
             });
         if (unknown && volumes.size() <= 1) // otherwise there is more than one archive
-            nameVolumes(inTurn(inOrder), u"the order of the NZB"_s);
+            nameVolumes(inTurn(inOrder), oldNames, u"the order of the NZB"_s);
     }
 
     /// @param volumes  by their numbers, from 0 on
-    void nameVolumes(const QMap<int, QString> &volumes, const QString &reason)
+    /// @param oldNames  see RarVolume
+    void nameVolumes(const QMap<int, QString> &volumes, bool oldNames, const QString &reason)
     {
-        const qsizetype width =
-            std::max<qsizetype>(2, QString::number(volumes.lastKey() + 1).size());
+        constexpr int lastOldName = 900; // ".z99"
+        if (oldNames && volumes.lastKey() > lastOldName)
+            return;
+        const int width = std::max(2, int(QString::number(volumes.lastKey() + 1).size()));
         for (auto it = volumes.cbegin(); it != volumes.cend(); ++it) {
-            const QString number = QString::number(it.key() + 1).rightJustified(width, u'0');
-            rename(it.value(), job + u".part"_s + number + u".rar"_s, reason);
+            const QString tail = oldNames ? oldVolumeTail(it.key())
+                                          : QString::asprintf(".part%0*d.rar", width, it.key() + 1);
+            rename(it.value(), job + tail, reason);
         }
     }
 

@@ -78,8 +78,8 @@ struct World : EngineFixture {
             add({{what.section(' ', 1), known.value(what.section(' ', 0, 0))}});
         } else if (word == "film") {
             add({{what, film}});
-        } else if (word == "packed") { // a film of that name
-            add(rar4Set("x", {{what.toUtf8(), film}}));
+        } else if (word == "packed") { // a film of that name, in volumes of that size
+            add(rar4Set("x", {{what.toUtf8(), film}}, number ? number : film.size()));
         } else if (word == "pieces") {
             for (int i = std::max(number, 1); i <= 3; ++i)
                 add({{what + ".00" + QString::number(i), film.mid(40'000 * (i - 1), 40'000)}});

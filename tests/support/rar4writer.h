@@ -75,7 +75,9 @@ inline RarVolumes rar4Set(const QString &stem, const QList<Rar4Member> &members,
         const int more = i + 1 < contents.size() ? 1 : 0;
         const QByteArray start =
             "Rar!\x1a\x07" + QByteArray(1, '\0') + rar4Block(0x73, flags, QByteArray(6, '\0'));
-        volumes.append({stem + suffix, start + contents[i] + rar4Block(0x7b, 0x4000 | more, {})});
+        volumes.append(
+            {stem + suffix,
+             start + contents[i] + rar4Block(0x7b, 0x4008 | more, littleEndian(quint16(i)))});
     }
     return volumes;
 }
