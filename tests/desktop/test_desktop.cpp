@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "desktop/filemanager.h"
+#include "desktop/sleepinhibitor.h"
 #include "engine/enginefixture.h"
 #include "ui/desktoplink.h"
 
@@ -23,8 +25,8 @@ struct Desktop final : QDBusVirtualObject {
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
         bus = QDBusConnection::connectToBus(address, "desktop");
-        QVERIFY(bus.registerService("org.freedesktop.Notifications")
-                && bus.registerService("org.freedesktop.login1"));
+        for (const QString service : {"Notifications", "login1", "FileManager1"})
+            QVERIFY(bus.registerService("org.freedesktop." + service));
         bus.registerVirtualObject("/", this, QDBusConnection::SubPath);
     }
     bool handleMessage(const QDBusMessage &call, const QDBusConnection & /*bus*/) override
@@ -33,6 +35,11 @@ struct Desktop final : QDBusVirtualObject {
         told << call.arguments().value(call.member() == "Notify" ? 4 : 0).toString();
         if (call.member() == "GetCapabilities") {
             answer = QStringList{"body-markup", "actions"};
+        } else if (call.interface().startsWith("org.freedesktop.portal.")) {
+            told << call.member();
+            if (hasty)
+                std::exchange(hasty, nullptr)->setActive(false);
+            answer = QVariant::fromValue(QDBusObjectPath("/request"));
         } else if (call.member() == "Inhibit" && pipe2(lock, O_NONBLOCK) == 0) {
             answer = QVariant::fromValue(QDBusUnixFileDescriptor(lock[1]));
             close(lock[1]);
@@ -46,6 +53,7 @@ struct Desktop final : QDBusVirtualObject {
     QProcess daemon;
     QDBusConnection bus{QString()};
     int lock[2];
+    SleepInhibitor *hasty = nullptr;
     QStringList told;
 };
 
@@ -64,6 +72,19 @@ const Case desktop("is kept awake, and is told of jobs", [] {
     QTRY_COMPARE(desktop.told.last(), "&lt;b&gt;&amp; is complete\n"
                                       "&lt;b&gt;&amp; waits for a password\n"
                                       "&lt;b&gt;&amp; has failed: why");
+    FileManager().showFiles("/a", {"/a/b c"});
+    QTRY_COMPARE(desktop.told.last(), "file:///a/b%20c");
+    desktop.bus.unregisterService("org.freedesktop.login1");
+    desktop.bus.registerService("org.freedesktop.portal.Desktop");
+    SleepInhibitor inhibitor;
+    inhibitor.setActive(true);
+    QTRY_COMPARE(desktop.told.last(), "Inhibit");
+    inhibitor.setActive(false);
+    QTRY_COMPARE(desktop.told.last(), "Close");
+    desktop.told << "";
+    desktop.hasty = &inhibitor; // it does not wait for the answer
+    inhibitor.setActive(true);
+    QTRY_COMPARE(desktop.told.last(), "Close");
 });
 
 } // namespace
