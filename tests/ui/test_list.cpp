@@ -136,22 +136,26 @@ const Case restart("an empty list says what to do, and a restart keeps what it l
         QVERIFY(event->isAccepted() && event->dropAction() == Qt::CopyAction);
     }
     t.view->collapseAll();
-    t.view->expand(t.view->model()->index(1, 0));
+    t.view->expand(t.view->model()->index(0, 0));
     t.window->setGeometry(20, 30, 640, 400);
     QWidget *header = t.view->header()->viewport();
-    const QPoint border(t.view->header()->sectionViewportPosition(2), 5);
-    QTest::mousePress(header, Qt::LeftButton, {}, border);
-    QTest::mouseMove(header, border - QPoint(40, 0));
-    QTest::mouseRelease(header, Qt::LeftButton, {}, border - QPoint(40, 0));
+    const int size = t.view->columnWidth(1);
+    for (const int column : {1, 2}) {
+        const QPoint border(t.view->header()->sectionViewportPosition(column), 5);
+        QTest::mousePress(header, Qt::LeftButton, {}, border);
+        QTest::mouseMove(header, border - QPoint(40, 0));
+        QTest::mouseRelease(header, Qt::LeftButton, {}, border - QPoint(40, 0));
+    }
     t.window->close();
     t.answers = {"Esc"};
     t.set("hostname", {});
     t.start();
     QVERIFY(t.view->accessibleDescription().startsWith(hint + '\n'));
     QCOMPARE(t.window->geometry(), QRect(20, 30, 640, 400));
+    QCOMPARE(t.view->columnWidth(1), size + 40);
     QCOMPARE(t.view->columnWidth(2), 190);
     const QModelIndex first = t.view->model()->index(0, 0);
-    QVERIFY(!t.view->isExpanded(first) && t.view->isExpanded(t.view->indexBelow(first)));
+    QVERIFY(t.view->isExpanded(first) && !t.view->isExpanded(first.siblingAtRow(1)));
     QCOMPARE(t.view->model()->rowCount(), 3);
     for (const QRect &place : {QRect(300, -20, 600, 400), QRect(5000, 5000, 1, 400)}) {
         t.set("window/place", place);
