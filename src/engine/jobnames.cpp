@@ -97,7 +97,7 @@ QList<NzbFile *> JobNames::par2ToOrder() const
     for (NzbFile *file : nzb->allFiles()) {
         if (!file->isHeldBack())
             continue;
-        choose(isLoosePar2(nzb, file) ? QString() : par2SetOf(file), file);
+        choose(isLoosePar2(nzb, file) ? QString() : par2StemOf(file), file);
     }
     return chosen.values();
 }

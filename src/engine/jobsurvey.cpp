@@ -37,19 +37,19 @@ QStringList arrivedNames(const Nzb *nzb)
     return names;
 }
 
-QString par2SetOf(const NzbFile *file)
+QString par2StemOf(const NzbFile *file)
 {
     const QString name = file->name();
-    return file->isPar2Volume() ? par2Set(name) : name.chopped(file->extension().size() + 1);
+    return file->isPar2Volume() ? par2Stem(name) : name.chopped(file->extension().size() + 1);
 }
 
 bool isLoosePar2(const Nzb *nzb, const NzbFile *file)
 {
     if (!file->isPar2() || file->isPar2Volume() || file->isFinished())
         return false;
-    const QString set = par2SetOf(file);
-    return std::ranges::none_of(nzb->allFiles(), [&set](const NzbFile *other) {
-        return other->isPar2Volume() && par2SetOf(other) == set;
+    const QString stem = par2StemOf(file);
+    return std::ranges::none_of(nzb->allFiles(), [&stem](const NzbFile *other) {
+        return other->isPar2Volume() && par2StemOf(other) == stem;
     });
 }
 

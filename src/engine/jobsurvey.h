@@ -27,7 +27,7 @@ void markWhole(const Nzb *nzb, const QStringList &names);
 
 [[nodiscard]] bool hasPar2(const Nzb *nzb);
 /// What the names of a set's PAR2 files begin with.
-[[nodiscard]] QString par2SetOf(const NzbFile *file);
+[[nodiscard]] QString par2StemOf(const NzbFile *file);
 /// Whether a PAR2 file that is still to be fetched may be an index or a volume: its name has no
 /// ".vol", and no volume belongs to it by name.
 [[nodiscard]] bool isLoosePar2(const Nzb *nzb, const NzbFile *file);

@@ -53,8 +53,8 @@ Par2Process::Par2Process(Nzb *nzb, const QStringList &files, QObject *parent,
     , executable(findExecutable(candidates))
 {
     for (const QString &file : files) {
-        if (const QString set = par2Set(file); !set.isEmpty())
-            groups[set] << file;
+        if (const QString stem = par2Stem(file); !stem.isEmpty())
+            groups[stem] << file;
     }
     nextGroup = groups.begin();
 }

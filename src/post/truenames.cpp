@@ -125,7 +125,7 @@ private:
         QMap<QString, int> stems;
         for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
             if (isPar2Extension(extensionOf(it.key())) && isPar2VolumeName(it.key()))
-                ++stems[par2Set(it.key())];
+                ++stems[par2Stem(it.key())];
         }
         if (!stems.isEmpty())
             return std::max_element(stems.cbegin(), stems.cend()).key();
@@ -143,7 +143,7 @@ private:
         for (auto it = set.members.cbegin(); it != set.members.cend(); ++it) {
             const Par2Packets &packets = it.value();
             const bool byName = isPar2Extension(extensionOf(it.key()));
-            if (byName && (packets.recoveryBlocks == 0 || par2Set(it.key()) == stem))
+            if (byName && (packets.recoveryBlocks == 0 || par2Stem(it.key()) == stem))
                 continue;
             const QString tail = packets.recoveryBlocks == 0
                                      ? u".par2"_s

@@ -43,7 +43,7 @@ bool isPar2Extension(const QString &extension) { return extension == "par2"_L1; 
 
 bool isPar2VolumeName(const QString &name) { return name.contains(volumeMark); }
 
-QString par2Set(const QString &path)
+QString par2Stem(const QString &path)
 {
     const qsizetype mark = path.lastIndexOf(volumeMark);
     return mark > path.lastIndexOf(u'/') ? path.left(mark) : QString();

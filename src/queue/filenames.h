@@ -29,7 +29,7 @@ struct PasswordName {
 /// Whether a PAR2 file is a volume with recovery blocks, as "a.vol007+10.par2", and no index.
 [[nodiscard]] bool isPar2VolumeName(const QString &name);
 /// The path of a PAR2 volume up to ".vol", which all volumes of a set share; empty for others.
-[[nodiscard]] QString par2Set(const QString &path);
+[[nodiscard]] QString par2Stem(const QString &path);
 /// The number of recovery blocks, 10 for "a.vol007+10.par2"; nothing if the name holds none.
 [[nodiscard]] std::optional<int> recoveryBlocks(const QString &name);
 
