@@ -66,7 +66,7 @@ void JobRepair::start(const QStringList &paths)
 {
     auto *next = new Par2Process(nzb, paths, this);
     pass = next;
-    next->setCandidates(arrivedNames(nzb));
+    next->setDataFiles(arrivedNames(nzb));
     connect(next, &Par2Process::needMoreBlocks, this, &JobRepair::par2NeedMoreBlocks);
     connect(next, &Par2Process::nothingToRepair, this, &JobRepair::par2Failed);
     connect(next, &Par2Process::repairComplete, this, &JobRepair::par2RepairComplete);

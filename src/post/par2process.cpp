@@ -68,7 +68,7 @@ Par2Process::~Par2Process()
     process->waitForFinished();
 }
 
-void Par2Process::setCandidates(const QStringList &names)
+void Par2Process::setDataFiles(const QStringList &names)
 {
     constexpr qsizetype longest = 500'000; // of a system's limit of 2 MiB for a command line
     qsizetype length = 0;
@@ -78,7 +78,7 @@ void Par2Process::setCandidates(const QStringList &names)
         length += arguments.last().size();
     }
     if (length <= longest)
-        candidates = arguments;
+        dataFiles = arguments;
 }
 
 void Par2Process::startNextGroup()
@@ -113,7 +113,7 @@ void Par2Process::startVolume(const QString &group, const QString &file)
     process->setWorkingDirectory(volume.absolutePath());
     qDebug() << "Starting par2 repair using" << file;
     currentGroup = group;
-    process->start(executable, QStringList{u"r"_s, u"-q"_s, volumeArgument(volume)} + candidates,
+    process->start(executable, QStringList{u"r"_s, u"-q"_s, volumeArgument(volume)} + dataFiles,
                    QIODevice::ReadOnly);
 }
 

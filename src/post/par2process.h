@@ -34,7 +34,7 @@ public:
     /// Names the files, in the folder of the volumes, in which par2 looks for the data of the sets,
     /// whatever they are called. Otherwise, and if the names are too long for a command line, par2
     /// looks in all files of the folder.
-    void setCandidates(const QStringList &names);
+    void setDataFiles(const QStringList &names);
     /// Starts on the next set; after the last one tells how the pass ended, before it returns.
     void startNextGroup();
 
@@ -79,7 +79,7 @@ private:
     QMap<QString, QStringList> groups;
     QMap<QString, QStringList>::iterator nextGroup;
     QString executable;
-    QStringList candidates{QStringLiteral("*")}; ///< as arguments of the program
+    QStringList dataFiles{QStringLiteral("*")}; ///< as arguments of the program
     QProcess *process = nullptr; // while it runs
     Par2Output output;
     QString currentGroup;
