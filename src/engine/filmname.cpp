@@ -6,7 +6,6 @@
 #include <QMap>
 #include <QRegularExpression>
 
-#include "engine/jobfiles.h"
 #include "engine/jobsurvey.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"

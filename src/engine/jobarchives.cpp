@@ -8,10 +8,9 @@
 
 #include <utility>
 
-#include "engine/jobfiles.h"
+#include "engine/jobsurvey.h"
 #include "post/archiveunpacker.h"
 #include "queue/filenames.h"
-#include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
@@ -45,9 +44,8 @@ QStringList JobArchives::untried(Trust trust) const
         names << joinedName(nzb, file);
     }
     names.removeIf([this](const QString &name) {
-        const QString path = nzb->folder() + u'/' + name;
-        return !isZipOr7z(name) || tried.contains(name) || !QFile::exists(path)
-               || !isInsideFolder(nzb->folder(), path);
+        return !isZipOr7z(name) || tried.contains(name)
+               || !existsInJob(nzb, nzb->folder() + u'/' + name);
     });
     return names;
 }

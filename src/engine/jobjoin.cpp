@@ -3,13 +3,41 @@
 #include "engine/jobjoin.h"
 
 #include <QFileInfo>
+#include <QMap>
 
+#include <memory>
 #include <utility>
 
 #include "engine/jobsurvey.h"
 #include "engine/postprocessor.h"
 #include "post/filecombiner.h"
+#include "queue/filenames.h"
 #include "queue/nzb.h"
+#include "queue/nzbfile.h"
+
+namespace {
+
+/// The join of the first series of split files on disk without gaps, not started yet; null if there
+/// is none.
+std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent)
+{
+    QMap<QString, QStringList> series;
+    for (const NzbFile *file : nzb->allFiles()) {
+        const QString path = file->path();
+        if (isPieceExtension(file->extension()) && existsInJob(nzb, path))
+            series[seriesName(file->name())] << path;
+    }
+    for (const QStringList &pieces : std::as_const(series)) {
+        auto combiner = std::make_unique<FileCombiner>(nzb, parent);
+        for (const QString &piece : pieces)
+            combiner->addFile(piece);
+        if (!combiner->hasGaps())
+            return combiner;
+    }
+    return nullptr;
+}
+
+} // namespace
 
 JobJoin::JobJoin(Nzb *nzb, PostProcessor &post, QObject *parent)
     : QObject(parent)

@@ -9,7 +9,6 @@
 #include <algorithm>
 
 #include "engine/filmname.h"
-#include "engine/jobfiles.h"
 #include "engine/jobsurvey.h"
 #include "engine/postedname.h"
 #include "post/rarvolume.h"

@@ -3,13 +3,11 @@
 #include "engine/jobsurvey.h"
 
 #include <QFile>
-#include <QMap>
 #include <QSet>
 
 #include <algorithm>
 #include <utility>
 
-#include "post/filecombiner.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
@@ -18,11 +16,6 @@
 namespace {
 
 bool isOnDisk(const NzbFile *file) { return QFile::exists(file->path()); }
-
-bool isInsideJob(const Nzb *nzb, const QString &path)
-{
-    return QFile::exists(path) && isInsideFolder(nzb->folder(), path);
-}
 
 } // namespace
 
@@ -118,7 +111,7 @@ QStringList par2Volumes(const Nzb *nzb)
     QStringList paths;
     for (const NzbFile *file : nzb->allFiles()) {
         const QString path = file->path();
-        if (file->isPar2Volume() && file->isFinished() && isInsideJob(nzb, path))
+        if (file->isPar2Volume() && file->isFinished() && existsInJob(nzb, path))
             paths << path;
     }
     return paths;
@@ -147,20 +140,7 @@ bool hasDamagedVolume(const Nzb *nzb)
 
 bool hasFileOnDisk(const Nzb *nzb) { return std::ranges::any_of(nzb->allFiles(), isOnDisk); }
 
-std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent)
+bool existsInJob(const Nzb *nzb, const QString &path)
 {
-    QMap<QString, QStringList> series;
-    for (const NzbFile *file : nzb->allFiles()) {
-        const QString path = file->path();
-        if (isPieceExtension(file->extension()) && isInsideJob(nzb, path))
-            series[seriesName(file->name())] << path;
-    }
-    for (const QStringList &pieces : std::as_const(series)) {
-        auto combiner = std::make_unique<FileCombiner>(nzb, parent);
-        for (const QString &piece : pieces)
-            combiner->addFile(piece);
-        if (!combiner->hasGaps())
-            return combiner;
-    }
-    return nullptr;
+    return QFile::exists(path) && isInsideFolder(nzb->folder(), path);
 }

@@ -4,13 +4,10 @@
 
 #include <QStringList>
 
-#include <memory>
 #include <optional>
 
-class FileCombiner;
 class Nzb;
 class NzbFile;
-class QObject;
 
 // What the post-processing asks about the content of a job and its folder, and what it does to
 // several files of a job at once.
@@ -51,6 +48,5 @@ void markWhole(const Nzb *nzb, const QStringList &names);
 
 /// A file of the job is on disk.
 [[nodiscard]] bool hasFileOnDisk(const Nzb *nzb);
-/// The join of the first series of split files on disk without gaps, not started yet; null if there
-/// is none.
-[[nodiscard]] std::unique_ptr<FileCombiner> nextJoin(Nzb *nzb, QObject *parent);
+/// Something is at @p path, which lies in the job's folder.
+[[nodiscard]] bool existsInJob(const Nzb *nzb, const QString &path);
