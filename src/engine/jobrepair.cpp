@@ -12,6 +12,7 @@
 #include <optional>
 #include <utility>
 
+#include "engine/jobfiles.h"
 #include "engine/jobsurvey.h"
 #include "post/par2process.h"
 #include "queue/jobpath.h"
@@ -81,7 +82,21 @@ void JobRepair::start(const QStringList &paths)
 
 bool JobRepair::isInOrder() const { return pass && pass->isInOrder(); }
 
-const Par2Process *JobRepair::letGo() { return std::exchange(pass, nullptr); }
+void JobRepair::bookRepair()
+{
+    pass = nullptr;
+    for (NzbFile *file : nzb->allFiles())
+        file->markRepaired();
+    removeLeftovers(nzb);
+}
+
+bool JobRepair::bookProof()
+{
+    const Par2Process *done = std::exchange(pass, nullptr);
+    markWhole(nzb, done->targets());
+    removeLeftovers(nzb); // there may be some of an earlier pass
+    return done->hasRepaired();
+}
 
 void JobRepair::abort() { delete std::exchange(pass, nullptr); }
 

@@ -30,8 +30,11 @@ public:
     [[nodiscard]] bool isRunning() const { return pass != nullptr; }
     /// The running pass has found each set correct, or has made it so.
     [[nodiscard]] bool isInOrder() const;
-    /// Forgets the running pass, which has given its result; it stays valid until it has ended.
-    const Par2Process *letGo();
+    /// Forgets the running pass, which has repaired all sets: all files of the job are whole.
+    void bookRepair();
+    /// Forgets the running pass, whose sets are in order or have been repaired: their files are
+    /// whole, and others need not be. Returns whether any set has been repaired.
+    bool bookProof();
     /// Ends the running pass without another signal.
     void abort();
     /// Files that the program has made and the job does not list.

@@ -8,11 +8,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include "engine/jobfiles.h"
 #include "engine/jobsurvey.h"
 #include "engine/postprocessor.h"
 #include "engine/settings.h"
-#include "post/par2process.h"
 #include "post/rarhandler.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
@@ -196,22 +194,16 @@ void JobWork::endRepair(bool repaired)
         return settleRepair();
     if (!repaired)
         return repairFailed(tr("Damaged beyond repair"));
-    repair.letGo();
+    repair.bookRepair();
     showRepair(u"Repaired"_s);
-    for (NzbFile *file : nzb->allFiles())
-        file->markRepaired();
-    removeLeftovers(nzb);
     processNzb();
 }
 
-/// par2 has found the sets correct or has repaired them, which proves their files and no others.
 void JobWork::settleRepair()
 {
-    const Par2Process *pass = repair.letGo();
     anew = Anew::Unpack;
-    markWhole(nzb, pass->targets());
-    removeLeftovers(nzb); // there may be some of an earlier pass
-    setStatus(pass->hasRepaired() && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
+    const bool repaired = repair.bookProof();
+    setStatus(repaired && !nzb->hasIncompleteFiles() ? u"Repaired"_s : QString());
     processNzb();
 }
 
