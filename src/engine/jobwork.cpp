@@ -35,7 +35,7 @@ JobWork::JobWork(PostProcessor &post, const Settings &settings, Nzb *nzb)
     connect(&repair, &JobRepair::ended, this, &JobWork::endRepair);
     connect(&repair, &JobRepair::passEnded, this, &JobWork::passEnded);
     connect(&join, &JobJoin::ended, this, &JobWork::joinEnded);
-    connect(&archives, &JobArchives::ended, this, &JobWork::rarProcessingComplete);
+    connect(&archives, &JobArchives::ended, this, &JobWork::processIfReady);
     connect(&archives, &JobArchives::failed, this, &JobWork::showFailure);
     connect(&archives, &JobArchives::lowDiskspace, &post, &PostProcessor::archiveLowDiskspace);
     connect(&archives, &JobArchives::passwordNeeded, &post, &PostProcessor::passwordNeeded);
@@ -70,6 +70,12 @@ void JobWork::showFailure(const QString &reason)
 }
 
 bool JobWork::isReady() const { return anew == Anew::No ? nzb->isComplete() : isAtRest(nzb); }
+
+void JobWork::processIfReady()
+{
+    if (isReady())
+        processNzb();
+}
 
 void JobWork::processNzb()
 {
@@ -173,9 +179,9 @@ void JobWork::startRepair()
     try {
         repair.start(paths);
     } catch (const std::runtime_error &failure) {
-        PostProcessor &speaker = post; // a receiver may destroy this object, but not that one
+        PostProcessor &owner = post; // it stays, even if repairFailed() has this object destroyed
         repairFailed(tr("Damaged: par2 program not found"));
-        emit speaker.error(0, QString::fromUtf8(failure.what()));
+        emit owner.error(0, QString::fromUtf8(failure.what()));
     }
 }
 
@@ -317,8 +323,7 @@ void JobWork::rarProcessingComplete()
 {
     if (anew != Anew::No)
         rarHandler->markUnpackedWhole();
-    if (isReady())
-        processNzb();
+    processIfReady();
 }
 
 /// The extraction sleeps or is suspended: a repair may begin, and the awaited volume may be lost.

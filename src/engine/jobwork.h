@@ -36,7 +36,7 @@ public:
     /// Waits until no archive of the job is being unpacked. A join goes on, but is not reported.
     ~JobWork() override;
 
-    /// Gives a file that has arrived a better name, before anybody else is told that it is there.
+    /// Gives a file that has arrived the name of its post. To be called before fileComplete().
     void takePostedName(NzbFile *nzbfile) { names.takePostedName(nzbfile); }
     /// Gives the files that have arrived the names that their content tells, if that may help.
     void takeTrueNames();
@@ -44,10 +44,9 @@ public:
     [[nodiscard]] bool hasObscureNames() const { return names.areObscure(); }
     /// A file has arrived: an archive may be unpacked during the download.
     void feedExtraction(NzbFile *nzbfile);
-    /// Everything that was wanted has arrived. If the post-processing is repeated, no file is being
-    /// fetched.
-    [[nodiscard]] bool isReady() const;
-    void processNzb();
+    /// Does what comes next, if everything that was wanted has arrived. If the post-processing is
+    /// repeated, it is enough that no file is being fetched.
+    void processIfReady();
     /// The answer to passwordNeeded(), empty to decline.
     void setRarPassword(const QString &password);
 
@@ -71,7 +70,6 @@ public:
 
 protected slots:
     void rarErrorProcessing(Nzb *nzb, const QString &rarfile);
-    /// The extraction of a RAR archive has succeeded, or that of a ZIP or 7z archive has ended.
     void rarProcessingComplete();
     void rarPasswordNeeded(Nzb *nzb, const QString &rarfile);
     void rarResting();
@@ -83,6 +81,8 @@ private:
         Failed, ///< the last repair failed, or none was possible
     };
 
+    [[nodiscard]] bool isReady() const;
+    void processNzb();
     [[nodiscard]] bool isWrong() const;
     [[nodiscard]] bool endAnew();
 

@@ -53,8 +53,7 @@ void PostProcessor::finishFile(NzbFile *nzbfile, const QString &filename)
     emit fileComplete(nzbfile);
     JobWork &job = workOf(nzbfile->job());
     job.feedExtraction(nzbfile);
-    if (job.isReady())
-        job.processNzb();
+    job.processIfReady();
 }
 
 void PostProcessor::noteMissing(NzbFile *nzbfile)
@@ -115,8 +114,8 @@ void PostProcessor::setRarPassword(Nzb *nzb, const QString &password)
 void PostProcessor::processLater(Nzb *nzb)
 {
     QTimer::singleShot(0, nzb, [this, nzb] {
-        if (queue.contains(nzb) && nzb->fileCount() > 0 && workOf(nzb).isReady())
-            workOf(nzb).processNzb();
+        if (queue.contains(nzb) && nzb->fileCount() > 0)
+            workOf(nzb).processIfReady();
     });
 }
 
