@@ -15,7 +15,8 @@
 
 namespace {
 
-bool isOnDisk(const NzbFile *file) { return QFile::exists(file->path()); }
+/// Until articles tell another name, that of a file comes from the NZB and may lead anywhere.
+bool isOnDisk(const NzbFile *file) { return existsInJob(file->job(), file->path()); }
 
 } // namespace
 
@@ -110,9 +111,8 @@ QStringList par2Volumes(const Nzb *nzb)
 {
     QStringList paths;
     for (const NzbFile *file : nzb->allFiles()) {
-        const QString path = file->path();
-        if (file->isPar2Volume() && file->isFinished() && existsInJob(nzb, path))
-            paths << path;
+        if (file->isPar2Volume() && file->isFinished() && isOnDisk(file))
+            paths << file->path();
     }
     return paths;
 }

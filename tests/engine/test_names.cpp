@@ -3,6 +3,7 @@
 
 // Posts under names that tell nothing, and what the user finds in the end. With the real programs
 // and the real library.
+#include "engine/jobsurvey.h"
 #include "post/truenames.h"
 #include "story.h"
 
@@ -127,6 +128,20 @@ const Case hostile("a described name leads", leads, [](const Leads &row) {
              {"comic.vol1"});
     if (row.described == "first" && QFile::remove(t.path("first"))) // free at the next start
         t.play("restart"), t.ends("Finished: a.nfo first 1 par2");
+});
+
+const Case elsewhere("a file outside the job's folder has not arrived", [] {
+    const QTemporaryDir dir;
+    Nzb nzb(nullptr, dir.path(), {});
+    nzb.setName("job");
+    QDir(dir.path()).mkdir("job");
+    for (const QString name : {"film", "../film"}) {
+        writeFile(nzb.folder() + '/' + name);
+        QXmlAttributes attributes;
+        attributes.append("subject", {}, {}, '"' + name + '"');
+        nzb.startElement({}, {}, "file", attributes);
+    }
+    QCOMPARE(arrivedNames(&nzb), {"film"});
 });
 
 struct Twins {
