@@ -86,17 +86,24 @@ private:
         archive_read_support_format_7zip(reader.get());
         if (!password.isEmpty())
             archive_read_add_passphrase(reader.get(), password.constData());
-        const QByteArray path = QFile::encodeName(order.folder + u'/' + order.archive);
+        const QByteArray path = QFile::encodeName(pathOf(order.archive));
         constexpr size_t blockSize = 128 * 1024;
         check(archive_read_open_filename(reader.get(), path.constData(), blockSize));
     }
 
+    [[nodiscard]] QString pathOf(const QString &name) const { return order.folder + u'/' + name; }
+
     void check(int result)
+    {
+        endIfStopped();
+        if (result != ARCHIVE_OK && result != ARCHIVE_WARN)
+            fail();
+    }
+
+    void endIfStopped() const
     {
         if (unpacker.isInterruptionRequested())
             throw Failure{};
-        if (result != ARCHIVE_OK && result != ARCHIVE_WARN)
-            fail();
     }
 
     [[noreturn]] void fail()
@@ -122,9 +129,8 @@ private:
     {
         const bool plain =
             archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry);
-        const QString path = order.folder + u'/' + name;
         return plain && !name.isEmpty() && !name.startsWith(u'/') && !name.startsWith(u'\\')
-               && !name.endsWith(u'/') && isInsideFolder(order.folder, path);
+               && !name.endsWith(u'/') && isInsideFolder(order.folder, pathOf(name));
     }
 
     bool unpack(archive_entry *entry)
@@ -135,12 +141,12 @@ private:
             return false;
         }
         if (order.protectedNames.contains(QDir::cleanPath(name)))
-            return hasContentOfMember(order.folder + u'/' + name);
+            return hasContentOfMember(pathOf(name));
         const auto size = quint64(std::max<la_int64_t>(0, archive_entry_size(entry)));
         requireRoom(size);
-        QDir().mkpath(QFileInfo(order.folder + u'/' + name).path());
+        QDir().mkpath(QFileInfo(pathOf(name)).path());
         emit unpacker.memberBegun(nzb, QDir::cleanPath(name), size);
-        QFile target(order.folder + u'/' + name);
+        QFile target(pathOf(name));
         if (!target.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
             failFor(target.errorString());
         try {
@@ -159,7 +165,7 @@ private:
         const la_ssize_t length = archive_read_data(reader.get(), buffer.data(), buffer.size());
         if (length < 0) // also for a warning, which is how a wrong checksum is told
             fail();
-        check(ARCHIVE_OK);
+        endIfStopped();
         return QByteArrayView(buffer).first(length);
     }
 
@@ -191,8 +197,10 @@ private:
             if (target.write(block.data(), block.size()) != block.size())
                 failFor(target.errorString());
             sinceLook += block.size();
-            if (std::exchange(sinceLook, sinceLook % lookAgain) >= lookAgain)
+            if (sinceLook >= lookAgain) {
                 requireRoom(0);
+                sinceLook = 0;
+            }
         }
         if (!target.flush())
             failFor(target.errorString());
