@@ -125,12 +125,14 @@ private:
         throw Failure{Failure::Kind::Broken, reason};
     }
 
+    /// Also refuses a way out of the folder and back into it, which would hide a protected name.
     [[nodiscard]] bool isSafe(archive_entry *entry, const QString &name) const
     {
         const bool plain =
             archive_entry_filetype(entry) == AE_IFREG && !archive_entry_hardlink(entry);
         return plain && !name.isEmpty() && !name.startsWith(u'/') && !name.startsWith(u'\\')
-               && !name.endsWith(u'/') && isInsideFolder(order.folder, pathOf(name));
+               && !name.endsWith(u'/') && !QDir::cleanPath(name).startsWith("../"_L1)
+               && isInsideFolder(order.folder, pathOf(name));
     }
 
     bool unpack(archive_entry *entry)

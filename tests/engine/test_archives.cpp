@@ -87,6 +87,7 @@ QMap<QString, QByteArray> contents()
                              {QFile::encodeName(outside)},
                              {"link", {}, QFile::encodeName(QDir::tempPath())},
                              {"x.zip"},
+                             {"../comic.vol1/x.zip"},
                              {"film"}})}};
 }
 
