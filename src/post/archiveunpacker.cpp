@@ -204,7 +204,8 @@ private:
                 sinceLook = 0;
             }
         }
-        if (!target.flush())
+        target.close(); // a quota or a network disk may refuse written data only now
+        if (target.error() != QFileDevice::NoError)
             failFor(target.errorString());
     }
 

@@ -8,6 +8,7 @@
 #include <archive_entry.h>
 
 #include "story.h"
+#include "support/failingclose.h"
 
 namespace {
 
@@ -139,6 +140,14 @@ const bool told = [] {
     }
     return true;
 }();
+
+const Case quota("an archive stays if the disk refuses a member at last", [] {
+    World t;
+    t.known.insert(contents());
+    const FailingClose refused("/film");
+    t.play("post zip x.zip; run");
+    t.ends("Not unpacked: x.zip: ...: x.zip");
+});
 
 const Case silent("no password is told, and the queue file is its owner's alone", [] {
     static QMutex mutex;
