@@ -121,9 +121,8 @@ void Nzb::startFile(const QXmlAttributes &attributes)
 void Nzb::startExtractedFile(const QXmlAttributes &attributes)
 {
     const QString name = attributes.value("name"_L1);
-    if (name.isEmpty() || R"(/\.)"_L1.contains(name.front()) || name.contains(u':'))
-        return;
-    extractedFiles_[name] = static_cast<quint64>(attributes.value("size"_L1).toLongLong());
+    if (isDeletableName(name))
+        extractedFiles_[name] = static_cast<quint64>(attributes.value("size"_L1).toLongLong());
 }
 
 SavedNzb Nzb::saved() const

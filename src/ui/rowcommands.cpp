@@ -118,7 +118,8 @@ RowCommands::Items RowCommands::items() const
 
 Nzb *RowCommands::jobOf(INzbItem *item)
 {
-    return asFile(item) ? asJob(static_cast<INzbItem *>(item->parent())) : asJob(item);
+    const NzbFile *file = asFile(item);
+    return file ? file->job() : asJob(item);
 }
 
 QList<Nzb *> RowCommands::jobs() const
