@@ -120,7 +120,7 @@ signals:
     /// @p speedinbytespsec counts the raw bytes from the sockets per second; @p bytesleft does not
     /// count paused files; @p secondsleft is 0 if the speed is 0.
     void downloadStatistics(int speedinbytespsec, quint64 bytesleft, int secondsleft);
-    /// The extraction of @p rarfile sleeps until setRarPassword() is called.
+    /// The extraction of @p rarfile, a RAR or ZIP archive, waits for setRarPassword().
     void passwordNeeded(Nzb *nzb, QString rarfile);
     /// Emitted before and after a change of the whole queue, without any other signal.
     void beforeQueueReset();

@@ -67,7 +67,7 @@ signals:
     /// The file has got another name.
     void downloadProgresses(NzbFile *file);
     void passwordNeeded(Nzb *nzb, QString rarfile);
-    /// The download of a PAR2 volume may begin.
+    /// The download of a PAR2 file may begin.
     void volumeOrdered();
 
 private:

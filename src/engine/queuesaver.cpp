@@ -41,7 +41,7 @@ void QueueSaver::start()
     // If no thread can be started, the save is deferred until finish() asks for its result.
     constexpr auto policy = std::launch::async | std::launch::deferred;
     auto write = [this, number = ++started, jobs = *std::exchange(waiting, {})]() mutable {
-        // The copy is destroyed on this thread, where nobody waits for it.
+        // The copy is destroyed on this thread, so that the window need not wait for that.
         const QueueFile::Written written = file.save(std::exchange(jobs, {}));
         const auto end = [this, number] {
             if (number == started && underWay.valid())

@@ -28,7 +28,7 @@ public:
     /// @param firstVolume  the bare name of the volume that the archive begins with
     RarRun(QString folder, const QString &firstVolume);
 
-    /// Passwords to be tried in turn before anybody is asked. To be called before unpack().
+    /// Passwords to be tried in turn before the user is asked. To be called before unpack().
     void setKnownPasswords(const QByteArrayList &texts) { knownPasswords = texts; }
     /// The whole run. Sleeps for each volume that has not arrived whole, and for a password.
     void unpack();
@@ -94,7 +94,7 @@ private:
     QString currentFile; ///< its name
     QByteArrayList knownPasswords; ///< those that may still be right; the first one is in use
     bool proved = false; ///< the password in use has opened something
-    quint64 bytesProcessed = 0; ///< of it
+    quint64 bytesProcessed = 0; ///< of the member
 
     // Shared with the main thread. The mutexes are never held together.
     QMutex volumeMutex;

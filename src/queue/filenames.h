@@ -60,11 +60,11 @@ struct PasswordName {
 /// Whether a file of a job may be deleted with it. Its path has to be checked as well.
 [[nodiscard]] bool isDeletableName(const QString &name);
 
-/// A name that tells nothing of the content, and would deserve a better one: without an extension,
-/// or with one that nobody uses: "3f2a9c", "a.b7x9q2", but not "a.nfo" or "comic.cbr".
+/// A name that does not tell what the file is: without an extension, or with one that is not usual,
+/// as "3f2a9c" and "a.b7x9q2", but not "a.nfo" or "comic.cbr".
 [[nodiscard]] bool tellsNothing(const QString &name);
-/// A name with a word in it that stands alone, as "README" or "Film.Title-2024": somebody may have
-/// given it. A random name may have one by chance.
+/// A name with a word in it that stands alone, as "README" or "Film.Title-2024": a person may have
+/// chosen it. A random name may have one by chance.
 [[nodiscard]] bool hasWord(const QString &name);
 /// A name that a machine has made up, whatever its extension: 24 and more hexadecimal digits, or 20
 /// and more digits and letters of both cases in disorder. In doubt the answer is false.

@@ -202,7 +202,7 @@ void NzbModel::onBeforeNzbFileDelete(NzbFile *file)
 void NzbModel::onNzbItemDeleted() { endRemoveRows(); }
 
 /// The percentage of the job changes with that of the file, so the signal's indexes do not tell
-/// which items have changed: whoever shows the queue looks at all visible rows.
+/// which items have changed. A view has to look at all visible rows.
 void NzbModel::onNzbFileUpdate(NzbFile *file)
 {
     Nzb *job = file->job();

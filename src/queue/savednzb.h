@@ -28,7 +28,7 @@ struct SavedFile {
     void saveXml(QXmlStreamWriter &xml) const;
 };
 
-/// What the queue file tells of a job. As cheap to copy.
+/// What the queue file tells of a job. The copy is as cheap as that of its files.
 struct SavedNzb {
     QString name;
     QStringList passwords;

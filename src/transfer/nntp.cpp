@@ -304,7 +304,7 @@ void NNTP::readReply()
     const QPointer<NNTP> self(this);
     if (line.size() > 2)
         handleReply(line);
-    // Only one line is read at a time, so lines that nobody asked for pile up.
+    // Only one line is read at a time, so lines that were not asked for pile up.
     if (self && state != StateReadingBody
         && socket->bytesAvailable() > AbstractDecoder::maximalLine)
         abortWithError(0, tr("The server sent more than it was asked for"));

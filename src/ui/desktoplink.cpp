@@ -49,8 +49,8 @@ void DesktopLink::bringWindow(const QString &token)
     raiseWindow(window);
 }
 
-/// The bytes of a job that is added count as wanted from now on, so the bar only slows down instead
-/// of starting again.
+/// The bytes of a job that is added count as wanted from now on: the bar goes back, but does not
+/// start again.
 void DesktopLink::noteLeft(quint64 bytes)
 {
     const auto isComplete = [](const Nzb *nzb) { return nzb->isComplete(); };

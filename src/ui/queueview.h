@@ -55,7 +55,7 @@ private:
     void showMenuAt(const QPoint &place);
 
     QString hint;
-    bool hadSelection = false; ///< before the rows that are being removed
+    bool hadSelection = false; ///< when the removal of rows began
     QTimer repaintTimer;
     /// The content of each painted row, by its upper edge.
     mutable QHash<int, QVariantList> shown;

@@ -7,8 +7,7 @@ class QWidget;
 class Settings;
 
 // What a restart keeps of the window: its size and place, the widths of the columns, and which jobs
-// are unfolded. All of it lies in a group of its own of the settings file, and is checked when it
-// is read.
+// are unfolded. The settings file holds it in a group of its own. It is checked when it is read.
 
 /// Puts a window that has not been shown in the middle of the screen.
 void centre(QWidget *window);
