@@ -7,12 +7,14 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <utility>
 
 #include "preview/isofile.h"
 #include "queue/filenames.h"
 #include "queue/jobpath.h"
 #include "queue/nzb.h"
+#include "queue/nzbfile.h"
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +23,23 @@ namespace {
 constexpr qint64 chunkSize = 32768;
 constexpr qint64 longestLine = 65536; // no request comes near it
 constexpr int statMsec = 1000;
+
+/// Whether @p path is a name of the open file.
+bool isSameFile(const QFile &file, const QString &path)
+{
+    struct stat one;
+    struct stat other;
+    return file.isOpen() && fstat(file.handle(), &one) == 0
+           && stat(QFile::encodeName(path).constData(), &other) == 0 && one.st_dev == other.st_dev
+           && one.st_ino == other.st_ino;
+}
+
+bool isFileOf(Nzb *nzb, const QString &path)
+{
+    return nzb->extractedFiles().contains(path.mid(nzb->folder().size() + 1))
+           || std::ranges::any_of(nzb->allFiles(),
+                                  [&path](const NzbFile *file) { return file->path() == path; });
+}
 
 } // namespace
 
@@ -108,7 +127,7 @@ void Preview::sendData()
                 return statTimer.start();
             continue;
         }
-        if (pending.isEmpty() && !std::exchange(searched, true))
+        if (forgetRenamed() || (pending.isEmpty() && !std::exchange(searched, true)))
             findNewFiles();
         if (pending.isEmpty())
             return socket->disconnectFromHost();
@@ -158,10 +177,20 @@ bool Preview::hasGrown()
     return true;
 }
 
-/// Files of the job whose download began after the list was made.
+/// Takes files off the list that the job does not have any more, at least not under these names.
+bool Preview::forgetRenamed()
+{
+    return pending.removeIf([this](auto film) { return !isFileOf(nzb, film.key()); }) != 0;
+}
+
+/// Files of the job whose download began, or which got their names, after the list was made.
 void Preview::findNewFiles()
 {
     const QMap<QString, quint64> films = previewableFiles(nzb);
+    for (auto it = films.cbegin(); it != films.cend(); ++it) {
+        if (isSameFile(file, it.key()))
+            currentFile = it.key(); // or the film would begin again
+    }
     for (auto it = films.upperBound(currentFile); it != films.cend(); ++it)
         pending.insert(it.key(), it.value());
 }

@@ -55,6 +55,7 @@ private:
     [[nodiscard]] bool sendChunk();
     [[nodiscard]] bool isGrowing() const;
     [[nodiscard]] bool hasGrown();
+    [[nodiscard]] bool forgetRenamed();
     void findNewFiles();
     void streamNextFile();
     void leaveFile();

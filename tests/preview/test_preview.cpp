@@ -12,6 +12,7 @@
 #include "player.h"
 #include "preview/isofile.h"
 #include "queue/nzb.h"
+#include "queue/nzbfile.h"
 #include "support/articles.h"
 #include "support/case.h"
 #include "support/dvdimage.h"
@@ -86,14 +87,19 @@ const Case dvd("a DVD image is streamed while it is unpacked", [] {
     QVERIFY(!IsoFile::containsVideo(image)); // its first byte is the next one to come
     writeAt(image, leastTitle, one.first(leastTitle));
     t.nzb->addExtractedFile("film.ISO", 30000 * 2048 + leastTitle);
+    t.add("i.avi", "!");
     t.start();
     QTRY_COMPARE_WITH_TIMEOUT(t.player.film().size(), leastTitle, 20'000);
     writeAt(image, 2 * leastTitle, one.sliced(leastTitle));
     QTRY_COMPARE_WITH_TIMEOUT(t.player.film().size(), one.size(), 20'000);
-    QVERIFY(QFile::rename(image, t.path("evening.iso")));
-    writeAt(t.path("evening.iso"), 30000 * 2048, two);
+    const QString renamed = t.path("holiday.iso"); // both files have got other names
+    QVERIFY(QFile::rename(image, renamed) && t.nzb->extractedFiles().remove("film.ISO"));
+    QVERIFY(QFile::rename(t.path("i.avi"), t.path("j.avi")));
+    t.nzb->fileAt(0)->setFilename("j.avi");
+    t.nzb->addExtractedFile("holiday.iso", 30000 * 2048 + leastTitle);
+    writeAt(renamed, 30000 * 2048, two);
     QTRY_VERIFY_WITH_TIMEOUT(t.player.hasEnded(), 20'000);
-    QVERIFY(t.player.film() == one + two);
+    QVERIFY(t.player.film() == one + two + "!");
 });
 
 const Case found("what can be watched", [] {
