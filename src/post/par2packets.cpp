@@ -128,7 +128,6 @@ private:
         result.files << Par2Packets::File{
             .name = nameIn(packet),
             .size = qFromLittleEndian<quint64>(packet.constData() + nameAt - 8),
-            .md5 = packet.sliced(headerSize + 16, 16),
             .md5Start = packet.sliced(headerSize + 32, 16),
         };
     }

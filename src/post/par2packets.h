@@ -15,7 +15,6 @@ struct Par2Packets {
     struct File {
         QString name; ///< as on the poster's disk, so perhaps a path; not to be trusted
         quint64 size = 0; ///< in bytes
-        QByteArray md5; ///< of all of it, 16 bytes
         QByteArray md5Start; ///< of its first 16 KiB, or of all of a shorter one, 16 bytes
     };
 
