@@ -6,6 +6,8 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <csignal>
+#include <sys/resource.h>
 
 #include "story.h"
 #include "support/failingclose.h"
@@ -141,12 +143,22 @@ const bool told = [] {
     return true;
 }();
 
-const Case quota("an archive stays if the disk refuses a member at last", [] {
+const struct {
+    const char *name;
+    rlim_t most;
+    const char *refused = nullptr;
+} quotas[] = {{"when written", 500'000}, {"when closed", RLIM_INFINITY, "/film"}};
+const Case quota("an archive stays if the disk refuses a member", quotas, [](const auto &row) {
     World t;
-    t.known.insert(contents());
-    const FailingClose refused("/film");
+    t.known.insert("zip", packed("zip", {{"film", QByteArray(1'000'000, 'x')}}));
+    const FailingClose refused(row.refused);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{row.most, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
     t.play("post zip x.zip; run");
     t.ends("Not unpacked: x.zip: ...: x.zip");
+    limit.rlim_cur = RLIM_INFINITY;
+    setrlimit(RLIMIT_FSIZE, &limit);
 });
 
 const Case silent("no password is told, and the queue file is its owner's alone", [] {
