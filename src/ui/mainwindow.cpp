@@ -248,8 +248,8 @@ void MainWindow::end()
     QCoreApplication::exit(); // every event loop, also those of dialogs
 }
 
-/// Takes new colours of the desktop over to the status bar. Its style sheet would otherwise keep the
-/// old ones, for all that is in it.
+/// Takes new colours of the desktop over to the status bar. Its style sheet would otherwise keep
+/// the old ones, for all that is in it.
 void MainWindow::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::PaletteChange)
