@@ -116,6 +116,8 @@ struct World : EngineFixture {
             files.last() = {"x.vol00+9.par2", volume.mid(packet, length)};
         } else if (word == "omit") {
             files.removeIf([&](const auto &file) { return file.first == what; });
+        } else if (word == "backwards") {
+            std::reverse(files.begin(), files.end());
         } else if (word == "rename") { // to what says nothing
             for (int i = 0; i < 3; ++i)
                 files[i].first = QString::number(i);

@@ -14,8 +14,8 @@ whole | rar; par2 12; obscure; obscure .par2; run | Finished: +film 1 par2
 without an index | rar; par2 12; omit x.par2; obscure; obscure .par2; run | Finished: +film 1 par2
 PAR2 files without extension | rar; par2 12; obscure; obscure volumes; run | Finished: +film 5 par2
 not held back | pausePAR2=false; rar; par2 12; obscure; obscure .par2; run | Finished: +film 5 par2
-numbers of RAR 5 | rar; obscure; run | Finished: +film
-numbers of RAR 4 | packed film 40000; obscure; run | Finished: +film
+numbers of RAR 5 | rar; backwards; obscure; run | Finished: +film
+numbers of RAR 4 | packed film 40000; backwards; obscure; run | Finished: +film
 extensions that mislead | rar; par2 12; obscure .bin; run | Finished: +film 1 par2
 damaged | rar; par2 12; obscure; obscure .par2; lose 7q9z 3; run | Repaired: +film 2 par2
 without an index, damaged | rar; par2 12; omit x.par2; obscure; obscure .par2; lose 7q9z 3; run
