@@ -58,6 +58,19 @@ QByteArray zip(const QList<Member> &members = justFilm)
     return packed("zip", members, "zip:compression=store");
 }
 
+/// One byte, of which the headers claim that there are 2^60.
+QByteArray hugeZip()
+{
+    const QByteArray sizes = littleEndian(crc32Of("x"), 1U, ~0U, quint16(4), quint16(12));
+    const QByteArray more = "film" + littleEndian(quint16(1), quint16(8), quint64(1) << 60);
+    const QByteArray start = "PK\3\4" + littleEndian(45U, quint16(0), 0U) + sizes + more + "x";
+    const QByteArray entry = "PK\1\2" + littleEndian(45U << 16 | 45, quint64(0)) + sizes
+                             + littleEndian(quint16(0), quint64(0), 0U) + more;
+    return start + entry + "PK\5\6"
+           + littleEndian(0U, quint16(1), quint16(1), quint32(entry.size()), quint32(start.size()),
+                          quint16(0));
+}
+
 /// "film.avi" with the password "secret", made by a 7z program.
 const QByteArray locked7z = QByteArray::fromBase64(
     "N3q8ryccAATrqGDYEAAAAAAAAABqAAAAAAAAAOqaqkf721Ce7vB+S51FWFyvNDjvAQQGAAEJEAAHCwEAAiQG8QcBElMP"
@@ -83,6 +96,7 @@ QMap<QString, QByteArray> contents()
             {"hidden7z", hidden7z},
             {"folders", zip({{"film"}, {"made/größe", "x"}, {"c/", {}}})},
             {"small", zip({{"first", "1"}})},
+            {"huge", hugeZip()},
             {"same", zip({{"note", randomBytes(2, 20'000)}, {"film"}})},
             {"other", zip({{"./note"}, {"film"}})},
             {"hostile", zip({{"../outside"},
@@ -103,6 +117,8 @@ no archive by its name | post zip x.cbz; run | Finished: x.cbz
 not wanted | rarHandling=disabled; post zip x.zip; run | Finished: x.zip
 cut zip | post zip x.zip; short x.zip 80000; run | Not unpacked: x.zip: ...: x.zip?
 cut 7z | post 7z x.7z; short x.7z 40000; run | Not unpacked: x.7z: the archive is damaged: x.7z?
+too large | post huge x.zip; run | Not unpacked: x.zip: not enough disk spaceArchive not unpacked. Not
+    enough disk space to extract 1099511627776 MB file: x.zip
 damaged | post damaged x.zip; run | Not unpacked: x.zip: ...: x.zip
 no archive | film x.zip; run | Not unpacked: x.zip: ...: x.zip
 encrypted 7z | post locked7z x.7z; run
