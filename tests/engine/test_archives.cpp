@@ -91,6 +91,8 @@ QMap<QString, QByteArray> contents()
             {"7z/1", sevenZip.first(40'000)},
             {"7z/2", sevenZip.sliced(40'000)},
             {"aes", packed("zip", justFilm, "zip:encryption=aes256", "secret")},
+            {"spoilt", packed("zip", {{"film"}, {"more"}}, "zip:encryption=aes256", "secret")
+                           .replace(80'000, 4, "xxxx")},
             {"old", packed("zip", justFilm, "zip:encryption=traditional", "secret")},
             {"locked7z", locked7z},
             {"hidden7z", hidden7z},
@@ -126,6 +128,8 @@ encrypted 7z | post locked7z x.7z; run
 encrypted headers of 7z | post hidden7z x.7z; run
     | Not unpacked: x.7z: encrypted 7z archives cannot be read: x.7z
 password | post aes x.zip; run; password secret | Finished: +film
+damaged, with the right password | nzb comic.vol1{{secret}}; post spoilt x.zip; run
+    | Not unpacked: x.zip: ...: +film x.zip
 declined | post aes x.zip; run; password | Not unpacked: no password: x.zip
 wrong | post aes x.zip; run; password no | Not unpacked: x.zip: wrong password: x.zip
 a file of the job in it | post same x.zip; file note; run | Finished: +film note
