@@ -36,6 +36,7 @@ in order | rar; par2 12; file comic.cbr; file README; run | Finished: README com
 one of which repairs | rar; par2 12; obscure .par2; lose p2 3; run | Repaired: +film 1 par2
 a random name | film RANDOM.mkv; file a.nfo; run | Finished: a.nfo comic.vol1.mkv
 without extension | film RANDOM; file a.nfo; run | Finished: a.nfo comic.vol1
+of an archive that stays | rarHandling=disabled; film RANDOM.zip; run | Finished: RANDOM.zip
 unpacked | packed RANDOM.mkv; file a.nfo; run | Finished: a.nfo +comic.vol1.mkv
 in a folder | packed sub/RANDOM.mkv; run | Finished: +sub/comic.vol1.mkv
 on a disc | packed BDMV/RANDOM.m2ts; run | Finished: +BDMV/RANDOM.m2ts
