@@ -45,8 +45,8 @@ void QueueHeader::mouseMoveEvent(QMouseEvent *event)
             unsetCursor();
         return;
     }
-    // The first column gives way, and the columns to the right of the dragged one keep their
-    // places.
+    // The first column gives way as long as its arrow and icon have room, and the columns to the
+    // right of the dragged one keep their places.
     const int most = sectionSize(dragged) + sectionSize(0) - 2 * minimumSectionSize();
     resizeSection(dragged, std::clamp(rightEdge - (x - grip), minimumSectionSize(),
                                       std::max(most, minimumSectionSize())));

@@ -141,14 +141,15 @@ const Case restart("an empty list says what to do, and a restart keeps what it l
     t.view->collapseAll();
     t.view->expand(t.view->model()->index(0, 0));
     t.window->setGeometry(20, 30, 640, 400);
-    QWidget *header = t.view->header()->viewport();
     const int size = t.view->columnWidth(1);
-    for (const int column : {1, 2}) {
+    const auto widen = [&t](int column, int pixels) {
+        QWidget *header = t.view->header()->viewport();
         const QPoint border(t.view->header()->sectionViewportPosition(column), 5);
         QTest::mousePress(header, Qt::LeftButton, {}, border);
-        QTest::mouseMove(header, border - QPoint(40, 0));
-        QTest::mouseRelease(header, Qt::LeftButton, {}, border - QPoint(40, 0));
-    }
+        QTest::mouseMove(header, border - QPoint(pixels, 0));
+        QTest::mouseRelease(header, Qt::LeftButton, {}, border);
+    };
+    widen(1, 40), widen(2, 40);
     t.window->close();
     t.answers = {"Esc"};
     t.set("hostname", {});
@@ -157,6 +158,8 @@ const Case restart("an empty list says what to do, and a restart keeps what it l
     QCOMPARE(t.window->geometry(), QRect(20, 30, 640, 400));
     QCOMPARE(t.view->columnWidth(1), size + 40);
     QCOMPARE(t.view->columnWidth(2), 190);
+    widen(2, 9999); // as far as the first column gives way
+    QCOMPARE(t.view->columnWidth(0), 2 * t.view->header()->minimumSectionSize());
     const QModelIndex first = t.view->model()->index(0, 0);
     QVERIFY(t.view->isExpanded(first) && !t.view->isExpanded(first.siblingAtRow(1)));
     QCOMPARE(t.view->model()->rowCount(), 3);
