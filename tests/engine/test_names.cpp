@@ -37,6 +37,7 @@ one of which repairs | rar; par2 12; obscure .par2; lose p2 3; run | Repaired: +
 a random name | film RANDOM.mkv; file a.nfo; run | Finished: a.nfo comic.vol1.mkv
 without extension | film RANDOM; file a.nfo; run | Finished: a.nfo comic.vol1
 of an archive that stays | rarHandling=disabled; film RANDOM.zip; run | Finished: RANDOM.zip
+of a single archive | packed film; post x.rar RANDOM.rar; omit x.rar; par2 2; run | Finished: +film
 unpacked | packed RANDOM.mkv; file a.nfo; run | Finished: a.nfo +comic.vol1.mkv
 in a folder | packed sub/RANDOM.mkv; run | Finished: +sub/comic.vol1.mkv
 on a disc | packed BDMV/RANDOM.m2ts; run | Finished: +BDMV/RANDOM.m2ts
