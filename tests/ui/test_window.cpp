@@ -166,6 +166,9 @@ const Case statistics("tells the statistics, and limits the speed", [] {
     QTest::keyClick(labels[1], Qt::Key_Space);
     QTRY_COMPARE(labels[1]->text(), "  0.0 Mbit/s  (limit 300 KB/s)  ");
     QCOMPARE(t.live->settings()->value("speedLimit"), 300);
+    t.answers = {"Up;Return"}; // from the one that is chosen, which is the last
+    QTest::keyClick(labels[1], Qt::Key_Space);
+    QTRY_COMPARE(t.live->settings()->value("speedLimit"), 50 * 1024);
     QApplication::setPalette(QPalette(Qt::black)); // as when the desktop turns dark
     QTRY_COMPARE(labels[1]->palette().windowText().color(), QColor(Qt::white));
     QApplication::setPalette({});
