@@ -13,13 +13,6 @@
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 
-namespace {
-
-/// Until articles tell another name, that of a file comes from the NZB and may lead anywhere.
-bool isOnDisk(const NzbFile *file) { return existsInJob(file->job(), file->path()); }
-
-} // namespace
-
 QStringList arrivedNames(const Nzb *nzb)
 {
     QList<const NzbFile *> files(nzb->allFiles().cbegin(), nzb->allFiles().cend());
@@ -139,6 +132,8 @@ bool hasDamagedVolume(const Nzb *nzb)
 }
 
 bool hasFileOnDisk(const Nzb *nzb) { return std::ranges::any_of(nzb->allFiles(), isOnDisk); }
+
+bool isOnDisk(const NzbFile *file) { return existsInJob(file->job(), file->path()); }
 
 bool existsInJob(const Nzb *nzb, const QString &path)
 {

@@ -48,5 +48,8 @@ void markWhole(const Nzb *nzb, const QStringList &names);
 
 /// A file of the job is on disk.
 [[nodiscard]] bool hasFileOnDisk(const Nzb *nzb);
+/// The file is on disk, in the folder of its job. Until articles tell another name, that of a file
+/// comes from the NZB and may lead anywhere.
+[[nodiscard]] bool isOnDisk(const NzbFile *file);
 /// Something is at @p path, which lies in the job's folder.
 [[nodiscard]] bool existsInJob(const Nzb *nzb, const QString &path);

@@ -17,9 +17,9 @@
 #include <utility>
 
 #include "desktop/filemanager.h"
+#include "engine/jobsurvey.h"
 #include "engine/marlowick.h"
 #include "queue/displaytext.h"
-#include "queue/jobpath.h"
 #include "queue/nzb.h"
 #include "queue/nzbfile.h"
 #include "queue/nzbmodel.h"
@@ -41,13 +41,6 @@ QModelIndex successor(const NzbModel *model, const QModelIndex &level, int row)
 {
     const int last = model->rowCount(level) - 1;
     return last < 0 ? level : model->index(std::min(row, last), 0, level);
-}
-
-/// Whether the file is on the disk, in the folder of its job: the name may come from an NZB and
-/// lead elsewhere.
-bool isThere(const NzbFile *file)
-{
-    return QFile::exists(file->path()) && isInsideFolder(file->job()->folder(), file->path());
 }
 
 bool canBeOpened(INzbItem *item)
@@ -292,7 +285,7 @@ void RowCommands::openFile(const QModelIndex &row)
     if (!canBeOpened(item))
         return;
     const NzbFile *file = asFile(item);
-    if (isThere(file))
+    if (isOnDisk(file))
         fileManager->open(file->path());
     else // as after an extraction
         emit failed(tr("Open"), tr("%1 is no longer on the disk").arg(shortened(item->name())));
@@ -306,7 +299,7 @@ void RowCommands::openFolder()
     const Items all = items();
     for (INzbItem *item : all) {
         QStringList &files = shown[jobOf(item)];
-        if (const NzbFile *file = asFile(item); file && isThere(file))
+        if (const NzbFile *file = asFile(item); file && isOnDisk(file))
             files << file->path();
     }
     for (auto job = shown.cbegin(); job != shown.cend(); ++job) {
