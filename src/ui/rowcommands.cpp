@@ -198,8 +198,10 @@ void RowCommands::setPaused(Nzb *nzb, bool paused)
 
 void RowCommands::setAllPaused(bool paused)
 {
-    for (Nzb *nzb : *engine->queue())
-        setPaused(nzb, paused);
+    for (Nzb *nzb : *engine->queue()) {
+        if (!paused || !nzb->isComplete())
+            setPaused(nzb, paused);
+    }
     emit pauseChanged(paused);
     if (!paused)
         engine->startToDownloadQueue();

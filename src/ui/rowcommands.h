@@ -55,6 +55,7 @@ public:
 public slots:
     /// When a job goes on, PAR2 volumes stay held back unless they have been asked for.
     void setPaused(bool paused);
+    /// Jobs that are complete are not paused, and go on showing how they ended.
     void setAllPaused(bool paused);
     void repairAndUnpack();
     /// Moves each row within its level. Several rows keep their order.

@@ -114,6 +114,11 @@ const Case opening("opens what is finished, and folders", [] {
         QTRY_COMPARE(t.told.value(t.told.size() - 1),
                      "Open: " + name + " is no longer on the disk");
     }
+    for (NzbFile *file : nzb->allFiles())
+        file->markWhole();
+    t.add({"b"});
+    t.menu("Pause all");
+    QCOMPARE(t.after(""), " a:grv b:!f!r!v! > gone.mkv running Paused file");
 });
 
 const Case restart("an empty list says what to do, and a restart keeps what it looked like", [] {
